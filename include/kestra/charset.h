@@ -1,0 +1,82 @@
+/* charset.h: walking and classifying text one character at a time in a handle's character set. */
+#ifndef KESTRA_CHARSET_H
+#define KESTRA_CHARSET_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "kestra/abi.h"
+#include "kestra/context.h"
+#include "kestra/handle.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Bits of a class word. */
+enum {
+  KES_CLASS_LENGTH = 3, /* bytes that follow the first byte */
+  KES_CLASS_UPPER = 4,
+  KES_CLASS_LOWER = 8,
+  KES_CLASS_DIGIT = 32,
+  KES_CLASS_SPACE = 64,        /* white space */
+  KES_CLASS_PUNCTUATION = 128, /* punctuation and symbols */
+  KES_CLASS_CONTROL = 256,
+  KES_CLASS_HEX_DIGIT = 512,
+  KES_CLASS_BLANK = 1024, /* printable but not graphic: the space character */
+  KES_CLASS_ALPHABETIC = 2048
+};
+
+/* The cursor: caller-owned, filled by lxmopen, 128 bytes. */
+typedef struct lxcursor {
+  const uint8_t *position;
+  const uint8_t *start;
+  size_t length; /* of the whole text */
+  const lxhandle *handle;
+  const uint16_t *class_table; /* 256 words, by first byte; lives as long as the area */
+  const lxobject *charset;
+  uint32_t options;
+  uint32_t shift_state; /* 0 single-byte state, 1 multibyte state */
+  uint32_t single_byte;
+  uint32_t stateful;
+  uint64_t reserved;
+  uint8_t spare[56];
+} lxcursor;
+
+/* lxmopen: sets a cursor to the start of a text. In a stateful set leading shift bytes are passed
+ * over unless options is non-zero. text may be null with length 0. Returns the cursor. Threads  no
+ * shared state but the area, which is only read. */
+KES_API lxcursor *lxmopen(const uint8_t *text, size_t length, lxcursor *cursor,
+                          const lxhandle *handle, lxcontext *context,
+                          uint32_t options) KES_NOEXCEPT;
+
+/* lxmfwdx: advances by one character and returns its length in bytes; 0 when the character is cut
+ * off by the end of the text (then one byte was passed) or the text is used up. */
+KES_API size_t lxmfwdx(lxcursor *cursor, lxcontext *context) KES_NOEXCEPT;
+
+/* Classification of the character under the cursor: non-zero means yes. At the end of the text, and
+ * for a character that is cut off, the answer is 0. */
+KES_API int lxmalnx(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /* letter or digit */
+KES_API int lxmalpx(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /* letter */
+KES_API int lxmcntx(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /* control */
+KES_API int lxmdigx(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /* digit */
+KES_API int lxmgrax(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /* graphic */
+KES_API int lxmlowx(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /* lower case */
+KES_API int lxmprix(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /* printable */
+KES_API int lxmpunx(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /* punctuation */
+KES_API int lxmspax(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /* white space */
+KES_API int lxmuppx(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /* upper case */
+KES_API int lxmxdix(const lxcursor *cursor,
+                    lxcontext *context) KES_NOEXCEPT; /* hexadecimal digit */
+
+/* lxBomDetect: the byte-order mark at the start of a text.
+ * charset  in: declared id, 0 unknown; out: the id that the mark tells.
+ * status   may be null; 0, or 2000 when the mark contradicts the declared byte order.
+ * Result   length of the mark in bytes, 0 none. */
+KES_API size_t lxBomDetect(const uint8_t *text, size_t length, uint32_t *charset,
+                           uint32_t *status) KES_NOEXCEPT;
+
+#ifdef __cplusplus
+}
+#endif
+#endif
