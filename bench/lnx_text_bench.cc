@@ -70,7 +70,7 @@ void BM_LnxToText(benchmark::State& state) {
     std::size_t length = 0;
     benchmark::DoNotOptimize(
         lnxtotext(number.bytes, number.length, nullptr, nullptr, text, sizeof text, &length));
-    benchmark::DoNotOptimize(text);
+    benchmark::ClobberMemory();
   }
 }
 
@@ -83,7 +83,7 @@ void BM_LnxFromText(benchmark::State& state) {
     std::size_t length = 0;
     benchmark::DoNotOptimize(lnxfromtext(reinterpret_cast<const std::uint8_t*>(text.data()),
                                          text.size(), nullptr, number, &length, nullptr));
-    benchmark::DoNotOptimize(number);
+    benchmark::ClobberMemory();
   }
 }
 
@@ -102,7 +102,7 @@ void BM_PeerBidToText(benchmark::State& state) {
   std::size_t i = 0;
   for (auto _ : state) {
     __bid128_to_string(text, values[i++ % kValues], &flags);
-    benchmark::DoNotOptimize(text);
+    benchmark::ClobberMemory();
   }
 }
 
@@ -126,7 +126,7 @@ void BM_PeerInt64ToChars(benchmark::State& state) {
   std::size_t i = 0;
   for (auto _ : state) {
     benchmark::DoNotOptimize(std::to_chars(text, text + sizeof text, values[i++ % kValues]));
-    benchmark::DoNotOptimize(text);
+    benchmark::ClobberMemory();
   }
 }
 BENCHMARK(BM_PeerInt64ToChars);

@@ -11,7 +11,7 @@
  * All functions: a NUMBER argument is a pointer and a length; length 0 means that a length byte
  * stands before the number. A NUMBER result is a buffer and a pointer to a length; a null pointer
  * asks for the length byte in the buffer (22 bytes of room, otherwise 21). They keep no state, and
- * may run in any number of threads. Input and output may not overlap unless it is said. */
+ * may run in any number of threads. */
 #ifndef KESTRA_NUMBER_TEXT_H
 #define KESTRA_NUMBER_TEXT_H
 
@@ -94,7 +94,7 @@ typedef struct lnxtextform {
  *          necessary; scientific text is used when it keeps more digits; a row of "#" when neither
  *          the integer part nor scientific text fits.
  * Result   LNX_OK, LNX_BAD_NUMBER, LNX_BAD_ARGUMENT, LNX_FULL (out is then untouched).
- * Overlap  none of the arguments may share memory with out. */
+ * Overlap  out may share memory with x, not with form, symbols or outlen. */
 KES_API int lnxtotext(const uint8_t *x, size_t xlen, const lnxtextform *form,
                       const lnxsymbols *symbols, uint8_t *out, size_t outsize,
                       size_t *outlen) KES_NOEXCEPT;
@@ -110,7 +110,8 @@ KES_API int lnxtotext(const uint8_t *x, size_t xlen, const lnxtextform *form,
  * bad      null, or receives with LNX_BAD_BYTE the offset of the first byte that cannot belong to a
  *          number; textlen when the text ends too early.
  * Result   LNX_OK; LNX_RANGE: too large, out is the infinity of its sign; LNX_BAD_BYTE,
- *          LNX_BAD_ARGUMENT: out is untouched. A value too small is zero. */
+ *          LNX_BAD_ARGUMENT: out is untouched. A value too small is zero.
+ * Overlap  out may share memory with text, not with symbols. */
 KES_API int lnxfromtext(const uint8_t *text, size_t textlen, const lnxsymbols *symbols,
                         uint8_t *out, size_t *outlen, size_t *bad) KES_NOEXCEPT;
 

@@ -1,7 +1,7 @@
 // Base-100 digits to decimal digits and back, 32 at a time: loops of fixed length over small
-// arrays, which the compiler turns into vector code for any processor. A byte b of a positive number
-// is digit b - 1, of a negative one 101 - b; both are (b ^ flip) + shift. A digit pair is
-// d + 0x100 * (d mod 10) - ... in one 16-bit lane: with q = d / 10, the two characters "q r" are the
+// arrays, which the compiler turns into vector code for any processor. A byte b of a positive
+// number is digit b - 1, of a negative one 101 - b; both are (b ^ flip) + shift. A digit pair is d
+// + 0x100 * (d mod 10) - ... in one 16-bit lane: with q = d / 10, the two characters "q r" are the
 // little-endian word q + 256 * (d - 10 q) = 256 d - 2559 q.
 #include "number/lnx_figures.h"
 

@@ -38,10 +38,12 @@ struct Figures {
 // Takes the bytes of a number apart; false when they are not well formed.
 bool ReadFigures(std::span<const std::uint8_t> bytes, Figures& figures) noexcept;
 
-inline bool ReadFigures(const std::uint8_t* x, std::size_t xlen, Figures& figures) noexcept {
-  if (x == nullptr) return false;
+// The bytes of a number in either form; empty for a null pointer, and too long where the caller or
+// a length byte says so.
+inline std::span<const std::uint8_t> RawBytes(const std::uint8_t* x, std::size_t xlen) noexcept {
+  if (x == nullptr) return {};
   if (xlen == 0) xlen = *x++;
-  return xlen <= kMaxBytes && ReadFigures({x, xlen}, figures);
+  return {x, xlen};
 }
 
 // Rounds to the digits before 10^-places, half a unit away from zero.
@@ -51,8 +53,8 @@ void RoundToPlaces(Figures& figures, std::int64_t places) noexcept;
 // which at most kMaxKept are in room, zeros at the ends allowed; point counts from the first.
 void Normalise(Figures& figures) noexcept;
 
-// Writes the number, rounded to 20 base-100 digits, and returns its length. Too large gives infinity
-// and clears in_range; too small gives zero.
+// Writes the number, rounded to 20 base-100 digits, and returns its length. Too large gives
+// infinity and clears in_range; too small gives zero.
 std::size_t WriteFigures(const Figures& figures, std::uint8_t (&bytes)[kMaxBytes],
                          bool& in_range) noexcept;
 

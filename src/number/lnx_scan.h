@@ -18,13 +18,13 @@ inline bool IsBlank(char c) noexcept {
   return c == ' ' || static_cast<unsigned char>(c - '\t') < 5;
 }
 
-// How many of the eight bytes, from the lowest on, are digits. A digit has high nibble 3, and the sum
-// of its low nibble and 6 stays below 16.
+// How many of the eight bytes, from the lowest on, are digits. A digit has high nibble 3, and the
+// sum of its low nibble and 6 stays below 16.
 inline std::size_t LeadingDigits(std::uint64_t bytes) noexcept {
   constexpr std::uint64_t kOnes = 0x0101010101010101;
-  const std::uint64_t others =
-      ((bytes & (0xF0 * kOnes)) | (((bytes & (0x7F * kOnes)) + 0x06 * kOnes) & (0xF0 * kOnes)) >> 4) ^
-      (0x33 * kOnes);
+  const std::uint64_t others = ((bytes & (0xF0 * kOnes)) |
+                                (((bytes & (0x7F * kOnes)) + 0x06 * kOnes) & (0xF0 * kOnes)) >> 4) ^
+                               (0x33 * kOnes);
   return others == 0 ? 8 : static_cast<std::size_t>(std::countr_zero(others)) / 8;
 }
 
@@ -47,8 +47,8 @@ inline std::size_t DigitRun(std::string_view text, std::size_t at) noexcept {
   return at - start;
 }
 
-// Collects the digits of a value of any length: leading zeros are counted, the first kMaxKept digits
-// kept, the rest counted.
+// Collects the digits of a value of any length: leading zeros are counted, the first kMaxKept
+// digits kept, the rest counted.
 class DigitCollector {
  public:
   // Digits of the integer part.

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "number/kernels/lnx_text_kernels.h"
 #include "number/lnx_figures.h"
 #include "number/lnx_symbols.h"
 
@@ -224,11 +225,11 @@ int WriteWidth(const Text& text, Figures& figures) noexcept {
   Figures positional = figures;
   Figures scientific = figures;
   Plan positional_plan, scientific_plan;
-  bool fits = FitPlaces(text, wanted, false, positional, positional_plan,
-                        [&](const Figures& value, std::int64_t places) {
-                          return Positional(value, std::min(places, value.FractionDigits()),
-                                            grouped);
-                        });
+  bool fits =
+      FitPlaces(text, wanted, false, positional, positional_plan,
+                [&](const Figures& value, std::int64_t places) {
+                  return Positional(value, std::min(places, value.FractionDigits()), grouped);
+                });
   // Digits lost to a long integer part or to zeros after the point: an exponent may keep more.
   const bool lossy = !fits || positional.count < figures.count || positional.IsZero();
   if (lossy && !figures.IsZero() &&
@@ -283,6 +284,23 @@ constexpr FormWriter kWriters[] = {WritePlain, WriteShortest, WriteFixed, WriteS
 constexpr std::uint32_t kKnownFlags = LNX_TEXT_GROUPED | LNX_TEXT_UNPADDED;
 constexpr lnxtextform kPlainForm = {};
 
+// Apart from the entry point, so that the fast path has no large frame to set up.
+[[gnu::noinline]] int WriteText(std::span<const std::uint8_t> bytes, const lnxtextform& form,
+                                const lnxsymbols* symbols, std::span<std::uint8_t> out,
+                                std::size_t* outlen) noexcept {
+  *outlen = 0;
+  Symbols strings;
+  if (form.kind >= std::size(kWriters) || (form.flags & ~kKnownFlags) != 0 ||
+      !ReadSymbols(symbols, strings)) {
+    return LNX_BAD_ARGUMENT;
+  }
+  Figures figures;
+  if (!ReadFigures(bytes, figures)) return LNX_BAD_NUMBER;
+  const Text text{strings, form, out.data(), out.size(), outlen};
+  if (figures.kind == Kind::kInfinity) return WriteInfinity(text, figures.negative);
+  return kWriters[form.kind](text, figures);
+}
+
 }  // namespace
 }  // namespace kestra::number
 
@@ -291,16 +309,14 @@ static_assert(sizeof(lnxtextform) == 32 && sizeof(lnxsymbols) == 128);
 int lnxtotext(const uint8_t* x, size_t xlen, const lnxtextform* form, const lnxsymbols* symbols,
               uint8_t* out, size_t outsize, size_t* outlen) noexcept {
   using namespace kestra::number;
-  *outlen = 0;
-  if (form == nullptr) form = &kPlainForm;
-  Symbols strings;
-  if (form->kind >= std::size(kWriters) || (form->flags & ~kKnownFlags) != 0 ||
-      !ReadSymbols(symbols, strings)) {
-    return LNX_BAD_ARGUMENT;
+  const std::span<const std::uint8_t> bytes = RawBytes(x, xlen);
+  if (symbols == nullptr && (form == nullptr || (form->kind | form->flags) == 0)) {
+    const TextKernels& kernels = TextKernelsOf(kestra::os::GetCpuLevel());
+    const std::size_t size = kernels.to_plain(bytes, {reinterpret_cast<char*>(out), outsize});
+    if (size > 0) {
+      *outlen = size;
+      return LNX_OK;
+    }
   }
-  Figures figures;
-  if (!ReadFigures(x, xlen, figures)) return LNX_BAD_NUMBER;
-  const Text text{strings, *form, out, outsize, outlen};
-  if (figures.kind == Kind::kInfinity) return WriteInfinity(text, figures.negative);
-  return kWriters[form->kind](text, figures);
+  return WriteText(bytes, form == nullptr ? kPlainForm : *form, symbols, {out, outsize}, outlen);
 }

@@ -1,6 +1,7 @@
 // Decimal text to NUMBER. The digits of the integer part and of the fraction are gathered side by
 // side in one row (12.5 gives "125" and point 2), 42 of them at most; the rest only counts. Pairing
 // them by powers of 100 and rounding is then one step for all lengths.
+#include "number/kernels/lnx_text_kernels.h"
 #include "number/lnx_scan.h"
 #include "number/lnx_symbols.h"
 
@@ -107,15 +108,14 @@ class TextReader {
   Figures* value_ = nullptr;
 };
 
-}  // namespace
-}  // namespace kestra::number
-
-int lnxfromtext(const uint8_t* text, size_t textlen, const lnxsymbols* symbols, uint8_t* out,
-                size_t* outlen, size_t* bad) noexcept {
-  using namespace kestra::number;
+// Apart from the entry point, so that the fast path has no large frame to set up.
+[[gnu::noinline]] int ReadText(std::string_view text, const lnxsymbols* symbols, std::uint8_t* out,
+                               std::size_t* outlen, std::size_t* bad) noexcept {
   Symbols strings;
-  if (!ReadSymbols(symbols, strings) || (text == nullptr && textlen > 0)) return LNX_BAD_ARGUMENT;
-  TextReader reader({reinterpret_cast<const char*>(text), textlen}, strings);
+  if (!ReadSymbols(symbols, strings) || (text.data() == nullptr && !text.empty())) {
+    return LNX_BAD_ARGUMENT;
+  }
+  TextReader reader(text, strings);
   if (!reader.Read()) {
     if (bad != nullptr) *bad = reader.bad();
     return LNX_BAD_BYTE;
@@ -125,4 +125,26 @@ int lnxfromtext(const uint8_t* text, size_t textlen, const lnxsymbols* symbols, 
   const std::size_t length = WriteFigures(reader.value(), bytes, in_range);
   StoreBytes(bytes, length, out, outlen);
   return in_range ? LNX_OK : LNX_RANGE;
+}
+
+}  // namespace
+}  // namespace kestra::number
+
+int lnxfromtext(const uint8_t* text, size_t textlen, const lnxsymbols* symbols, uint8_t* out,
+                size_t* outlen, size_t* bad) noexcept {
+  using namespace kestra::number;
+  const std::string_view given(reinterpret_cast<const char*>(text), textlen);
+  if (symbols == nullptr && text != nullptr) {
+    const TextKernels& kernels = TextKernelsOf(kestra::os::GetCpuLevel());
+    const std::size_t size = kernels.from_plain(given, outlen == nullptr ? out + 1 : out);
+    if (size > 0) {
+      if (outlen == nullptr) {
+        *out = static_cast<std::uint8_t>(size);
+      } else {
+        *outlen = size;
+      }
+      return LNX_OK;
+    }
+  }
+  return ReadText(given, symbols, out, outlen, bad);
 }
