@@ -1,0 +1,97 @@
+#include "nls/lxg_paths.h"
+
+#include <utility>
+
+#include "nls/lxg_table_codec.h"
+#include "nls/lxg_unicode_codec.h"
+
+namespace kestra::nls::convert {
+namespace {
+
+inline constexpr std::size_t kPathCount = static_cast<std::size_t>(SetKind::kPathCount);
+
+template <SetKind kKind>
+constexpr auto MakeDecoder([[maybe_unused]] CharsetView set) noexcept {
+  if constexpr (kKind == SetKind::kUtf8) return Utf8Decoder{};
+  if constexpr (kKind == SetKind::kUtf8Units) return Cesu8Decoder{};
+  if constexpr (kKind == SetKind::kUtfEbcdic) return UtfEbcdicDecoder{};
+  if constexpr (kKind == SetKind::kUtf16Be) return Utf16Decoder<std::endian::big>{};
+  if constexpr (kKind == SetKind::kUtf16Le) return Utf16Decoder<std::endian::little>{};
+  if constexpr (kKind == SetKind::kSingle) return SingleDecoder(set);
+  if constexpr (kKind == SetKind::kMultibyte || kKind == SetKind::kMultibyteWide) {
+    return MultibyteDecoder(set);
+  }
+}
+
+template <SetKind kKind>
+constexpr auto MakeEncoder([[maybe_unused]] CharsetView set) noexcept {
+  if constexpr (kKind == SetKind::kUtf8) return Utf8Encoder{};
+  if constexpr (kKind == SetKind::kUtf8Units) return Cesu8Encoder{};
+  if constexpr (kKind == SetKind::kUtfEbcdic) return UtfEbcdicEncoder{};
+  if constexpr (kKind == SetKind::kUtf16Be) return Utf16Encoder<std::endian::big>{};
+  if constexpr (kKind == SetKind::kUtf16Le) return Utf16Encoder<std::endian::little>{};
+  if constexpr (kKind == SetKind::kSingle) return TableEncoder<1>(set);
+  if constexpr (kKind == SetKind::kMultibyte) return TableEncoder<2>(set);
+  if constexpr (kKind == SetKind::kMultibyteWide) return TableEncoder<4>(set);
+}
+
+template <SetKind kSource, SetKind kDestination>
+void RunPath(Conversion& c, CharsetView source, CharsetView destination) noexcept {
+  ConvertRest(c, MakeDecoder<kSource>(source), MakeEncoder<kDestination>(destination));
+}
+
+template <std::size_t... kIndex>
+constexpr auto MakePaths(std::index_sequence<kIndex...>) noexcept {
+  return std::array<Path, sizeof...(kIndex)>{RunPath<static_cast<SetKind>(kIndex / kPathCount),
+                                                     static_cast<SetKind>(kIndex % kPathCount)>...};
+}
+constexpr auto kPaths = MakePaths(std::make_index_sequence<kPathCount * kPathCount>{});
+
+}  // namespace
+
+SetKind KindOf(CharsetView set) noexcept {
+  switch (set.id()) {
+    case 871:
+      return SetKind::kUtf8Units;
+    case 872:
+      return SetKind::kUtfEbcdic;
+    case 873:
+      return SetKind::kUtf8;
+    case 1000:
+      return SetKind::kUtf16Marked;
+    case 2000:
+      return SetKind::kUtf16Be;
+    case 2002:
+      return SetKind::kUtf16Le;
+    case 854:
+      return SetKind::kGb18030;
+    default:
+      break;
+  }
+  if (set.id() >= 9994 && set.id() <= 9999) return SetKind::kIso2022;
+  if (set.class_byte() == 1) return SetKind::kStateful;
+  if ((set.flags() & nlb::charset::kMultibyteFlag) == 0) return SetKind::kSingle;
+  return set.encode_width() == 4 ? SetKind::kMultibyteWide : SetKind::kMultibyte;
+}
+
+SetKind ResolveByteOrder(Conversion& c, SetKind kind) noexcept {
+  if (kind == SetKind::kUtf16Marked) {
+    kind = SetKind::kUtf16Be;
+    if (c.source_left() >= 2) {
+      const std::uint32_t mark = Utf16Decoder<std::endian::big>::Unit(c.in);
+      if (mark == 0xFFFE) kind = SetKind::kUtf16Le;
+      if (mark == 0xFFFE || mark == 0xFEFF) c.in += 2;
+    }
+  }
+  if (kind == SetKind::kUtf16Be || kind == SetKind::kUtf16Le) c.in_end -= c.source_left() & 1;
+  return kind;
+}
+
+Path FindPath(SetKind source, SetKind destination) noexcept {
+  if (destination == SetKind::kUtf16Marked) destination = SetKind::kUtf16Be;
+  if (source >= SetKind::kPathCount || destination >= SetKind::kPathCount) return nullptr;
+  return kPaths[static_cast<std::size_t>(source) * kPathCount +
+                static_cast<std::size_t>(destination)];
+}
+
+}  // namespace kestra::nls::convert

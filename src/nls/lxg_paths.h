@@ -1,0 +1,37 @@
+// The paths of conversion: one loop for each kind of source and kind of destination.
+#pragma once
+
+#include "nls/lxg_conversion.h"
+#include "nls/object_view.h"
+
+namespace kestra::nls::convert {
+
+// How a set is read and written. The kinds from kStateful on have no path yet.
+enum class SetKind : std::uint8_t {
+  kUtf8,           // 873
+  kUtf8Units,      // 871
+  kUtfEbcdic,      // 872
+  kUtf16Be,        // 2000, and 1000 as destination
+  kUtf16Le,        // 2002
+  kSingle,         // single-byte tables
+  kMultibyte,      // multibyte tables, characters of at most 2 bytes
+  kMultibyteWide,  // multibyte tables, up to 4 bytes
+  kPathCount,
+  kUtf16Marked = kPathCount,  // 1000 as source: ResolveByteOrder makes one of the two orders of it
+  kStateful,                  // shift-out, shift-in
+  kGb18030,
+  kIso2022,
+};
+
+SetKind KindOf(CharsetView set) noexcept;
+
+// For a source: settles the byte order of id 1000 by its mark, which is passed over, else
+// big-endian; cuts the odd last byte off any UTF-16 source.
+SetKind ResolveByteOrder(Conversion& c, SetKind kind) noexcept;
+
+using Path = void (*)(Conversion&, CharsetView source, CharsetView destination) noexcept;
+
+// Null: this build has no path for the pair.
+Path FindPath(SetKind source, SetKind destination) noexcept;
+
+}  // namespace kestra::nls::convert
