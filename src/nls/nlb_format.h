@@ -179,7 +179,8 @@ enum Table : std::size_t {
   // u16, by code point >> 6: block number. Code points past the index are unmapped.
   kEncodeIndex = 6,
   // Blocks of 64 cells of 1, 2 or 4 bytes: the bytes of the character as one number, the first byte
-  // highest; 0 unmapped (U+0000: see kNulTrait). As many bytes as the number needs.
+  // highest. As many bytes as the number needs. 0 is unmapped, except for the code point that byte
+  // 00 stands for (the first entry at kSingleAt: U+0000, in braille U+2800, or none).
   kEncodeTable = 7,
   kTableCount = 8
 };

@@ -1,0 +1,64 @@
+// A progress bar on standard error for work that takes longer than a second. Silent when standard
+// error is no terminal.
+#pragma once
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace kestra::tools {
+
+class Progress {
+ public:
+  // total: number of steps, 0 unknown (then the count alone is shown).
+  Progress(std::string_view what, std::size_t total, bool enabled = true)
+      : what_(what), total_(total), shown_(enabled && isatty(STDERR_FILENO) == 1) {}
+  ~Progress() { Clear(); }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void Step(std::size_t count = 1) {
+    done_ += count;
+    if (!shown_) return;
+    const Clock::time_point now = Clock::now();
+    if (now - start_ < std::chrono::seconds(1) || now - drawn_ < kInterval) return;
+    drawn_ = now;
+    Draw();
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  static constexpr std::chrono::milliseconds kInterval{100};
+  static constexpr std::size_t kWidth = 30;
+
+  void Draw() {
+    std::string line = "\r" + what_ + " ";
+    if (total_ != 0) {
+      const std::size_t filled = kWidth * (done_ < total_ ? done_ : total_) / total_;
+      line += "[" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "] ";
+      line += std::to_string(done_) + "/" + std::to_string(total_);
+    } else {
+      line += std::to_string(done_);
+    }
+    line += "\x1B[K";  // erase to the end of the line
+    std::fwrite(line.data(), 1, line.size(), stderr);
+    std::fflush(stderr);
+    drawn_any_ = true;
+  }
+  void Clear() {
+    if (drawn_any_) std::fputs("\r\x1B[K", stderr);
+  }
+
+  std::string what_;
+  std::size_t total_;
+  std::size_t done_ = 0;
+  bool shown_;
+  bool drawn_any_ = false;
+  Clock::time_point start_ = Clock::now(), drawn_{};
+};
+
+}  // namespace kestra::tools
