@@ -51,8 +51,8 @@ extern KES_API const uint8_t lnxqpi[22];
  *
  * Result   the exact value rounded to 20 base-100 digits, half a unit away from zero. Too large for
  *          the exponent byte gives the infinity of its sign; too small, before rounding, zero.
- *          Infinity +- anything finite is that infinity; of two infinities x decides, but like-signed
- *          infinities subtracted (or opposite ones added) give zero. Infinity times anything, zero
+ *          Infinity +- anything finite is that infinity; of two infinities x decides, but of the same
+ *          infinity subtracted from itself nothing is left: zero. Infinity times anything, zero
  *          included (it counts as positive), is infinity of the product's sign. In x / y these are
  *          tested in order: y zero (counts as positive) gives infinity of the quotient's sign, 0 / 0
  *          included; x zero gives zero; x infinite gives infinity; y infinite gives zero.
@@ -95,7 +95,7 @@ KES_API void lnxtru(const uint8_t *x, size_t xlen, uint8_t *out, size_t *outlen,
  * number   outlen not null: the number, its length at *length, room for 21 bytes (*length 0, or above
  *          21: see malformed input above). Null: a length byte and the number, room for 22 bytes.
  * Result   that of lnxadd and lnxsub; made for counters from 1 to below 1E38, where nothing but the
- *          units digit is touched as a rule. */
+ *          units digit is touched as a rule. A malformed number may stay malformed. */
 KES_API void lnxinc(uint8_t *number, size_t *length) KES_NOEXCEPT;
 KES_API void lnxdec(uint8_t *number, size_t *length) KES_NOEXCEPT;
 

@@ -1,0 +1,89 @@
+// Addition and subtraction of all digits at once (AVX-512 VBMI).
+//
+// Both numbers are laid out in reversed order, the last place in lane 0, by one byte permutation
+// each that also aligns them: lane 30 is the first digit of the larger exponent, lane 31 takes a
+// carry. The bytes are added, and all carries come from one integer addition: with g the lanes
+// above 99 and p the lanes equal to 99, the sum 2g + p carries through runs of 99s just as the
+// digits do, and where it differs from p a one has to be added. Unlike signs subtract by adding the
+// nine's complement: y becomes 99 - y in every lane, and the carry out of lane 31 tells the order.
+// Set: x is larger, and the carry goes back into lane 0. Clear: y is larger or equal, and the
+// complement of the sum is the result. So there is no comparison and no branch on the signs. Digits
+// shifted out below lane 0 cannot matter but for the borrow they ask for: lane 0 is then at least
+// the 31st place, and the difference, cut there, is rounded on its 21st digit.
+#pragma once
+
+#if defined(__x86_64__)
+
+#include "number/kernels/avx512_number.h"
+
+namespace kestra::number::avx512 {
+
+inline constexpr std::uint32_t kFarthest =
+    21;  // beyond, the smaller number cannot change the larger
+
+struct Aligned {
+  __m256i lanes;
+  bool lost;  // non-zero digits fell out at the end
+};
+
+// Digit k goes to lane 31 - shift - k.
+KES_AVX512 Aligned Align(const Loaded& number, std::uint32_t shift) noexcept {
+  const __m256i down = _mm256_setr_epi8(31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17,
+                                        16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+  const __m256i order = _mm256_sub_epi8(down, Broadcast(shift));
+  return {_mm256_maskz_permutexvar_epi8(~0u >> shift, order, number.digits),
+          (static_cast<std::uint64_t>(number.nonzero) << shift) >> 32 != 0};
+}
+
+// x + y, or x - y with all ones in subtract. False: not a case for this kernel.
+KES_AVX512 bool Add(const Loaded& x, const Loaded& y, std::uint32_t subtract,
+                    Result& result) noexcept {
+  const std::int32_t larger = x.exponent > y.exponent ? x.exponent : y.exponent;
+  const auto x_shift = static_cast<std::uint32_t>(larger - x.exponent);
+  const auto y_shift = static_cast<std::uint32_t>(larger - y.exponent);
+  if (!x.regular || !y.regular || x_shift + y_shift > kFarthest) [[unlikely]]
+    return false;
+  const std::uint32_t opposite = x.negative ^ y.negative ^ subtract;
+  const Aligned a = Align(x, x_shift);
+  const Aligned b = Align(y, y_shift);
+  const __m256i hundred = Broadcast(kBase);
+  const __m256i mask = Broadcast(opposite);
+  __m256i sum = _mm256_add_epi8(
+      a.lanes, _mm256_add_epi8(_mm256_xor_si256(b.lanes, mask), _mm256_and_si256(mask, hundred)));
+
+  const std::uint32_t generate = _mm256_cmpgt_epu8_mask(sum, Broadcast(kBase - 1));
+  const std::uint32_t propagate = _mm256_cmpeq_epi8_mask(sum, Broadcast(kBase - 1));
+  const std::uint64_t carries = 2 * static_cast<std::uint64_t>(generate) + propagate;
+  const std::uint64_t x_larger = carries >> 32;  // where signs are opposite
+  const std::uint64_t lost = a.lost || b.lost ? 1 : 0;
+  const std::uint64_t carry_in = (x_larger ^ lost) & opposite;
+  const std::uint32_t raised = static_cast<std::uint32_t>(carries + carry_in) ^ propagate;
+  sum = _mm256_sub_epi8(sum, _mm256_movm_epi8(raised));
+  sum = _mm256_min_epu8(sum, _mm256_sub_epi8(sum, hundred));
+  const std::uint32_t flip = opposite & (static_cast<std::uint32_t>(x_larger) - 1);
+  const __m256i flips = Broadcast(flip);
+  sum = _mm256_add_epi8(_mm256_xor_si256(sum, flips), _mm256_and_si256(flips, hundred));
+
+  std::uint32_t nonzero = _mm256_test_epi8_mask(sum, sum);
+  if (nonzero == 0) [[unlikely]] {
+    result = Zero();
+    return true;
+  }
+  std::uint32_t top = 31 - static_cast<std::uint32_t>(_lzcnt_u32(nonzero));
+  std::int32_t exponent = larger - 30 + static_cast<std::int32_t>(top);
+  if (exponent < 128) [[unlikely]] {
+    result = Zero();
+    return true;
+  }
+  if (top >= kMaxDigits && _bzhi_u32(nonzero, top - (kMaxDigits - 1)) != 0) {
+    const std::uint32_t before = top;
+    Round(sum, nonzero, top);
+    exponent += static_cast<std::int32_t>(top - before);
+  }
+  result = Finish(sum, nonzero, top, exponent, x.negative ^ flip);
+  return true;
+}
+
+}  // namespace kestra::number::avx512
+
+#endif

@@ -1,0 +1,205 @@
+// The AVX-512 table: entries that load, call a kernel, store, or hand over to the scalar function.
+#if defined(__GNUC__) && !defined(__clang__)
+// g++ 12 takes the undefined register inside its own intrinsics for a fault of their callers.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
+
+#include "number/kernels/number_tables.h"
+
+#if defined(__x86_64__)
+
+#include "number/kernels/array_plan.h"
+#include "number/kernels/avx512_add.h"
+#include "number/kernels/avx512_divide.h"
+#include "number/kernels/avx512_multiply.h"
+#include "number/kernels/avx512_number.h"
+#include "number/kernels/avx512_round.h"
+
+namespace kestra::number {
+namespace avx512 {
+namespace {
+
+KES_AVX512 bool Sum(const Loaded& x, const Loaded& y, Result& result) noexcept {
+  return Add(x, y, 0, result);
+}
+KES_AVX512 bool Difference(const Loaded& x, const Loaded& y, Result& result) noexcept {
+  return Add(x, y, ~0u, result);
+}
+
+using BinaryKernel = bool(const Loaded& x, const Loaded& y, Result& result) noexcept;
+
+template <BinaryKernel* kernel, BinaryFunction* other>
+KES_AVX512_ENTRY void Binary(const std::uint8_t* x, std::size_t xlen, const std::uint8_t* y,
+                             std::size_t ylen, std::uint8_t* out, std::size_t* outlen) noexcept {
+  Result result;
+  if (!kernel(Load(Locate(x, xlen)), Load(Locate(y, ylen)), result)) [[unlikely]] {
+    return other(x, xlen, y, ylen, out, outlen);
+  }
+  Store(result, out, outlen);
+}
+
+template <Rounding rounding, RoundFunction* other>
+KES_AVX512_ENTRY void RoundNumber(const std::uint8_t* x, std::size_t xlen, std::uint8_t* out,
+                                  std::size_t* outlen, int places) noexcept {
+  Result result;
+  if (!RoundAtPlace<rounding>(Load(Locate(x, xlen)), places, result)) [[unlikely]] {
+    return other(x, xlen, out, outlen, places);
+  }
+  Store(result, out, outlen);
+}
+
+KES_AVX512 int CompareLocated(Located x, Located y) noexcept {
+  const std::uint32_t both = _bzhi_u32(~0u, x.size < y.size ? x.size : y.size);
+  const __m256i a = _mm256_maskz_loadu_epi8(both, x.bytes);
+  const __m256i b = _mm256_maskz_loadu_epi8(both, y.bytes);
+  const std::uint32_t unequal = _mm256_cmpneq_epi8_mask(a, b);
+  if (unequal == 0) return static_cast<int>(x.size) - static_cast<int>(y.size);
+  const std::uint32_t place = _tzcnt_u32(unequal);
+  return x.bytes[place] - y.bytes[place];
+}
+
+KES_AVX512_ENTRY int Compare(const std::uint8_t* x, std::size_t xlen, const std::uint8_t* y,
+                             std::size_t ylen) noexcept {
+  const Located a = Locate(x, xlen);
+  const Located b = Locate(y, ylen);
+  if (a.size == 0 || b.size == 0) [[unlikely]]
+    return scalar::Compare(x, xlen, y, ylen);
+  return CompareLocated(a, b);
+}
+
+// Puts a result at area; end is the end of the caller's area.
+KES_AVX512 std::size_t Pack(Result result, std::uint8_t* area, const std::uint8_t* end) noexcept {
+  if (end - area >= 32) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(area), result.bytes);
+  } else {
+    _mm256_mask_storeu_epi8(area, _bzhi_u32(~0u, result.length), result.bytes);
+  }
+  return result.length;
+}
+
+template <BinaryKernel* kernel, BinaryFunction* other>
+KES_AVX512_ENTRY int BinaryArray(const std::uint8_t* const* x, const std::uint16_t* xlen,
+                                 const std::uint8_t* const* y, const std::uint16_t* ylen,
+                                 std::size_t n, const std::uint8_t* nulls, std::uint8_t** out,
+                                 std::uint16_t* outlen, std::uint8_t* area,
+                                 std::size_t area_size) noexcept {
+  if (!AreaHolds(n, nulls, out, outlen, area_size)) return kAreaTooSmall;
+  const std::uint8_t* const end = area + area_size;
+  for (std::size_t i = 0; i < n; ++i) {
+    if (IsNull(nulls, i)) {
+      out[i] = nullptr;
+      outlen[i] = 0;
+      continue;
+    }
+    Result result;
+    std::size_t length;
+    if (kernel(Load(Locate(x[i], xlen[i])), Load(Locate(y[i], ylen[i])), result)) [[likely]] {
+      length = Pack(result, area, end);
+    } else {
+      other(x[i], xlen[i], y[i], ylen[i], area, &length);
+    }
+    out[i] = area;
+    outlen[i] = static_cast<std::uint16_t>(length);
+    area += length;
+  }
+  return 0;
+}
+
+using UnaryKernel = bool(Located x, Result& result) noexcept;
+
+KES_AVX512 bool CopyBytes(Located x, Result& result) noexcept {
+  if (x.size == 0) return false;
+  result = {_mm256_maskz_loadu_epi8(_bzhi_u32(~0u, x.size), x.bytes), x.size};
+  return true;
+}
+
+KES_AVX512 bool NegateBytes(Located x, Result& result) noexcept {
+  const Loaded number = Load(x);
+  if (!number.regular) return false;
+  const std::uint32_t negative = ~number.negative;
+  const __m256i coded = _mm256_add_epi8(_mm256_xor_si256(number.digits, Broadcast(negative)),
+                                        Broadcast(negative != 0 ? kTerminator : 1u));
+  const std::uint32_t places = _bzhi_u32(~1u, number.count + 1);
+  const __m256i bytes = _mm256_mask_mov_epi8(Broadcast(kTerminator), places, coded);
+  const std::uint32_t terminator = (negative & 1) & (number.count < kMaxDigits ? 1u : 0u);
+  result = {
+      _mm256_mask_set1_epi8(
+          bytes, 1, static_cast<char>(static_cast<std::uint32_t>(number.exponent) ^ negative)),
+      1 + number.count + terminator};
+  return true;
+}
+
+KES_AVX512 bool AbsoluteBytes(Located x, Result& result) noexcept {
+  if (x.size == 0) return false;
+  return x.bytes[0] < kZeroByte ? NegateBytes(x, result) : CopyBytes(x, result);
+}
+
+template <UnaryKernel* kernel, UnaryFunction* other>
+KES_AVX512_ENTRY int UnaryArray(const std::uint8_t* const* x, const std::uint16_t* xlen,
+                                std::size_t n, const std::uint8_t* nulls, std::uint8_t** out,
+                                std::uint16_t* outlen, std::uint8_t* area,
+                                std::size_t area_size) noexcept {
+  if (!AreaHolds(n, nulls, out, outlen, area_size)) return kAreaTooSmall;
+  const std::uint8_t* const end = area + area_size;
+  for (std::size_t i = 0; i < n; ++i) {
+    if (IsNull(nulls, i)) {
+      out[i] = nullptr;
+      outlen[i] = 0;
+      continue;
+    }
+    Result result;
+    std::size_t length;
+    if (kernel(Locate(x[i], xlen[i]), result)) [[likely]] {
+      length = Pack(result, area, end);
+    } else {
+      other(x[i], xlen[i], area, &length);
+    }
+    out[i] = area;
+    outlen[i] = static_cast<std::uint16_t>(length);
+    area += length;
+  }
+  return 0;
+}
+
+KES_AVX512_ENTRY void CompareArray(const std::uint8_t* const* x, const std::uint16_t* xlen,
+                                   const std::uint8_t* const* y, const std::uint16_t* ylen,
+                                   std::size_t n, const std::uint8_t* nulls, int* result) noexcept {
+  for (std::size_t i = 0; i < n; ++i) {
+    if (IsNull(nulls, i)) {
+      result[i] = 0;
+      continue;
+    }
+    const Located a = Locate(x[i], xlen[i]);
+    const Located b = Locate(y[i], ylen[i]);
+    result[i] = a.size == 0 || b.size == 0 ? scalar::Compare(x[i], xlen[i], y[i], ylen[i])
+                                           : CompareLocated(a, b);
+  }
+}
+
+}  // namespace
+}  // namespace avx512
+
+constinit const Kernels kAvx512Kernels = {
+    "avx512",
+    avx512::Binary<avx512::Sum, scalar::Add>,
+    avx512::Binary<avx512::Difference, scalar::Subtract>,
+    avx512::Binary<avx512::Multiply, scalar::Multiply>,
+    avx512::Binary<avx512::Divide, scalar::Divide>,
+    avx512::RoundNumber<Rounding::kHalfAway, scalar::Round>,
+    avx512::RoundNumber<Rounding::kHalfEven, scalar::RoundEven>,
+    avx512::RoundNumber<Rounding::kTruncate, scalar::Truncate>,
+    avx512::Compare,
+    avx512::UnaryArray<avx512::AbsoluteBytes, scalar::Absolute>,
+    avx512::UnaryArray<avx512::NegateBytes, scalar::Negate>,
+    avx512::UnaryArray<avx512::CopyBytes, scalar::Copy>,
+    avx512::BinaryArray<avx512::Sum, scalar::Add>,
+    avx512::BinaryArray<avx512::Difference, scalar::Subtract>,
+    avx512::BinaryArray<avx512::Multiply, scalar::Multiply>,
+    avx512::BinaryArray<avx512::Divide, scalar::Divide>,
+    avx512::CompareArray,
+};
+
+}  // namespace kestra::number
+
+#endif
