@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/os/archive_format.h"
+
 namespace kestra::nls::nlb {
 
 inline constexpr std::uint32_t kMinVersion = 0x02100000;
@@ -261,16 +263,7 @@ inline constexpr std::size_t kShortEraName = 34;
 inline constexpr std::size_t kStringsPerLanguage = 42;
 }  // namespace calendar
 
-// Archive of files inside a data library: header, index sorted by name, names, then the files, each
-// at a multiple of 16. All fields little-endian. Names are paths below the home directory, for
-// example nls/data/lx1boot.nlb. The library exports it as the bytes <library>_archive and the u64
-// <library>_archive_size.
-namespace archive {
-inline constexpr char kMagic[8] = {'K', 'E', 'S', 'D', 'A', 'T', 'A', '1'};
-inline constexpr std::size_t kCountAt = 8;  // u32
-inline constexpr std::size_t kIndexAt = 16;
-// u32 name offset, u32 name length, u32 file offset, u32 file size.
-inline constexpr std::size_t kEntrySize = 16;
-}  // namespace archive
+// The archive of files inside a data library.
+namespace archive = os::archive;
 
 }  // namespace kestra::nls::nlb

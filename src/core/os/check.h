@@ -2,9 +2,9 @@
 #pragma once
 
 #ifdef KES_ENABLE_DCHECK
-#define KES_DCHECK(condition)            \
-  do {                                   \
-    if (!(condition)) __builtin_trap();  \
+#define KES_DCHECK(condition)           \
+  do {                                  \
+    if (!(condition)) __builtin_trap(); \
   } while (false)
 #else
 #define KES_DCHECK(condition) static_cast<void>(0)
