@@ -12,8 +12,6 @@
 #include "kestra/object.h"
 #include "nls/lxg_paths.h"
 
-extern "C" __attribute__((weak)) const uint8_t lxdlwkb[];
-
 namespace kestra::nls {
 namespace {
 
