@@ -14,7 +14,7 @@ namespace kestra::nlsc {
 struct BuildOptions {
   std::filesystem::path definitions = "data";  // our own tables
   std::filesystem::path sources = "/";         // root of the upstream packages' files
-  std::filesystem::path only;         // list of the objects to make; empty: all
+  std::filesystem::path only;                  // list of the objects to make; empty: all
   bool big_endian = false;
   VersionCheck check = VersionCheck::kStrict;
   // Versions of packages whose files do not state one; used when the manifest is recorded.
