@@ -237,12 +237,13 @@ inline constexpr std::size_t kTableCount = 1;
 }  // namespace supplement
 
 namespace calendar {
-inline constexpr std::size_t kIdAt = 92;           // u16
-inline constexpr std::size_t kKindAt = 94;         // u16: the calendar's id whose arithmetic it has
-inline constexpr std::size_t kMonthsAt = 96;       // u16: 12 or 13
-inline constexpr std::size_t kLanguagesAt = 98;    // u16
-inline constexpr std::size_t kErasAt = 100;        // u16, entries of the era table
-inline constexpr std::size_t kNamedErasAt = 102;   // u16, eras with names, at most kMaxNamedEras
+inline constexpr std::size_t kIdAt = 92;          // u16
+inline constexpr std::size_t kKindAt = 94;        // u16: the calendar's id whose arithmetic it has,
+                                                  // 0: names only, no arithmetic
+inline constexpr std::size_t kMonthsAt = 96;      // u16: 12 or 13
+inline constexpr std::size_t kLanguagesAt = 98;   // u16
+inline constexpr std::size_t kErasAt = 100;       // u16, entries of the era table
+inline constexpr std::size_t kNamedErasAt = 102;  // u16, eras with names, at most kMaxNamedEras
 inline constexpr std::size_t kYearOffsetAt = 104;  // i16: year = Gregorian year + this; 0 none
 // Tables.
 inline constexpr std::size_t kLanguageTable = 0;  // u16 language ids, ascending
@@ -251,9 +252,12 @@ inline constexpr std::size_t kStrings = 2;        // NUL-terminated UTF-8
 inline constexpr std::size_t kEraTable = 3;       // 8 bytes each: i16 year, u8 month, u8 day
                                                   // (Gregorian start, all 0 unknown), u16 number,
                                                   // u16 zero; ascending by start
-inline constexpr std::size_t kDateFormat = 4;     // default date format, NUL-terminated ASCII
+inline constexpr std::size_t kDateFormat = 4;     // default date format, NUL-terminated ASCII;
+                                                  // empty: the territory's
 inline constexpr std::size_t kTableCount = 5;
 inline constexpr std::size_t kEraSize = 8;
+// The Gregorian calendar lists no languages: its names are the language objects' own. The others
+// always have AMERICAN (id 1), for languages without names of their own.
 // Strings of a language: 13 months, 13 short months, era names (the latest ones), short era names.
 inline constexpr std::size_t kMonthName = 0;
 inline constexpr std::size_t kShortMonthName = 13;
