@@ -1,9 +1,9 @@
 // Decimal text to NUMBER. The digits of the integer part and of the fraction are gathered side by
 // side in one row (12.5 gives "125" and point 2), 42 of them at most; the rest only counts. Pairing
 // them by powers of 100 and rounding is then one step for all lengths.
+#include "number/lnx_text_read.h"
+
 #include "number/kernels/lnx_text_kernels.h"
-#include "number/lnx_scan.h"
-#include "number/lnx_symbols.h"
 
 namespace kestra::number {
 namespace {
@@ -120,14 +120,30 @@ class TextReader {
     if (bad != nullptr) *bad = reader.bad();
     return LNX_BAD_BYTE;
   }
+  return StoreFigures(reader.value(), out, outlen);
+}
+
+}  // namespace
+
+bool ReadPlainText(std::string_view text, const Symbols& symbols, Figures& figures,
+                   std::size_t& bad) noexcept {
+  TextReader reader(text, symbols);
+  if (!reader.Read()) {
+    bad = reader.bad();
+    return false;
+  }
+  figures = reader.value();
+  return true;
+}
+
+int StoreFigures(const Figures& figures, std::uint8_t* out, std::size_t* outlen) noexcept {
   std::uint8_t bytes[kMaxBytes];
   bool in_range = true;
-  const std::size_t length = WriteFigures(reader.value(), bytes, in_range);
+  const std::size_t length = WriteFigures(figures, bytes, in_range);
   StoreBytes(bytes, length, out, outlen);
   return in_range ? LNX_OK : LNX_RANGE;
 }
 
-}  // namespace
 }  // namespace kestra::number
 
 int lnxfromtext(const uint8_t* text, size_t textlen, const lnxsymbols* symbols, uint8_t* out,
