@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "nls/lxg_runs.h"
 #include "nls/lxg_table_codec.h"
 #include "nls/lxg_unicode_codec.h"
 
@@ -37,7 +38,7 @@ constexpr auto MakeEncoder([[maybe_unused]] CharsetView set) noexcept {
 
 template <SetKind kSource, SetKind kDestination>
 void RunPath(Conversion& c, CharsetView source, CharsetView destination) noexcept {
-  ConvertRest(c, MakeDecoder<kSource>(source), MakeEncoder<kDestination>(destination));
+  ConvertText(c, MakeDecoder<kSource>(source), MakeEncoder<kDestination>(destination));
 }
 
 template <std::size_t... kIndex>

@@ -8,23 +8,35 @@
 // a line end or a quote.
 #pragma once
 
-#include "nls/lxg_conversion.h"
+#include "nls/kernels/convert_kernels.h"
+#include "nls/lxg_unicode_codec.h"
 #include "nls/object_view.h"
 
 namespace kestra::nls::convert {
 
 class SingleDecoder {
  public:
-  explicit SingleDecoder(CharsetView set) noexcept : code_points_(set.single()) {}
+  explicit SingleDecoder(CharsetView set) noexcept
+      : code_points_(set.single()), ascii_(set.ascii_runs()) {}
+
+  bool ascii_runs() const noexcept { return ascii_; }
 
   Decoded Next(const std::uint8_t* p, const std::uint8_t*) const noexcept {
     const std::uint32_t code_point = code_points_[*p];
     if (code_point == nlb::charset::kNoCharacter) return {kMalformed, 1};
     return {code_point, 1};
   }
+  kernels::Progress DecodeUnits(const kernels::ConvertKernels& kernels, const std::uint8_t* in,
+                                std::size_t size, std::uint16_t* units,
+                                std::size_t room) const noexcept {
+    const std::size_t done =
+        kernels.single_to_units(code_points_, in, size < room ? size : room, units);
+    return {done, done, done};
+  }
 
  private:
   const std::uint16_t* code_points_;
+  bool ascii_;
 };
 
 // Characters of 1 to 4 bytes, the length told by the first byte.
@@ -41,7 +53,10 @@ class MultibyteDecoder {
         cell_count_(static_cast<std::uint32_t>(set.table_size(nlb::charset::kDecodeTable) /
                                                (set.decode_width() == 4 ? 4u : 2u))),
         wide_(set.decode_width() == 4),
-        has_leads_(set.table_size(nlb::charset::kLeadTable) >= 512) {}
+        has_leads_(set.table_size(nlb::charset::kLeadTable) >= 512),
+        ascii_(set.ascii_runs()) {}
+
+  bool ascii_runs() const noexcept { return ascii_; }
 
   Decoded Next(const std::uint8_t* p, const std::uint8_t* end) const noexcept {
     const std::uint32_t first = *p;
@@ -56,6 +71,14 @@ class MultibyteDecoder {
     std::uint32_t replaced = 1;
     while (replaced < length && p[replaced] >= 0x80) ++replaced;
     return {kMalformed, replaced};
+  }
+
+  // One- and two-byte characters of the basic plane; others are left to Next.
+  kernels::Progress DecodeUnits(const kernels::ConvertKernels& kernels, const std::uint8_t* in,
+                                std::size_t size, std::uint16_t* units,
+                                std::size_t room) const noexcept {
+    return wide_ ? DecodeUnitsOf<std::uint32_t>(kernels, in, size, units, room)
+                 : DecodeUnitsOf<std::uint16_t>(kernels, in, size, units, room);
   }
 
   static constexpr std::uint32_t kNoCell = 0xFFFFFFFF;
@@ -74,6 +97,44 @@ class MultibyteDecoder {
   }
 
  private:
+  template <typename Cell>
+  kernels::Progress DecodeUnitsOf(const kernels::ConvertKernels& kernels, const std::uint8_t* in,
+                                  std::size_t size, std::uint16_t* units,
+                                  std::size_t room) const noexcept {
+    kernels::Progress done;
+    const std::uint8_t* p = in;
+    const std::uint8_t* const end = in + size;
+    std::uint16_t* out = units;
+    std::uint16_t* const out_end = units + room;
+    while (p < end && out < out_end) {
+      if (ascii_ && *p < 0x80) {
+        const auto most =
+            static_cast<std::size_t>(end - p < out_end - out ? end - p : out_end - out);
+        const std::size_t run = kernels.widen_ascii(p, most, out);
+        p += run;
+        out += run;
+        continue;
+      }
+      const std::uint32_t first = *p;
+      std::uint32_t unit = code_points_[first];
+      std::uint32_t length = 1;
+      if (unit == nlb::charset::kNoCharacter) {
+        length = 2;
+        if ((classes_[first] & 3u) != 1 || end - p < 2 || !has_leads_) break;
+        const std::uint32_t row = Load16(leads_, std::size_t{2} * first);
+        const std::uint32_t cell = row == 0 ? kNoCell : this->Cell(row - 1, p[1]);
+        if (cell == kNoCell) break;
+        unit = LoadAt<Cell>(cells_, sizeof(Cell) * cell);
+        if (unit == 0 || unit >= kReplacementCharacter || IsSurrogate(unit)) break;
+      }
+      *out++ = static_cast<std::uint16_t>(unit);
+      p += length;
+    }
+    done.consumed = static_cast<std::size_t>(p - in);
+    done.written = done.characters = static_cast<std::size_t>(out - units);
+    return done;
+  }
+
   // The cell of a trail byte in a row.
   std::uint32_t Cell(std::uint32_t row, std::uint32_t trail) const noexcept {
     if (row >= row_count_) return kNoCell;
@@ -95,6 +156,7 @@ class MultibyteDecoder {
   std::uint32_t cell_count_;
   bool wide_;
   bool has_leads_;
+  bool ascii_;
 };
 
 // Both kinds of sets; kWidth is the number of bytes of a cell.
@@ -107,12 +169,16 @@ class TableEncoder {
         index_size_(set.encode_index_size()),
         block_count_(static_cast<std::uint32_t>(set.table_size(nlb::charset::kEncodeTable) /
                                                 (nlb::charset::kBlockSize * kWidth))),
-        maps_nul_(set.maps_nul()) {
+        maps_nul_(set.maps_nul()),
+        ascii_(set.ascii_runs()) {
     if (index_size_ > set.table_size(nlb::charset::kEncodeIndex) / 2) index_size_ = 0;
     const std::uint32_t length = set.replacement_length();
     replacement_.length = length >= 1 && length <= 4 ? length : 1;
     std::memcpy(&replacement_.bytes, set.replacement(), replacement_.length);
   }
+
+  bool ascii_runs() const noexcept { return ascii_; }
+  static constexpr std::size_t kUnitSize = kWidth;
 
   Encoded Encode(std::uint32_t code_point) const noexcept {
     const std::uint32_t slot = code_point >> nlb::charset::kBlockShift;
@@ -140,12 +206,41 @@ class TableEncoder {
   }
   Encoded replacement() const noexcept { return replacement_; }
 
+  // Room for kUnitSize bytes a unit and 4 more.
+  kernels::Progress EncodeUnits(const kernels::ConvertKernels& kernels, const std::uint16_t* units,
+                                std::size_t count, std::uint8_t* out, std::size_t) const noexcept {
+    if constexpr (kWidth == 1) {
+      const kernels::ByteEncodeTable table{index_, cells_, index_size_, block_count_, maps_nul_};
+      const std::size_t done = kernels.units_to_single(table, units, count, out);
+      return {done, done, done};
+    } else {
+      std::uint8_t* q = out;
+      std::size_t i = 0;
+      while (i < count) {
+        if (ascii_ && units[i] < 0x80) {
+          const std::size_t run = kernels.narrow_ascii(units + i, count - i, q);
+          i += run;
+          q += run;
+          continue;
+        }
+        const Encoded encoded = Encode(units[i]);
+        if (encoded.length == 0) break;
+        const auto bytes = static_cast<std::uint32_t>(encoded.bytes);
+        std::memcpy(q, &bytes, sizeof bytes);
+        q += encoded.length;
+        ++i;
+      }
+      return {i, static_cast<std::size_t>(q - out), i};
+    }
+  }
+
  private:
   const std::uint8_t* index_;
   const std::uint8_t* cells_;
   std::uint32_t index_size_;
   std::uint32_t block_count_;
   bool maps_nul_;
+  bool ascii_;
   Encoded replacement_;
 };
 

@@ -9,6 +9,7 @@
 #include <array>
 #include <bit>
 
+#include "nls/kernels/convert_kernels.h"
 #include "nls/lxg_conversion.h"
 
 namespace kestra::nls::convert {
@@ -46,6 +47,8 @@ struct Utf8Decoder {
     return {0, 0, 0};
   }
 
+  static constexpr bool ascii_runs() noexcept { return true; }
+
   Decoded Next(const std::uint8_t* p, const std::uint8_t* end) const noexcept {
     const std::uint32_t first = *p;
     if (first < 0x80) return {first, 1};
@@ -63,9 +66,21 @@ struct Utf8Decoder {
     }
     return {code_point, lead.follow + 1u};
   }
+  static kernels::Progress DecodeUnits(const kernels::ConvertKernels& kernels,
+                                       const std::uint8_t* in, std::size_t size,
+                                       std::uint16_t* units, std::size_t room) noexcept {
+    auto* out = reinterpret_cast<std::uint8_t*>(units);
+    kernels::Progress done = std::endian::native == std::endian::big
+                                 ? kernels.utf8_to_utf16be(in, size, out, 2 * room)
+                                 : kernels.utf8_to_utf16le(in, size, out, 2 * room);
+    done.written /= 2;
+    return done;
+  }
 };
 
 struct Utf8Encoder {
+  static constexpr bool ascii_runs() noexcept { return true; }
+  static constexpr std::size_t kUnitSize = 3;
   static constexpr Encoded EncodeUnit(std::uint32_t unit) noexcept {
     if (unit < 0x80) return {unit, 1};
     if (unit < 0x800) return {0x80C0u | unit >> 6 | (unit & 0x3F) << 8, 2};
@@ -78,11 +93,22 @@ struct Utf8Encoder {
             4};
   }
   static constexpr Encoded replacement() noexcept { return {0xBDBFEF, 3}; }
+  static kernels::Progress EncodeUnits(const kernels::ConvertKernels& kernels,
+                                       const std::uint16_t* units, std::size_t count,
+                                       std::uint8_t* out, std::size_t room) noexcept {
+    const auto* in = reinterpret_cast<const std::uint8_t*>(units);
+    kernels::Progress done = std::endian::native == std::endian::big
+                                 ? kernels.utf16be_to_utf8(in, 2 * count, out, room)
+                                 : kernels.utf16le_to_utf8(in, 2 * count, out, room);
+    done.consumed /= 2;
+    return done;
+  }
 };
 
 // UTF-16. An odd last byte is not part of the source: the caller cuts it off.
 template <std::endian kOrder>
 struct Utf16Decoder {
+  static constexpr bool ascii_runs() noexcept { return false; }
   static std::uint32_t Unit(const std::uint8_t* p) noexcept {
     if constexpr (kOrder == std::endian::big) return static_cast<std::uint32_t>(p[0] << 8 | p[1]);
     return static_cast<std::uint32_t>(p[1] << 8 | p[0]);
@@ -96,10 +122,34 @@ struct Utf16Decoder {
     if (!IsLowSurrogate(low)) return {kMalformed, 2};
     return {JoinSurrogates(unit, low), 4};
   }
+  static kernels::Progress DecodeUnits(const kernels::ConvertKernels&, const std::uint8_t* in,
+                                       std::size_t size, std::uint16_t* units,
+                                       std::size_t room) noexcept {
+    const std::size_t count = size / 2 < room ? size / 2 : room;
+    std::size_t done = 0;
+    std::size_t pairs = 0;
+    while (done < count) {
+      const std::uint32_t unit = Unit(in + 2 * done);
+      units[done] = static_cast<std::uint16_t>(unit);
+      if (IsSurrogate(unit)) [[unlikely]] {
+        if (IsLowSurrogate(unit) || done + 1 >= count) break;
+        const std::uint32_t low = Unit(in + 2 * done + 2);
+        if (!IsLowSurrogate(low)) break;
+        units[++done] = static_cast<std::uint16_t>(low);
+        ++pairs;
+      } else if (unit == kReplacementCharacter) [[unlikely]] {
+        break;
+      }
+      ++done;
+    }
+    return {2 * done, done, done - pairs};
+  }
 };
 
 template <std::endian kOrder>
 struct Utf16Encoder {
+  static constexpr bool ascii_runs() noexcept { return false; }
+  static constexpr std::size_t kUnitSize = 2;
   static constexpr std::uint32_t Place(std::uint32_t unit) noexcept {
     if constexpr (kOrder == std::endian::big) return (unit >> 8 | unit << 8) & 0xFFFF;
     return unit;
@@ -109,12 +159,22 @@ struct Utf16Encoder {
     return {Place(HighSurrogate(code_point)) | Place(LowSurrogate(code_point)) << 16, 4};
   }
   static constexpr Encoded replacement() noexcept { return {Place(kReplacementCharacter), 2}; }
+  static kernels::Progress EncodeUnits(const kernels::ConvertKernels&, const std::uint16_t* units,
+                                       std::size_t count, std::uint8_t* out, std::size_t) noexcept {
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::uint16_t unit = units[i];
+      out[2 * i] = static_cast<std::uint8_t>(kOrder == std::endian::big ? unit >> 8 : unit);
+      out[2 * i + 1] = static_cast<std::uint8_t>(kOrder == std::endian::big ? unit : unit >> 8);
+    }
+    return {count, 2 * count, count};
+  }
 };
 
 // A form over UTF-16 units, given how it codes one unit: joins surrogate pairs.
 template <typename UnitDecoder>
 struct PairDecoder {
   UnitDecoder units;
+  static constexpr bool ascii_runs() noexcept { return UnitDecoder::ascii_runs(); }
   Decoded Next(const std::uint8_t* p, const std::uint8_t* end) const noexcept {
     const Decoded unit = units.Next(p, end);
     if (!IsSurrogate(unit.code_point)) [[likely]]
@@ -134,6 +194,7 @@ struct PairDecoder {
 
 template <typename UnitEncoder>
 struct PairEncoder {
+  static constexpr bool ascii_runs() noexcept { return UnitEncoder::ascii_runs(); }
   static constexpr Encoded Encode(std::uint32_t code_point) noexcept {
     if (code_point < 0x10000) return UnitEncoder::EncodeUnit(code_point);
     const Encoded high = UnitEncoder::EncodeUnit(HighSurrogate(code_point));
@@ -147,6 +208,7 @@ struct PairEncoder {
 
 // UTF-8 of one unit, surrogates included, never four bytes.
 struct Utf8UnitDecoder {
+  static constexpr bool ascii_runs() noexcept { return true; }
   Decoded Next(const std::uint8_t* p, const std::uint8_t* end) const noexcept {
     const std::uint32_t first = *p;
     if (first < 0x80) return {first, 1};
@@ -207,6 +269,7 @@ constexpr std::array<std::uint8_t, 256> MakeFromEbcdic() noexcept {
 inline constexpr std::array<std::uint8_t, 256> kFromEbcdic = MakeFromEbcdic();
 
 struct UnitDecoder {
+  static constexpr bool ascii_runs() noexcept { return false; }
   static constexpr std::uint32_t Trail(std::uint8_t byte) noexcept { return byte & 0x1Fu; }
   static constexpr bool IsTrail(std::uint8_t byte) noexcept { return (byte & 0xE0) == 0xA0; }
 
@@ -236,6 +299,7 @@ struct UnitDecoder {
 };
 
 struct UnitEncoder {
+  static constexpr bool ascii_runs() noexcept { return false; }
   static constexpr std::uint64_t Byte(std::uint32_t intermediate, std::uint32_t place) noexcept {
     return static_cast<std::uint64_t>(kToEbcdic[intermediate]) << (8 * place);
   }

@@ -1,0 +1,185 @@
+// The kernels in plain C++: the reference for the others, eight bytes at a time where that is easy.
+#include <bit>
+#include <cstring>
+
+#include "core/os/cpu.h"
+#include "nls/kernels/convert_kernels.h"
+#include "nls/lxg_unicode_codec.h"
+
+namespace kestra::nls::kernels {
+namespace {
+
+using convert::Decoded;
+using convert::kReplacementCharacter;
+
+constexpr std::uint64_t kHighBits = 0x8080808080808080;
+
+std::uint64_t LoadWord(const void* p) noexcept {
+  std::uint64_t word;
+  std::memcpy(&word, p, sizeof word);
+  return word;
+}
+
+std::size_t CopyAscii(const std::uint8_t* in, std::size_t size, std::uint8_t* out) noexcept {
+  std::size_t i = 0;
+  for (; i + 16 <= size; i += 16) {
+    const std::uint64_t first = LoadWord(in + i);
+    const std::uint64_t second = LoadWord(in + i + 8);
+    if (((first | second) & kHighBits) != 0) break;
+    std::memcpy(out + i, &first, 8);
+    std::memcpy(out + i + 8, &second, 8);
+  }
+  for (; i < size && in[i] < 0x80; ++i) out[i] = in[i];
+  return i;
+}
+
+std::size_t WidenAscii(const std::uint8_t* in, std::size_t size, std::uint16_t* out) noexcept {
+  std::size_t i = 0;
+  for (; i + 8 <= size && (LoadWord(in + i) & kHighBits) == 0; i += 8) {
+    for (std::size_t j = 0; j < 8; ++j) out[i + j] = in[i + j];
+  }
+  for (; i < size && in[i] < 0x80; ++i) out[i] = in[i];
+  return i;
+}
+
+std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count, std::uint8_t* out) noexcept {
+  std::size_t i = 0;
+  for (; i + 4 <= count && (LoadWord(in + i) & 0xFF80FF80FF80FF80) == 0; i += 4) {
+    for (std::size_t j = 0; j < 4; ++j) out[i + j] = static_cast<std::uint8_t>(in[i + j]);
+  }
+  for (; i < count && in[i] < 0x80; ++i) out[i] = static_cast<std::uint8_t>(in[i]);
+  return i;
+}
+
+// Eight bytes are stored for each character, so the last ones are left to the caller.
+constexpr std::size_t kStoreSize = 8;
+
+template <typename Decoder, typename Encoder>
+Progress ConvertPlain(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
+                      std::size_t room) noexcept {
+  Progress done;
+  const std::uint8_t* end = in + size;
+  while (done.consumed < size && room - done.written >= kStoreSize) {
+    const Decoded character = Decoder{}.Next(in + done.consumed, end);
+    if (character.code_point >= kReplacementCharacter) [[unlikely]] {
+      if (character.code_point == kReplacementCharacter ||
+          character.code_point > convert::kMaxCodePoint) {
+        break;
+      }
+    }
+    const convert::Encoded encoded = Encoder::Encode(character.code_point);
+    std::memcpy(out + done.written, &encoded.bytes, kStoreSize);
+    done.consumed += character.length;
+    done.written += encoded.length;
+    ++done.characters;
+  }
+  return done;
+}
+
+// Four ASCII units at a time on top of the plain loop.
+template <std::endian kOrder>
+Progress Utf16ToUtf8(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
+                     std::size_t room) noexcept {
+  constexpr std::uint64_t kNotAscii =
+      kOrder == std::endian::native ? 0xFF80FF80FF80FF80 : 0x80FF80FF80FF80FF;
+  constexpr std::size_t kLowByte = kOrder == std::endian::big ? 1 : 0;
+  constexpr std::size_t kBatch = 64;
+  Progress done;
+  size &= ~std::size_t{1};
+  while (done.consumed < size) {
+    while (size - done.consumed >= 8 && room - done.written >= 4 &&
+           (LoadWord(in + done.consumed) & kNotAscii) == 0) {
+      for (std::size_t i = 0; i < 4; ++i) {
+        out[done.written + i] = in[done.consumed + 2 * i + kLowByte];
+      }
+      done.consumed += 8;
+      done.written += 4;
+      done.characters += 4;
+    }
+    // A pair may straddle the end of the batch: then it stops in front of it.
+    const std::size_t batch = size - done.consumed < kBatch ? size - done.consumed : kBatch;
+    const Progress step = ConvertPlain<convert::Utf16Decoder<kOrder>, convert::Utf8Encoder>(
+        in + done.consumed, batch, out + done.written, room - done.written);
+    done.consumed += step.consumed;
+    done.written += step.written;
+    done.characters += step.characters;
+    if (step.consumed + 2 < batch || step.consumed == 0) break;
+  }
+  return done;
+}
+
+template <std::endian kOrder>
+Progress Utf8ToUtf16(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
+                     std::size_t room) noexcept {
+  constexpr std::size_t kLowByte = kOrder == std::endian::big ? 1 : 0;
+  constexpr std::size_t kBatch = 64;
+  Progress done;
+  while (done.consumed < size) {
+    while (size - done.consumed >= 8 && room - done.written >= 16 &&
+           (LoadWord(in + done.consumed) & kHighBits) == 0) {
+      for (std::size_t i = 0; i < 8; ++i) {
+        out[done.written + 2 * i + kLowByte] = in[done.consumed + i];
+        out[done.written + 2 * i + (1 - kLowByte)] = 0;
+      }
+      done.consumed += 8;
+      done.written += 16;
+      done.characters += 8;
+    }
+    const std::size_t batch = size - done.consumed < kBatch ? size - done.consumed : kBatch;
+    const Progress step = ConvertPlain<convert::Utf8Decoder, convert::Utf16Encoder<kOrder>>(
+        in + done.consumed, batch, out + done.written, room - done.written);
+    done.consumed += step.consumed;
+    done.written += step.written;
+    done.characters += step.characters;
+    if (step.consumed + 3 < batch || step.consumed == 0) break;
+  }
+  return done;
+}
+
+std::size_t SingleToUnits(const std::uint16_t* code_points, const std::uint8_t* in,
+                          std::size_t size, std::uint16_t* out) noexcept {
+  for (std::size_t i = 0; i < size; ++i) {
+    const std::uint16_t unit = code_points[in[i]];
+    if (unit >= kReplacementCharacter || convert::IsSurrogate(unit)) return i;
+    out[i] = unit;
+  }
+  return size;
+}
+
+std::size_t UnitsToSingle(const ByteEncodeTable& table, const std::uint16_t* in, std::size_t count,
+                          std::uint8_t* out) noexcept {
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint32_t unit = in[i];
+    const std::uint32_t slot = unit >> 6;
+    if (slot >= table.index_size) return i;
+    std::uint16_t block;
+    std::memcpy(&block, table.index + std::size_t{2} * slot, sizeof block);
+    if (block >= table.block_count) return i;
+    out[i] = table.cells[std::size_t{block} * 64 + (unit & 63)];
+    if (out[i] == 0 && (unit != 0 || !table.maps_nul)) return i;
+  }
+  return count;
+}
+
+}  // namespace
+
+constinit const ConvertKernels kScalarConvertKernels = {
+    CopyAscii,
+    Utf16ToUtf8<std::endian::big>,
+    Utf16ToUtf8<std::endian::little>,
+    Utf8ToUtf16<std::endian::big>,
+    Utf8ToUtf16<std::endian::little>,
+    SingleToUnits,
+    UnitsToSingle,
+    WidenAscii,
+    NarrowAscii,
+};
+
+const ConvertKernels& GetConvertKernels() noexcept {
+#if defined(__x86_64__) && defined(__GNUC__)
+  if (os::GetCpuLevel() == os::CpuLevel::kAvx512) return kAvx512ConvertKernels;
+#endif
+  return kScalarConvertKernels;
+}
+
+}  // namespace kestra::nls::kernels
