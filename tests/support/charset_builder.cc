@@ -224,8 +224,6 @@ CharsetObject MakeUnicodeSet(std::uint16_t id) {
   return w.Finish();
 }
 
-namespace {
-
 std::vector<Mapping> AsciiMappings() {
   std::vector<Mapping> mappings;
   for (std::uint32_t b = 0; b < 0x80; ++b) {
@@ -234,16 +232,16 @@ std::vector<Mapping> AsciiMappings() {
   return mappings;
 }
 
-CharsetObject MakeLatin() {
+std::vector<Mapping> LatinMappings() {
   std::vector<Mapping> mappings = AsciiMappings();
   for (std::uint32_t b = 0xA0; b < 0x100; ++b) {
     mappings.push_back({std::string(1, static_cast<char>(b)), b});
   }
   mappings.push_back({"\x80", 0x20AC});
-  return MakeTableSet(100, mappings, "?");
+  return mappings;
 }
 
-CharsetObject MakeEbcdic() {
+std::vector<Mapping> EbcdicMappings() {
   std::vector<Mapping> mappings;
   const auto run = [&mappings](std::uint32_t byte, std::uint32_t from, std::uint32_t to) {
     for (std::uint32_t cp = from; cp <= to; ++cp, ++byte) {
@@ -261,10 +259,10 @@ CharsetObject MakeEbcdic() {
   run(0xE2, 'S', 'Z');
   run(0xF0, '0', '9');
   run(0xB1, 0x20AC, 0x20AC);
-  return MakeTableSet(500, mappings, "\x6F");
+  return mappings;
 }
 
-CharsetObject MakeDouble() {
+std::vector<Mapping> DoubleMappings() {
   std::vector<Mapping> mappings = AsciiMappings();
   // Two bytes, trails 40..7E and 80..FC: ideographs, Cyrillic, one supplementary character.
   std::uint32_t cp = 0x4E00;
@@ -288,25 +286,23 @@ CharsetObject MakeDouble() {
     return m.bytes[0] == '\x8F' && m.bytes.size() == 2;
   });
   mappings.push_back({"\xB1", 0xFF71});  // a single byte above 80
-  return MakeTableSet(830, mappings, "?");
+  return mappings;
 }
-
-}  // namespace
 
 const CharsetObject& UsAscii() {
   static const CharsetObject set = MakeTableSet(1, AsciiMappings(), "?");
   return set;
 }
 const CharsetObject& Latin() {
-  static const CharsetObject set = MakeLatin();
+  static const CharsetObject set = MakeTableSet(100, LatinMappings(), "?");
   return set;
 }
 const CharsetObject& Ebcdic() {
-  static const CharsetObject set = MakeEbcdic();
+  static const CharsetObject set = MakeTableSet(500, EbcdicMappings(), "\x6F");
   return set;
 }
 const CharsetObject& Double() {
-  static const CharsetObject set = MakeDouble();
+  static const CharsetObject set = MakeTableSet(830, DoubleMappings(), "?");
   return set;
 }
 const CharsetObject& Unicode(std::uint16_t id) {

@@ -38,6 +38,10 @@ CharsetObject MakeUnicodeSet(std::uint16_t id);
 
 // Sets for tests. Latin: ISO 8859-1 without 80..9F. Ebcdic: letters and digits at EBCDIC places and
 // no ASCII below 80. Double: ASCII, 8-byte-row two-byte characters and a few of three bytes.
+std::vector<Mapping> AsciiMappings();
+std::vector<Mapping> LatinMappings();
+std::vector<Mapping> EbcdicMappings();
+std::vector<Mapping> DoubleMappings();
 const CharsetObject& UsAscii();
 const CharsetObject& Latin();
 const CharsetObject& Ebcdic();
