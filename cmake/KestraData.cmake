@@ -1,29 +1,61 @@
-# Locale data made by nlsc while the project is built: the full set as build/<preset>/home, the
-# small fixed set of the unit tests as build/<preset>/testdata/home and, in the other byte order,
-# testdata/big. An upstream file that changes is noticed by its digest, so only our own definitions
-# are dependencies.
+# Locale data, made by nlsc while the project is built:
+#   build/<preset>/home              the full set, which libkciei.so embeds
+#   build/<preset>/home-english      the small set, which libkciicus.so embeds
+#   build/<preset>/testdata/home     the fixed set of the unit tests; testdata/big: big-endian
+# A change of an upstream file is refused by the manifest, so only our own definitions, whose part
+# the manifest is, are dependencies.
 file(GLOB_RECURSE KESTRA_DEFINITIONS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/data/*)
-set(KESTRA_HOME_DIR ${CMAKE_BINARY_DIR}/home)
-add_custom_command(OUTPUT ${KESTRA_HOME_DIR}/nls/data/lx1boot.nlb
-  COMMAND nlsc build --quiet --definitions ${CMAKE_SOURCE_DIR}/data
-          --output ${KESTRA_HOME_DIR}/nls/data
-  DEPENDS nlsc ${KESTRA_DEFINITIONS} COMMENT "Compiling the locale data" VERBATIM)
-set(KESTRA_DATA_FILES ${KESTRA_HOME_DIR}/nls/data/lx1boot.nlb)
-
 file(GLOB_RECURSE KESTRA_TEST_DEFINITIONS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/data/nlsc/*)
-if(KESTRA_TEST_DEFINITIONS)
-  foreach(set home big)
-    set(order little)
-    if(set STREQUAL big)
-      set(order big)
-    endif()
-    add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/testdata/${set}/nls/data/lx1boot.nlb
-      COMMAND nlsc build --quiet --definitions ${CMAKE_SOURCE_DIR}/tests/data/nlsc/definitions
-              --sources ${CMAKE_SOURCE_DIR}/tests/data/nlsc/sources --byte-order=${order}
-              --output ${CMAKE_BINARY_DIR}/testdata/${set}/nls/data
-      DEPENDS nlsc ${KESTRA_TEST_DEFINITIONS} COMMENT "Compiling the test data (${order}-endian)"
-      VERBATIM)
-    list(APPEND KESTRA_DATA_FILES ${CMAKE_BINARY_DIR}/testdata/${set}/nls/data/lx1boot.nlb)
-  endforeach()
-endif()
+
+# kestra_compile_data(HOME DESCRIPTION INPUTS ARGUMENTS...): HOME/nls/data from the definitions.
+set(KESTRA_DATA_FILES "")
+function(kestra_compile_data home description inputs)
+  add_custom_command(OUTPUT ${home}/nls/data/lx1boot.nlb
+    COMMAND nlsc build --quiet --output ${home}/nls/data ${ARGN}
+    DEPENDS nlsc ${${inputs}} COMMENT "Compiling ${description}" VERBATIM)
+  list(APPEND KESTRA_DATA_FILES ${home}/nls/data/lx1boot.nlb)
+  set(KESTRA_DATA_FILES ${KESTRA_DATA_FILES} PARENT_SCOPE)
+endfunction()
+
+set(KESTRA_HOME_DIR ${CMAKE_BINARY_DIR}/home)
+kestra_compile_data(${KESTRA_HOME_DIR} "the locale data" KESTRA_DEFINITIONS
+  --definitions ${CMAKE_SOURCE_DIR}/data)
+kestra_compile_data(${CMAKE_BINARY_DIR}/home-english "the small locale data" KESTRA_DEFINITIONS
+  --definitions ${CMAKE_SOURCE_DIR}/data --only ${CMAKE_SOURCE_DIR}/data/english.list)
+foreach(order little big)
+  set(home ${CMAKE_BINARY_DIR}/testdata/home)
+  if(order STREQUAL big)
+    set(home ${CMAKE_BINARY_DIR}/testdata/big)
+  endif()
+  kestra_compile_data(${home} "the test data (${order}-endian)" KESTRA_TEST_DEFINITIONS
+    --definitions ${CMAKE_SOURCE_DIR}/tests/data/nlsc/definitions
+    --sources ${CMAKE_SOURCE_DIR}/tests/data/nlsc/sources --byte-order=${order})
+endforeach()
 add_custom_target(kestra_data ALL DEPENDS ${KESTRA_DATA_FILES})
+
+# The data libraries hold one archive each; they need no other library.
+foreach(library kciei kciicus)
+  set(home ${KESTRA_HOME_DIR})
+  if(library STREQUAL kciicus)
+    set(home ${CMAKE_BINARY_DIR}/home-english)
+  endif()
+  set(KESTRA_DATA_LIBRARY ${library})
+  set(KESTRA_DATA_ARCHIVE ${CMAKE_BINARY_DIR}/generated/${library}.archive)
+  configure_file(${CMAKE_SOURCE_DIR}/cmake/data_library.S.in
+    ${CMAKE_BINARY_DIR}/generated/${library}.S @ONLY)
+  add_custom_command(OUTPUT ${KESTRA_DATA_ARCHIVE}
+    COMMAND nlsc pack ${home} --output ${KESTRA_DATA_ARCHIVE}
+    DEPENDS nlsc ${home}/nls/data/lx1boot.nlb COMMENT "Packing lib${library}" VERBATIM)
+  set_source_files_properties(${CMAKE_BINARY_DIR}/generated/${library}.S PROPERTIES
+    OBJECT_DEPENDS ${KESTRA_DATA_ARCHIVE})
+  add_library(${library} SHARED ${CMAKE_BINARY_DIR}/generated/${library}.S)
+  add_dependencies(${library} kestra_data)
+  set_target_properties(${library} PROPERTIES LINKER_LANGUAGE C COMPILE_OPTIONS ""
+    LINK_OPTIONS "-nostdlib;-Wl,--build-id=none" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+  install(TARGETS ${library} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endforeach()
+
+install(TARGETS nlsc RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY ${KESTRA_HOME_DIR}/nls DESTINATION ${CMAKE_INSTALL_DATADIR}/kestra
+  FILES_MATCHING PATTERN "*.nlb" PATTERN ".*" EXCLUDE)
+install(FILES ${CMAKE_SOURCE_DIR}/THIRD_PARTY.md DESTINATION ${CMAKE_INSTALL_DATADIR}/kestra)

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "../support/progress.h"
+#include "archive.h"
 #include "build.h"
 #include "output_directory.h"
 
@@ -102,18 +103,40 @@ struct BuildCommand {
   }
 };
 
+struct PackCommand {
+  std::string home;
+  std::string output;
+
+  void Add(CLI::App& app) {
+    CLI::App* command =
+        app.add_subcommand("pack", "archive of a home directory, for a data library");
+    command->add_option("home", home, "home directory")->required();
+    command->add_option("-o,--output", output, "file to write")->required();
+    command->footer("Example:\n  nlsc pack build/home -o kciei.archive");
+  }
+
+  int Run() const {
+    const std::vector<std::uint8_t> bytes = kestra::nlsc::MakeArchive(home);
+    kestra::nlsc::WriteFileAtomically(output,
+                                      {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    return kDone;
+  }
+};
+
 int Run(int argc, char** argv) {
   CLI::App app("Compiler of locale data", "nlsc");
   app.require_subcommand(1);
   app.set_version_flag("--version", "nlsc " KESTRA_VERSION);
   BuildCommand build;
   build.Add(app);
+  PackCommand pack;
+  pack.Add(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
   }
-  return build.Run();
+  return app.got_subcommand("pack") ? pack.Run() : build.Run();
 }
 
 }  // namespace
