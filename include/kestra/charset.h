@@ -24,7 +24,9 @@ enum {
   KES_CLASS_CONTROL = 256,
   KES_CLASS_HEX_DIGIT = 512,
   KES_CLASS_BLANK = 1024, /* printable but not graphic: the space character */
-  KES_CLASS_ALPHABETIC = 2048
+  KES_CLASS_ALPHABETIC = 2048,
+  KES_CLASS_WIDE = 4096,      /* takes two columns of a fixed-width display */
+  KES_CLASS_ZERO_WIDTH = 8192 /* takes none: controls, combining marks */
 };
 
 /* The cursor: caller-owned, filled by lxmopen, 128 bytes. */

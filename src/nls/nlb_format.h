@@ -138,7 +138,8 @@ inline constexpr std::size_t kReplacementLengthAt = 109;    // u8, 1..4
 inline constexpr std::size_t kReplacementAt = 110;          // 4 bytes
 inline constexpr std::size_t kWidthsAt = 114;     // u8: bits 0-3 bytes of a decode cell (0, 2, 4),
                                                   // bits 4-7 of an encode cell (0, 1, 2, 4)
-inline constexpr std::size_t kClassByteAt = 115;  // u8: 1 stateful
+inline constexpr std::size_t kClassByteAt = 115;  // u8:
+inline constexpr std::uint8_t kStatefulClass = 1;
 inline constexpr std::size_t kTraitsAt = 116;     // u8:
 inline constexpr std::uint8_t kAsciiTrait = 1;    // a first byte below 80 is ASCII and stands alone
 inline constexpr std::uint8_t kNulTrait = 2;      // byte 00 is U+0000
@@ -184,7 +185,10 @@ enum Table : std::size_t {
   // highest. As many bytes as the number needs. 0 is unmapped, except for the code point that byte
   // 00 stands for (the first entry at kSingleAt: U+0000, in braille U+2800, or none).
   kEncodeTable = 7,
-  kTableCount = 8
+  // GB18030: u16 code points of the four-byte characters below 90 30 81 30 in their linear order,
+  // 0 none. Those from there on follow by counting from U+10000 and stand in no table.
+  kLinearTable = 8,
+  kTableCount = 9
 };
 inline constexpr std::size_t kBlockShift = 6;
 inline constexpr std::size_t kBlockSize = 64;

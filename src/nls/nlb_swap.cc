@@ -75,6 +75,7 @@ void SwapCharsetTables(std::uint8_t* object) noexcept {
   SwapCells(table(kEncodeTable), kBlockSize * Load32(object, kEncodeBlocksAt),
             object[kWidthsAt] >> 4);
   Swap16(table(kEncodeIndex), Load32(object, kEncodeIndexAt));
+  Swap16(table(kLinearTable), kCharsetOffsets.size(object, kLinearTable) / 2);
   if (object[kClassKindAt] == kByCodePoint) Swap16(table(kClassTable), kClassIndexSize);
   if (object[kClassKindAt] != kNoClasses) Swap16(table(kClassWordTable), kClassWords);
 }

@@ -83,11 +83,11 @@ class Builder {
     definition.name = row["name"];
     definition.kind = row["class"];
     definition.source = row["source"];
-    const bool table = definition.kind == "single" || definition.kind == "multi";
+    const bool table = definition.kind == "single" || definition.kind == "multi" ||
+                       definition.kind == "mixed" || definition.kind == "gb18030";
     const bool directory = row["note"].find("no directory entry") == std::string::npos;
     if (!table && !(definition.kind == "utf16" && directory)) {
-      if (definition.kind != "mixed" && definition.kind != "gb18030" &&
-          definition.kind != "iso2022" && definition.kind != "utf16") {
+      if (definition.kind != "iso2022" && definition.kind != "utf16") {
         row.Fail("unknown class " + definition.kind);
       }
       return std::nullopt;

@@ -16,7 +16,7 @@ namespace kestra::nlsc {
 struct CharsetDefinition {
   std::uint32_t id = 0;
   std::string name;
-  std::string kind;  // single, multi, utf16; mixed, gb18030 and iso2022 are not made yet
+  std::string kind;  // single, multi, mixed, gb18030, utf16; iso2022 has no object
   std::uint32_t max_bytes = 0;
   std::uint16_t basis = 0;
   std::uint32_t mappings = 0;
@@ -35,6 +35,8 @@ struct CharsetModel {
   std::uint32_t flags = 0;
   std::uint32_t handle_flags = 0;
   std::uint8_t min_bytes = 1;
+  std::uint8_t class_byte = 0;
+  std::uint8_t shifted_width = 0, shift_in = 0, shift_out = 0;  // stateful sets
   std::vector<std::uint8_t> replacement;
   std::uint8_t decode_width = 0, encode_width = 0;
   std::uint8_t traits = 0;
@@ -51,11 +53,12 @@ struct CharsetModel {
   std::vector<std::uint16_t> class_words;
   std::vector<std::uint16_t> encode_index;
   std::vector<std::uint32_t> encode;
+  std::vector<std::uint16_t> linear;  // GB18030
 };
 
-// Single-byte and stateless multibyte sets. Throws InputError (naming the source) when the table
-// contradicts the definition: number of mappings, longest character, or two lengths for one first
-// byte.
+// Single-byte, multibyte and stateful sets and GB18030. Throws InputError (naming the source) when
+// the table contradicts the definition: number of mappings, longest character, or two lengths for
+// one first byte.
 CharsetModel MakeTableCharset(const CharsetDefinition& definition,
                               const std::vector<Mapping>& mappings, const UnicodeData& unicode,
                               const std::string& source_name);

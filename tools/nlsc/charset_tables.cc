@@ -45,6 +45,23 @@ void FillOneByteClasses(CharsetModel& model, const UnicodeData& unicode) {
   }
 }
 
+void FillCodePointClasses(CharsetModel& model, const UnicodeData& unicode) {
+  ClassWords words;
+  std::map<std::vector<std::uint8_t>, std::uint16_t> known;
+  std::vector<std::uint8_t> block(layout::kClassBlockSize);
+  model.class_kind = layout::kByCodePoint;
+  for (char32_t first = 0; first < kCodePoints; first += layout::kClassBlockSize) {
+    for (std::size_t i = 0; i < block.size(); ++i) {
+      block[i] = words.Number(unicode.ClassWord(first + static_cast<char32_t>(i)));
+    }
+    const auto [place, added] = known.try_emplace(
+        block, static_cast<std::uint16_t>(model.class_cells.size() / block.size()));
+    if (added) model.class_cells.insert(model.class_cells.end(), block.begin(), block.end());
+    model.class_index.push_back(place->second);
+  }
+  model.class_words = words.Finish();
+}
+
 void FillTraits(CharsetModel& model) {
   bool ascii = true;
   for (unsigned byte = 0; byte < 128; ++byte) ascii = ascii && model.single[byte] == byte;

@@ -24,6 +24,9 @@ class ClassWords {
 // the simple mappings that stay inside the one-byte characters.
 void FillOneByteClasses(CharsetModel& model, const UnicodeData& unicode);
 
+// Fills the classes of every code point: an index by code point >> 8 and blocks stored once.
+void FillCodePointClasses(CharsetModel& model, const UnicodeData& unicode);
+
 // Sets the traits from model.single.
 void FillTraits(CharsetModel& model);
 

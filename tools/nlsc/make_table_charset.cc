@@ -1,9 +1,14 @@
-// Single-byte and stateless multibyte sets.
+// Sets given by code tables: single-byte and multibyte sets, stateful sets and GB18030.
 //
 // A multibyte set becomes a tree of rows: the first byte leads to a row, which says which trail
 // bytes can follow and where their cells begin. The cells of the last row hold code points, those
 // of inner rows (characters of 3 and 4 bytes) the number of the next row. EUC-JP's 8F A2 AF takes
 // two steps: lead[8F] names the row A2..ED, its cell A2 the row AF..F1, whose cell AF is U+02D8.
+//
+// A stateful set has both a one-byte and a two-byte character for most first bytes, and the same
+// tables serve: the one-byte characters in the fixed part, the others by rows. GB18030 has rows for
+// its two-byte characters, a flat table for the four-byte ones of the basic plane, and counts the
+// rest (see the layout header).
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -13,14 +18,17 @@
 
 #include "charset_tables.h"
 #include "kestra/handle.h"
+#include "nls/gb18030.h"
 #include "nls/nlb_format.h"
 
 namespace kestra::nlsc {
 namespace {
 
+namespace gb18030 = kestra::nls::gb18030;
 namespace layout = kestra::nls::nlb::charset;
 
 constexpr std::uint8_t kSubstitute = 0x1A;
+constexpr std::uint8_t kShiftOut = 0x0E, kShiftIn = 0x0F;
 
 std::uint8_t ByteOf(const Mapping& mapping, unsigned position) {
   return static_cast<std::uint8_t>(mapping.bytes >> (8 * (mapping.length - 1u - position)));
@@ -35,7 +43,7 @@ class TableMaker {
   TableMaker(CharsetModel& model, const std::vector<Mapping>& mappings, const UnicodeData& unicode,
              const std::string& source)
       : model_(model), unicode_(unicode), source_(source) {
-    const bool single = model.definition.kind == "single";
+    const bool single = kind() == "single";
     for (const Mapping& mapping : mappings) {
       // A single-byte set may list a letter with a combining mark as two bytes (TCVN 5712): the
       // bytes one by one say the same.
@@ -49,16 +57,21 @@ class TableMaker {
   void Make() {
     CheckDefinition();
     MakeOneByte();
-    if (model_.definition.kind == "single") {
+    if (kind() == "single") {
       MakeUtf8();
     } else {
       MakeRows();
+    }
+    if (kind() == "gb18030") {
+      MakeLinear();
+      FillCodePointClasses(model_, unicode_);
     }
     MakeEncoding();
     MakeReplacement();
   }
 
  private:
+  const std::string& kind() const { return model_.definition.kind; }
   [[noreturn]] void Fail(const std::string& what) const { throw InputError(source_, 0, what); }
 
   // What a code point is encoded as must be decoded to the same code point.
@@ -78,7 +91,7 @@ class TableMaker {
       const Mapping mapping{.bytes = key.second, .length = key.first};
       longest = std::max<unsigned>(longest, key.first);
       unsigned& length = lengths[ByteOf(mapping, 0)];
-      if (length != 0 && length != key.first) {
+      if (length != 0 && length != key.first && kind() == "multi") {
         Fail(fmt::format("{}: characters that begin with {:02X} have two lengths",
                          BytesText(mapping), ByteOf(mapping, 0)));
       }
@@ -133,6 +146,7 @@ class TableMaker {
   void MakeRows() {
     std::vector<Entry> entries;
     for (const auto& [key, code] : decoding_) {
+      if (kind() == "gb18030" && key.first == 4) continue;
       entries.push_back({Mapping{.bytes = key.second, .length = key.first}, code});
     }
     model_.lead.resize(256);
@@ -147,13 +161,19 @@ class TableMaker {
       }
       if (first.length > 1) {
         const std::uint8_t lead = ByteOf(first, 0);
-        model_.classes[lead] = static_cast<std::uint16_t>(first.length - 1);
+        if (kind() != "mixed") {
+          model_.classes[lead] = static_cast<std::uint16_t>(first.length - 1);
+        }
         model_.lead[lead] = MakeRow(all.subspan(begin, end - begin), 1, words);
       }
       begin = end;
     }
-    model_.class_kind = layout::kByCell;
-    model_.class_words = words.Finish();
+    if (kind() == "gb18030") {
+      model_.class_cells.clear();
+    } else {
+      model_.class_kind = layout::kByCell;
+      model_.class_words = words.Finish();
+    }
     const std::uint32_t largest = *std::max_element(model_.decode.begin(), model_.decode.end());
     model_.decode_width = largest > 0xFFFF ? 4 : 2;
   }
@@ -186,6 +206,29 @@ class TableMaker {
       begin = end;
     }
     return static_cast<std::uint16_t>(number + 1);
+  }
+
+  // The table lists assigned code points only; those from U+10000 must lie where counting puts them
+  // and are left to it, also for encoding, except for the few that have two bytes.
+  void MakeLinear() {
+    model_.linear.resize(gb18030::kSupplementary);
+    for (const auto& [key, code] : decoding_) {
+      if (key.first != 4) continue;
+      const std::uint32_t place = gb18030::Place(key.second);
+      if (place >= gb18030::kSupplementary) {
+        if (code != gb18030::CodePoint(place)) {
+          Fail(fmt::format("{:08X} is not U+{:04X}", key.second, gb18030::CodePoint(place)));
+        }
+      } else if (place >= gb18030::kBasicPlaces || code >= gb18030::kFirstSupplementary) {
+        Fail(fmt::format("{:08X} lies outside the four-byte area", key.second));
+      } else {
+        model_.linear[place] = static_cast<std::uint16_t>(code);
+      }
+    }
+    model_.linear.resize(gb18030::kBasicPlaces);
+    std::erase_if(encoding_, [](const auto& entry) {
+      return entry.first >= gb18030::kFirstSupplementary && entry.second.length == 4;
+    });
   }
 
   // Block 0 is the empty block; equal blocks are stored once.
@@ -241,6 +284,15 @@ CharsetModel MakeTableCharset(const CharsetDefinition& definition,
   const bool single = definition.kind == "single";
   model.flags = layout::kDisplayFlag | (single ? 0 : layout::kMultibyteFlag);
   model.handle_flags = single ? KES_CHARSET_SINGLE : 0;
+  if (definition.kind == "gb18030") model.handle_flags = KES_CHARSET_GB18030;
+  if (definition.kind == "mixed") {
+    model.flags = layout::kMultibyteFlag;
+    model.handle_flags = KES_CHARSET_STATEFUL;
+    model.class_byte = layout::kStatefulClass;
+    model.shifted_width = 2;
+    model.shift_out = kShiftOut;
+    model.shift_in = kShiftIn;
+  }
   TableMaker(model, mappings, unicode, source_name).Make();
   return model;
 }

@@ -15,24 +15,6 @@ constexpr char32_t kReplacementCharacter = 0xFFFD;
 constexpr std::uint8_t kLineFeed = 0x0A, kNextLine = 0x85;
 constexpr std::uint8_t kEbcdicLineFeed = 0x15, kEbcdicNextLine = 0x25;
 
-// Classes of every code point: an index by code point >> 8 and blocks that are stored once.
-void MakeClasses(CharsetModel& model, const UnicodeData& unicode) {
-  ClassWords words;
-  std::map<std::vector<std::uint8_t>, std::uint16_t> known;
-  std::vector<std::uint8_t> block(layout::kClassBlockSize);
-  model.class_kind = layout::kByCodePoint;
-  for (char32_t first = 0; first < kCodePoints; first += layout::kClassBlockSize) {
-    for (std::size_t i = 0; i < block.size(); ++i) {
-      block[i] = words.Number(unicode.ClassWord(first + static_cast<char32_t>(i)));
-    }
-    const auto [place, added] = known.try_emplace(
-        block, static_cast<std::uint16_t>(model.class_cells.size() / block.size()));
-    if (added) model.class_cells.insert(model.class_cells.end(), block.begin(), block.end());
-    model.class_index.push_back(place->second);
-  }
-  model.class_words = words.Finish();
-}
-
 void SetLength(CharsetModel& model, unsigned first, unsigned last, unsigned length) {
   for (unsigned byte = first; byte <= last; ++byte) {
     model.classes[byte] = static_cast<std::uint16_t>(length - 1);
@@ -128,7 +110,7 @@ CharsetModel MakeUnicodeCharset(const CharsetDefinition& definition, const Unico
     SetLength(model, 0xE0, 0xEF, 3);
     if (definition.id == kUtf8) SetLength(model, 0xF0, 0xF4, 4);
   }
-  MakeClasses(model, unicode);
+  FillCodePointClasses(model, unicode);
   return model;
 }
 

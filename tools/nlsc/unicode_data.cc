@@ -9,13 +9,17 @@
 namespace kestra::nlsc {
 namespace {
 
+constexpr std::pair<char32_t, char32_t> kJoiningJamo[] = {{0x1160, 0x11FF}, {0xD7B0, 0xD7FF}};
+constexpr char32_t kSoftHyphen = 0xAD;  // a format character, but displayed
+
 // Class bits that follow from the general category.
 std::uint16_t CategoryBits(std::string_view category) {
   if (category == "Nd") return KES_CLASS_DIGIT;
   if (category == "Zs") return KES_CLASS_BLANK;
   if (category == "Cc" || category == "Cf" || category == "Zl" || category == "Zp") {
-    return KES_CLASS_CONTROL;
+    return KES_CLASS_CONTROL | KES_CLASS_ZERO_WIDTH;
   }
+  if (category == "Mn" || category == "Me") return KES_CLASS_ZERO_WIDTH;
   return category.starts_with('P') || category.starts_with('S') ? KES_CLASS_PUNCTUATION : 0;
 }
 
@@ -30,6 +34,15 @@ UnicodeData::UnicodeData(Sources& sources)
                   {"Alphabetic", KES_CLASS_ALPHABETIC}});
   ReadProperties(sources, "usr/share/unicode/PropList.txt",
                  {{"White_Space", KES_CLASS_SPACE}, {"Hex_Digit", KES_CLASS_HEX_DIGIT}});
+  ReadProperties(sources, "usr/share/unicode/EastAsianWidth.txt",
+                 {{"W", KES_CLASS_WIDE}, {"F", KES_CLASS_WIDE}});
+  class_words_[kSoftHyphen] &= static_cast<std::uint16_t>(~KES_CLASS_ZERO_WIDTH);
+  // Vowels and finals of conjoining Hangul stand in the columns of the initial before them.
+  for (const auto& [first, last] : kJoiningJamo) {
+    for (char32_t code = first; code <= last; ++code) {
+      if (class_words_[code] != 0) class_words_[code] |= KES_CLASS_ZERO_WIDTH;
+    }
+  }
 }
 
 // UnicodeData.txt: code;name;category;...;upper;lower;title. A name that ends in "First>" begins a
@@ -66,7 +79,7 @@ void UnicodeData::ReadCharacters(Sources& sources) {
   }
 }
 
-// Lines "0041..005A    ; Uppercase # ...".
+// Lines "0041..005A    ; Uppercase # ...", blanks as one likes.
 void UnicodeData::ReadProperties(
     Sources& sources, const char* file,
     const std::vector<std::pair<std::string_view, std::uint16_t>>& properties) {

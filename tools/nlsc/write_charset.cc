@@ -21,6 +21,10 @@ ByteBuffer WriteFixedPart(const CharsetModel& model, bool big_endian) {
   out.Put32(layout::kHandleFlagsAt, model.handle_flags);
   out.Put8(layout::kMaxBytesAt, model.definition.max_bytes);
   out.Put8(layout::kMinBytesAt, model.min_bytes);
+  out.Put8(layout::kShiftedWidthAt, model.shifted_width);
+  out.Put8(layout::kShiftInAt, model.shift_in);
+  out.Put8(layout::kShiftOutAt, model.shift_out);
+  out.Put8(layout::kClassByteAt, model.class_byte);
   out.Put8(layout::kReplacementLengthAt, static_cast<std::uint32_t>(model.replacement.size()));
   for (std::size_t i = 0; i < model.replacement.size(); ++i) {
     out.Put8(layout::kReplacementAt + i, model.replacement[i]);
@@ -69,6 +73,8 @@ void WriteTable(const CharsetModel& model, std::size_t table, ByteBuffer& out) {
       return AppendAll(out, model.encode_index, 2);
     case layout::kEncodeTable:
       return AppendAll(out, model.encode, model.encode_width);
+    case layout::kLinearTable:
+      return AppendAll(out, model.linear, 2);
     default:
       return;
   }
