@@ -70,7 +70,7 @@ std::size_t PlanSize(const Plan& plan, bool minus, const Symbols& symbols) noexc
 char* PutText(char* at, std::string_view text) noexcept {
   if (text.size() == 1) {
     *at = text[0];
-  } else {
+  } else if (!text.empty()) {
     std::memcpy(at, text.data(), text.size());
   }
   return at + text.size();

@@ -1,0 +1,103 @@
+// Text and raw bytes as numbers. Laws: every level of kernels answers alike; what is read is well
+// formed and reads back from each exact form; a width is kept; nothing is written past the length.
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "core/os/cpu.h"
+#include "kestra/number.h"
+#include "kestra/number_text.h"
+
+namespace {
+
+using kestra::os::CpuLevel;
+
+void Check(bool holds) {
+  if (!holds) __builtin_trap();
+}
+
+struct Reading {
+  int status;
+  std::string number;
+  std::size_t bad;
+  bool operator==(const Reading&) const = default;
+};
+
+Reading Read(std::string_view text, const lnxsymbols* symbols) {
+  std::uint8_t out[21];
+  Reading reading = {};
+  std::size_t length = 0;
+  reading.status = lnxfromtext(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
+                               symbols, out, &length, &reading.bad);
+  reading.number.assign(reinterpret_cast<char*>(out), length);
+  return reading;
+}
+
+// Asks for the size first, then writes into exactly that much.
+std::string Write(std::string_view number, const lnxtextform* form, const lnxsymbols* symbols,
+                  int& status) {
+  const auto* const x = reinterpret_cast<const std::uint8_t*>(number.data());
+  std::size_t length = 0;
+  status = lnxtotext(x, number.size(), form, symbols, nullptr, 0, &length);
+  if (status != LNX_FULL) return {};
+  const auto exact = std::make_unique<std::uint8_t[]>(length);
+  std::size_t written = 0;
+  status = lnxtotext(x, number.size(), form, symbols, exact.get(), length, &written);
+  Check(status == LNX_OK && written == length);
+  return {reinterpret_cast<char*>(exact.get()), length};
+}
+
+void CheckNumber(std::string_view number, const lnxsymbols* symbols, std::uint8_t choice) {
+  int status = 0;
+  for (const std::uint32_t kind : {LNX_TEXT_PLAIN, LNX_TEXT_SHORTEST, LNX_TEXT_SCIENTIFIC}) {
+    for (const std::uint32_t flags : {0u, std::uint32_t{LNX_TEXT_GROUPED}}) {
+      const lnxtextform form = {kind, flags, -1, 0, {}};
+      const std::string text = Write(number, &form, symbols, status);
+      Check(status == LNX_OK);
+      const Reading back = Read(text, symbols);
+      Check(back.status == LNX_OK && back.number == number);
+    }
+  }
+  const lnxtextform width = {LNX_TEXT_WIDTH, 0, 0, choice % 64u + 1, {}};
+  Check(Write(number, &width, symbols, status).size() == width.width);
+  const lnxtextform fixed = {LNX_TEXT_FIXED, 0, choice - 100, 0, {}};
+  const std::string text = Write(number, &fixed, symbols, status);
+  const Reading once = Read(text, symbols);
+  Check(once.status != LNX_BAD_BYTE);
+  if (once.status == LNX_OK) {
+    Check(Write(once.number, &fixed, symbols, status) == text);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const std::uint8_t choice = data[0];
+  const std::string_view rest(reinterpret_cast<const char*>(data) + 1, size - 1);
+  static const std::uint8_t kComma[] = ",", kSpace[] = "\xC2\xA0";
+  lnxsymbols symbols = {};
+  symbols.decimal = {kComma, 1};
+  symbols.group = {kSpace, 2};
+  const lnxsymbols* const used = choice % 2 == 0 ? nullptr : &symbols;
+
+  kestra::os::ForceCpuLevel(CpuLevel::kBaseline);
+  const Reading reference = Read(rest, used);
+  int reference_status = 0;
+  const std::string reference_text = Write(rest, nullptr, used, reference_status);
+  kestra::os::ForceCpuLevel(CpuLevel::kAvx512);
+  Check(Read(rest, used) == reference);
+  int status = 0;
+  Check(Write(rest, nullptr, used, status) == reference_text && status == reference_status);
+
+  if (reference.status == LNX_BAD_BYTE) Check(reference.bad <= rest.size());
+  if (reference.status == LNX_OK) CheckNumber(reference.number, used, choice);
+  const bool well_formed =
+      !rest.empty() && lnxchk(reinterpret_cast<const std::uint8_t*>(rest.data()), rest.size()) == 1;
+  if (!rest.empty() && rest.size() <= 21) Check((status == LNX_OK) == well_formed);
+  if (well_formed) CheckNumber(rest, used, choice);
+  return 0;
+}
