@@ -47,6 +47,16 @@ class LongDivision {
     return true;
   }
 
+  // What the remainder lacks to the divisor, in its place.
+  void TurnRemainder() noexcept {
+    std::uint64_t borrow = 0;
+    for (std::size_t i = kLimbs; i-- > 0;) {
+      const std::uint64_t taken = remainder_[i] + borrow;
+      borrow = divisor_[i] < taken;
+      remainder_[i] = divisor_[i] + (borrow != 0 ? kLimbBase : 0) - taken;
+    }
+  }
+
   // Is the remainder at least half of the divisor?
   bool IsHalfOrMore() const noexcept {
     std::int64_t difference = 0;  // of the limbs so far, 2 * remainder - divisor; small or decided
@@ -133,22 +143,20 @@ Decimal Divide(const Decimal& x, const Decimal& y) noexcept {
 Decimal Remainder(const Decimal& x, const Decimal& y, Rounding quotient) noexcept {
   if (x.kind != Kind::kFinite || y.kind != Kind::kFinite) return x;
   const bool nearest = quotient == Rounding::kHalfAway;
-  Decimal rest = x;
-  bool above_half = false;
   if (x.exponent >= y.exponent) {
     LongDivision division(x, y);
     for (int left = x.exponent - y.exponent; left > 0; left -= kDigitsPerLimb) {
       static_cast<void>(division.Next(left < kDigitsPerLimb ? left : kDigitsPerLimb));
     }
-    above_half = division.IsHalfOrMore();
-    rest = FromRemainder(division, x.negative, y.exponent);
-  } else if (nearest) {
-    // |x| >= |y| / 2, asked as |x| >= |y| - |x|: that difference is exact when it is near |x|.
-    const Decimal other = x.negative == y.negative ? Subtract(y, x) : Add(y, x);
-    above_half = CompareMagnitudes(x, other) >= 0;
+    const bool turned = nearest && division.IsHalfOrMore();
+    if (turned) division.TurnRemainder();
+    return FromRemainder(division, x.negative != turned, y.exponent);
   }
-  if (!nearest || !above_half) return rest;
-  return x.negative == y.negative ? Subtract(rest, y) : Add(rest, y);
+  if (!nearest) return x;
+  // |x| is below |y|: x, or what x lacks to y with the other sign. That difference is exact when it
+  // is the smaller one.
+  const Decimal other = x.negative == y.negative ? Subtract(x, y) : Add(x, y);
+  return other.kind == Kind::kZero || CompareMagnitudes(x, other) >= 0 ? other : x;
 }
 
 }  // namespace kestra::number

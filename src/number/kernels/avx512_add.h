@@ -21,48 +21,43 @@ namespace kestra::number::avx512 {
 inline constexpr std::uint32_t kFarthest =
     21;  // beyond, the smaller number cannot change the larger
 
-struct Aligned {
-  __m256i lanes;
-  bool lost;  // non-zero digits fell out at the end
-};
-
-// Digit k goes to lane 31 - shift - k.
-KES_AVX512 Aligned Align(const Loaded& number, std::uint32_t shift) noexcept {
-  const __m256i down = _mm256_setr_epi8(31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17,
-                                        16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
-  const __m256i order = _mm256_sub_epi8(down, Broadcast(shift));
-  return {_mm256_maskz_permutexvar_epi8(~0u >> shift, order, number.digits),
-          (static_cast<std::uint64_t>(number.nonzero) << shift) >> 32 != 0};
+// Digit k goes to lane 30 - shift - k.
+KES_AVX512 __m256i Align(const Loaded& number, std::uint32_t shift) noexcept {
+  return _mm256_permutexvar_epi8(Row(kConstants.align + shift), number.digits);
 }
 
-// x + y, or x - y with all ones in subtract. False: not a case for this kernel.
+// Do digits other than 0 fall out below lane 0?
+KES_AVX512 bool LosesDigits(const Loaded& number, std::uint32_t shift) noexcept {
+  const std::uint64_t nonzero = _mm256_test_epi8_mask(number.digits, number.digits);
+  return (nonzero << shift) >> 31 != 0;
+}
+
+// x + y, or x - y with 1 in subtract. False: not a case for this kernel.
 KES_AVX512 bool Add(const Loaded& x, const Loaded& y, std::uint32_t subtract,
                     Result& result) noexcept {
   const std::int32_t larger = x.exponent > y.exponent ? x.exponent : y.exponent;
   const auto x_shift = static_cast<std::uint32_t>(larger - x.exponent);
   const auto y_shift = static_cast<std::uint32_t>(larger - y.exponent);
-  if (!x.regular || !y.regular || x_shift + y_shift > kFarthest) [[unlikely]]
+  if (x_shift + y_shift > kFarthest) [[unlikely]]
     return false;
   const std::uint32_t opposite = x.negative ^ y.negative ^ subtract;
-  const Aligned a = Align(x, x_shift);
-  const Aligned b = Align(y, y_shift);
-  const __m256i hundred = Broadcast(kBase);
-  const __m256i mask = Broadcast(opposite);
-  __m256i sum = _mm256_add_epi8(
-      a.lanes, _mm256_add_epi8(_mm256_xor_si256(b.lanes, mask), _mm256_and_si256(mask, hundred)));
+  __m256i sum =
+      _mm256_add_epi8(Align(x, x_shift), Apply(kConstants.complement[opposite], Align(y, y_shift)));
 
-  const std::uint32_t generate = _mm256_cmpgt_epu8_mask(sum, Broadcast(kBase - 1));
-  const std::uint32_t propagate = _mm256_cmpeq_epi8_mask(sum, Broadcast(kBase - 1));
+  const std::uint32_t generate = _mm256_cmpgt_epu8_mask(sum, Row(kConstants.nines));
+  const std::uint32_t propagate = _mm256_cmpeq_epi8_mask(sum, Row(kConstants.nines));
   const std::uint64_t carries = 2 * static_cast<std::uint64_t>(generate) + propagate;
-  const std::uint64_t x_larger = carries >> 32;  // where signs are opposite
-  const std::uint64_t lost = a.lost || b.lost ? 1 : 0;
-  const std::uint64_t carry_in = (x_larger ^ lost) & opposite;
+  const auto x_larger = static_cast<std::uint32_t>(carries >> 32);  // where signs are opposite
+  std::uint32_t lost = 0;
+  if (x.count + x_shift > 31 || y.count + y_shift > 31) [[unlikely]] {
+    lost = opposite & (LosesDigits(x, x_shift) || LosesDigits(y, y_shift) ? 1u : 0u);
+  }
+  const std::uint32_t carry_in = (x_larger & opposite) ^ lost;
   const std::uint32_t raised = static_cast<std::uint32_t>(carries + carry_in) ^ propagate;
-  sum = _mm256_sub_epi8(sum, _mm256_movm_epi8(raised));
-  sum = _mm256_min_epu8(sum, _mm256_sub_epi8(sum, hundred));
-  const std::uint32_t flip = opposite & (static_cast<std::uint32_t>(x_larger) - 1);
-  const __m256i flips = Broadcast(flip);
-  sum = _mm256_add_epi8(_mm256_xor_si256(sum, flips), _mm256_and_si256(flips, hundred));
+  sum = _mm256_mask_add_epi8(sum, raised, sum, Row(kConstants.ones));
+  sum = _mm256_min_epu8(sum, _mm256_sub_epi8(sum, Row(kConstants.hundreds)));
+  const std::uint32_t flip = opposite & ~x_larger;
+  sum = Apply(kConstants.complement[flip], sum);
 
   std::uint32_t nonzero = _mm256_test_epi8_mask(sum, sum);
   if (nonzero == 0) [[unlikely]] {

@@ -7,13 +7,9 @@
 
 namespace kestra::number::avx512 {
 
-// Digit k = 1.. in byte k - 1 of the result: four to a 32-bit lane, the first lane the most
-// significant.
+// Four digits to a 32-bit lane, the first lane the most significant.
 KES_AVX512 __m256i PackLimbs(const Loaded& number) noexcept {
-  const __m256i next = _mm256_setr_epi8(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17,
-                                        18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 31);
-  const __m256i digits = _mm256_permutexvar_epi8(next, number.digits);
-  const __m256i pairs = _mm256_maddubs_epi16(digits, _mm256_set1_epi16(1 << 8 | 100));
+  const __m256i pairs = _mm256_maddubs_epi16(number.digits, _mm256_set1_epi16(1 << 8 | 100));
   return _mm256_madd_epi16(pairs, _mm256_set1_epi32(1 << 16 | 10000));
 }
 

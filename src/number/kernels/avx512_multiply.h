@@ -53,8 +53,6 @@ KES_AVX512 __m512i Columns(__m256i x, __m256i y, std::uint32_t y_count) noexcept
 
 // False: not a case for this kernel.
 KES_AVX512 bool Multiply(const Loaded& x, const Loaded& y, Result& result) noexcept {
-  if (!x.regular || !y.regular) [[unlikely]]
-    return false;
   const std::int32_t exponent = x.exponent + y.exponent - kExponentBias;
   const std::uint32_t negative = x.negative ^ y.negative;
   const __m256i a = PackLimbs(x);

@@ -9,16 +9,17 @@
 
 namespace kestra::number::avx512 {
 
-// False: not a case for this kernel, which leaves results of zero and unchanged numbers to the
-// scalar one.
+// x and its bytes. False: not a case for this kernel, which leaves results of zero and unchanged
+// numbers to the scalar one.
 template <Rounding rounding>
-KES_AVX512 bool RoundAtPlace(const Loaded& x, int places, Result& result) noexcept {
+KES_AVX512 bool RoundAtPlace(const Loaded& x, const std::uint8_t* bytes, int places,
+                             Result& result) noexcept {
   const int inside = places & 1;  // an odd place lies inside a digit, of which the tens stay
   const std::int32_t end = x.exponent - kExponentBias + (places >> 1) + inside;
-  if (!x.regular || end < inside || end > static_cast<std::int32_t>(x.count)) [[unlikely]] {
+  if (end < inside || end > static_cast<std::int32_t>(x.count)) [[unlikely]] {
     return false;
   }
-  __m256i lanes = Align(x, 0).lanes;  // digit k in lane 31 - k
+  __m256i lanes = Align(x, 0);  // digit k in lane 30 - k
   const std::uint32_t reversed = _mm256_test_epi8_mask(lanes, lanes);
   const std::uint32_t last = 31 - static_cast<std::uint32_t>(end);
   const std::uint32_t kept = ~0u << last;
@@ -26,16 +27,16 @@ KES_AVX512 bool RoundAtPlace(const Loaded& x, int places, Result& result) noexce
   std::uint32_t one;  // what is added, as a bit of its lane
   if (inside == 0) {
     const std::uint32_t half = 1u << (last - 1);  // last is at least 11
-    one = _mm256_cmpge_epu8_mask(lanes, Broadcast(kBase / 2)) & half;
+    one = _mm256_cmpge_epu8_mask(lanes, Row(kConstants.fifties)) & half;
     if constexpr (rounding == Rounding::kHalfEven) {
-      const std::uint32_t tie = _mm256_cmpeq_epi8_mask(lanes, Broadcast(kBase / 2)) & half;
-      const std::uint32_t odd = _mm256_test_epi8_mask(lanes, Broadcast(1)) >> 1;
+      const std::uint32_t tie = _mm256_cmpeq_epi8_mask(lanes, Row(kConstants.fifties)) & half;
+      const std::uint32_t odd = _mm256_test_epi8_mask(lanes, Row(kConstants.ones)) >> 1;
       if (tie != 0 && below == half) one &= odd;
     }
     one <<= 1;
   } else {
-    const std::uint32_t digit = static_cast<std::uint8_t>(
-        _mm_cvtsi128_si32(_mm256_castsi256_si128(_mm256_permutexvar_epi8(Broadcast(last), lanes))));
+    const int decoded = x.negative != 0 ? kBase + 1 - bytes[end] : bytes[end] - 1;
+    const std::uint32_t digit = decoded > 0 ? static_cast<std::uint32_t>(decoded) : 0;
     std::uint32_t tens = digit / 10;
     const std::uint32_t units = digit - 10 * tens;
     if constexpr (rounding == Rounding::kHalfEven) {
@@ -49,9 +50,10 @@ KES_AVX512 bool RoundAtPlace(const Loaded& x, int places, Result& result) noexce
     one = carry << 1 << last;
   }
   if constexpr (rounding == Rounding::kTruncate) one = 0;
-  const std::uint32_t nines = _mm256_cmpeq_epi8_mask(lanes, Broadcast(kBase - 1)) & kept;
+  const std::uint32_t nines = _mm256_cmpeq_epi8_mask(lanes, Row(kConstants.nines)) & kept;
   const std::uint32_t raised = (nines + one) ^ nines;
-  lanes = _mm256_maskz_sub_epi8(kept & ~(raised & nines), lanes, _mm256_movm_epi8(raised));
+  lanes = _mm256_mask_add_epi8(lanes, raised, lanes, Row(kConstants.ones));
+  lanes = _mm256_maskz_mov_epi8(kept & ~(raised & nines), lanes);
   const std::uint32_t nonzero = _mm256_test_epi8_mask(lanes, lanes);
   if (nonzero == 0) {
     result = Zero();

@@ -24,7 +24,7 @@ KES_AVX512 bool Sum(const Loaded& x, const Loaded& y, Result& result) noexcept {
   return Add(x, y, 0, result);
 }
 KES_AVX512 bool Difference(const Loaded& x, const Loaded& y, Result& result) noexcept {
-  return Add(x, y, ~0u, result);
+  return Add(x, y, 1, result);
 }
 
 using BinaryKernel = bool(const Loaded& x, const Loaded& y, Result& result) noexcept;
@@ -32,8 +32,10 @@ using BinaryKernel = bool(const Loaded& x, const Loaded& y, Result& result) noex
 template <BinaryKernel* kernel, BinaryFunction* other>
 KES_AVX512_ENTRY void Binary(const std::uint8_t* x, std::size_t xlen, const std::uint8_t* y,
                              std::size_t ylen, std::uint8_t* out, std::size_t* outlen) noexcept {
+  Loaded a, b;
   Result result;
-  if (!kernel(Load(Locate(x, xlen)), Load(Locate(y, ylen)), result)) [[unlikely]] {
+  if (!Load(Locate(x, xlen), a) || !Load(Locate(y, ylen), b) || !kernel(a, b, result))
+      [[unlikely]] {
     return other(x, xlen, y, ylen, out, outlen);
   }
   Store(result, out, outlen);
@@ -42,8 +44,10 @@ KES_AVX512_ENTRY void Binary(const std::uint8_t* x, std::size_t xlen, const std:
 template <Rounding rounding, RoundFunction* other>
 KES_AVX512_ENTRY void RoundNumber(const std::uint8_t* x, std::size_t xlen, std::uint8_t* out,
                                   std::size_t* outlen, int places) noexcept {
+  const Located located = Locate(x, xlen);
+  Loaded a;
   Result result;
-  if (!RoundAtPlace<rounding>(Load(Locate(x, xlen)), places, result)) [[unlikely]] {
+  if (!Load(located, a) || !RoundAtPlace<rounding>(a, located.bytes, places, result)) [[unlikely]] {
     return other(x, xlen, out, outlen, places);
   }
   Store(result, out, outlen);
@@ -70,10 +74,11 @@ KES_AVX512_ENTRY int Compare(const std::uint8_t* x, std::size_t xlen, const std:
 
 // Puts a result at area; end is the end of the caller's area.
 KES_AVX512 std::size_t Pack(Result result, std::uint8_t* area, const std::uint8_t* end) noexcept {
-  if (end - area >= 32) {
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(area), result.bytes);
+  *area = result.first;
+  if (end - area > 32) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(area + 1), result.mantissa);
   } else {
-    _mm256_mask_storeu_epi8(area, _bzhi_u32(~0u, result.length), result.bytes);
+    _mm256_mask_storeu_epi8(area + 1, _bzhi_u32(~0u, result.length - 1), result.mantissa);
   }
   return result.length;
 }
@@ -92,9 +97,11 @@ KES_AVX512_ENTRY int BinaryArray(const std::uint8_t* const* x, const std::uint16
       outlen[i] = 0;
       continue;
     }
+    Loaded a, b;
     Result result;
     std::size_t length;
-    if (kernel(Load(Locate(x[i], xlen[i])), Load(Locate(y[i], ylen[i])), result)) [[likely]] {
+    if (Load(Locate(x[i], xlen[i]), a) && Load(Locate(y[i], ylen[i]), b) && kernel(a, b, result))
+        [[likely]] {
       length = Pack(result, area, end);
     } else {
       other(x[i], xlen[i], y[i], ylen[i], area, &length);
@@ -110,23 +117,27 @@ using UnaryKernel = bool(Located x, Result& result) noexcept;
 
 KES_AVX512 bool CopyBytes(Located x, Result& result) noexcept {
   if (x.size == 0) return false;
-  result = {_mm256_maskz_loadu_epi8(_bzhi_u32(~0u, x.size), x.bytes), x.size};
+  result = {_mm256_maskz_loadu_epi8(_bzhi_u32(~0u, x.size - 1), x.bytes + 1), x.size, x.bytes[0]};
   return true;
 }
 
+// Bytes 1..101 are turned one by one; specials and other bytes are left to the scalar function.
 KES_AVX512 bool NegateBytes(Located x, Result& result) noexcept {
-  const Loaded number = Load(x);
-  if (!number.regular) return false;
-  const std::uint32_t negative = ~number.negative;
-  const __m256i coded = _mm256_add_epi8(_mm256_xor_si256(number.digits, Broadcast(negative)),
-                                        Broadcast(negative != 0 ? kTerminator : 1u));
-  const std::uint32_t places = _bzhi_u32(~1u, number.count + 1);
-  const __m256i bytes = _mm256_mask_mov_epi8(Broadcast(kTerminator), places, coded);
-  const std::uint32_t terminator = (negative & 1) & (number.count < kMaxDigits ? 1u : 0u);
-  result = {
-      _mm256_mask_set1_epi8(
-          bytes, 1, static_cast<char>(static_cast<std::uint32_t>(number.exponent) ^ negative)),
-      1 + number.count + terminator};
+  if (x.size < 2 || x.bytes[0] == 0xFF) return false;
+  const std::uint32_t negative = x.bytes[0] >> 7;  // of the result
+  const std::uint32_t ended = (negative ^ 1) & (x.bytes[x.size - 1] == kTerminator ? 1u : 0u);
+  const std::uint32_t count = x.size - 1 - ended;
+  const std::uint32_t places = _bzhi_u32(~0u, count);
+  const __m256i raw = _mm256_maskz_loadu_epi8(places, x.bytes + 1);
+  const __m256i terminators = Row(kConstants.terminators);
+  const __m256i turned = _mm256_sub_epi8(terminators, raw);
+  if ((_mm256_cmpgt_epu8_mask(_mm256_sub_epi8(raw, Row(kConstants.ones)),
+                              Row(kConstants.hundreds)) &
+       places) != 0) {
+    return false;
+  }
+  const std::uint32_t terminator = negative & (count < kMaxDigits ? 1u : 0u);
+  result = {turned, 1 + count + terminator, static_cast<std::uint8_t>(~x.bytes[0])};
   return true;
 }
 
