@@ -277,8 +277,8 @@ consteval auto MakeBare(std::uint32_t id, std::string_view name, std::uint32_t f
 }
 
 consteval auto MakeUtf16(std::uint32_t id, std::string_view name, bool big_endian) {
-  auto object = MakeBare(id, name, nlb::charset::kDisplayFlag, KES_CHARSET_UTF16, 4, 2,
-                         big_endian ? "\xFF\xFD"sv : "\xFD\xFF"sv);
+  auto object =
+      MakeBare(id, name, 0, KES_CHARSET_UTF16, 4, 2, big_endian ? "\xFF\xFD"sv : "\xFD\xFF"sv);
   for (std::uint32_t c = 0; c < 256; ++c) object.Put16(nlb::charset::kClassTableAt + 2 * c, 1);
   return object;
 }

@@ -215,7 +215,8 @@ inline constexpr std::size_t kBase = 352;
 namespace sort {
 inline constexpr std::size_t kIdAt = 92;      // u16
 inline constexpr std::size_t kEngineAt = 94;  // u16: 0 monolingual, 1 multi-level, 2 Unicode
-inline constexpr std::size_t kFlagsAt = 96;   // u32
+inline constexpr std::uint16_t kUnicodeEngine = 2;
+inline constexpr std::size_t kFlagsAt = 96;  // u32
 inline constexpr std::uint32_t kContractionFlag = 1;
 inline constexpr std::uint32_t kExpansionFlag = 2;
 inline constexpr std::uint32_t kBackwardsFlag = 4;

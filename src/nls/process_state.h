@@ -35,11 +35,13 @@ struct ProcessState {
   // NLS_LANG as it was when first read.
   std::uint32_t slxpelenp;  // length plus 1; 0: not read yet
   bool slxpnotsetp;
+  std::uint32_t nls_lang_error;  // it was too long, which counts as unset
   NlsLangVerdict slxpvalidp;
   std::uint32_t slxperrp;  // error of the verdict kInvalid
   // The handle that was built from the environment.
   bool slxphsavep;
   HandleIds saved_ids;
+  std::uint32_t saved_error;
   lxhandle slxphdlp;
   char slxpenvp[kNlsLangRoom];
 };

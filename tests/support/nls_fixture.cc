@@ -115,6 +115,7 @@ fs::path FullHome() { return fs::path(KESTRA_BUILD_DIR) / "home"; }
 void ForgetProcessState() { nls::State() = {}; }
 
 NlsEnvironment::NlsEnvironment(const fs::path& home) {
+  for (const auto& name : lxhenvqnames) Set(name, nullptr);
   for (const char* name : {"KES_NLS10", "KES_NLS_PROFILE33"}) Set(name, nullptr);
   Set("KESTRA_HOME", home.string());
 }
@@ -128,6 +129,19 @@ NlsSession::NlsSession(const fs::path& home, lxcallbacks* block) : environment_(
 NlsSession::~NlsSession() {
   lxlterm(&context_);
   ForgetProcessState();
+}
+
+lxhandle NlsSession::Handle(std::string_view specification) {
+  lxhandle handle{};
+  EXPECT_NE(lxhLaToId(specification.data(), specification.size(), &handle, 2, context()), nullptr)
+      << specification << ": error " << context_.error;
+  return handle;
+}
+
+std::string NlsSession::Info(const lxhandle& handle, std::uint32_t item) {
+  std::uint8_t buffer[1024];
+  const std::size_t length = lxhlinfo(&handle, item, buffer, sizeof buffer, context());
+  return {reinterpret_cast<const char*>(buffer), length};
 }
 
 }  // namespace kestra::test

@@ -128,6 +128,11 @@ class NlsSession {
   lxarea* area() { return context_.area; }
   std::uint32_t start_error() const { return start_error_; }
 
+  // A handle from "LANGUAGE_TERRITORY.CHARSET"; the test fails when there is none.
+  lxhandle Handle(std::string_view specification);
+  // The text of an item, as bytes of the handle's set.
+  std::string Info(const lxhandle& handle, std::uint32_t item);
+
  private:
   NlsEnvironment environment_;
   lxcontext context_{};
