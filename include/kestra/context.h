@@ -19,7 +19,8 @@ extern "C" {
 
 /* A locale data object in memory: opaque bytes, laid out as docs/formats/ tells. */
 typedef struct lxobject lxobject;
-/* The global area: a table of loaded objects; slot 0 holds the boot object. */
+/* The global area: begins with an array of pointers to loaded objects; slot 0 holds the boot
+ * object. */
 typedef struct lxarea lxarea;
 typedef struct lxcallbacks lxcallbacks;
 typedef struct lxcontext lxcontext;
@@ -51,14 +52,16 @@ struct lxcallbacks {
   void *allocate_ctx;
   void (*release)(void *ctx, void *memory); /* null is allowed and ignored */
   void *release_ctx;
-  /* Loads the object of a slot: file name without extension. Stores it in the slot and returns it,
-   * or returns null and leaves the slot empty. */
+  /* Loads the object of a slot: file name without extension. Returns the object in the platform's
+   * byte order, whose size its header tells, or null. The library checks what a caller's own
+   * function returns, puts it into the slot, and unloads what it cannot use. */
   lxobject *(*load_object)(void *ctx, const char *name, lxarea *area, uint32_t slot);
   void *load_object_ctx;
   /* Unloads: clears the slot and frees its object. Returns 1. */
   int (*unload_object)(void *ctx, lxobject **slot);
   void *unload_object_ctx;
-  /* Loads a boot object: file name without extension; variant 0 is the profile directory. */
+  /* Loads a boot object: file name without extension; variant 0 is the profile directory. With
+   * lxldlbb9i here the objects come from the directory of the older release too. */
   lxobject *(*load_boot)(void *ctx, const char *name, uint32_t variant);
   void *load_boot_ctx;
   void (*release_boot)(void *ctx, void *boot);
@@ -99,25 +102,30 @@ KES_API lxcallbacks *lxldini(lxcallbacks *block) KES_NOEXCEPT;
  * share    non-zero: use the process's shared area if there is one, else register the new one.
  * error    may be null. Receives 0; KES_NLS_NO_BOOT_FILE as a warning with a usable minimal area;
  *          KES_NLS_NO_MEMORY with a null result.
+ * The block must live as long as the area: its objects are loaded and freed through it.
  * Threads  takes the process lock. */
 KES_API lxarea *lxlinit(lxcallbacks *block, int share, uint32_t *error) KES_NOEXCEPT;
 
 /* lxinitc: fills a context.
  * area, block   null: the process defaults, made when there are none.
  * make_default  non-zero: the given block and area become the process defaults.
+ * Only lxlinit counts users of the shared area: lxinitc with a null area counts one when it has to
+ * make the area, and none when there is one.
  * Result   the context, or null with KES_NLS_NO_MEMORY in its error word. A shared area that had to
  * be made here leaves KES_NLS_NO_BOOT_FILE in the error word when it is the minimal one. */
 KES_API lxcontext *lxinitc(lxcontext *context, lxarea *area, lxcallbacks *block,
                            int make_default) KES_NOEXCEPT;
 
 /* lxlterm: releases the context's area; a shared one when its last user leaves.
- * Result   0 released or still used by others, 1 when there was nothing to release. */
+ * Result   0 released or still used by others, 1 when there was nothing to release: also when the
+ *          area has been released through another context. */
 KES_API int lxlterm(lxcontext *context) KES_NOEXCEPT;
 
 /* lxlrunmode: sets the process's threading mode and returns the previous one. To be called before
  * any other call of the library, while one thread runs.
  * mode     0 no threads, no lock; 1 (default) threads share the process state under one recursive
- * lock; 2 every thread has its own state and no lock is taken. */
+ * lock; 2 every thread has its own state and no lock is taken: then an area
+ * is used by one thread, which has to release it before it ends. */
 KES_API int lxlrunmode(int mode) KES_NOEXCEPT;
 
 /* lxlbanner: the version banner, "LNGRTL Version 19.0.0.0.0 - Production". */

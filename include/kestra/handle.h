@@ -153,11 +153,18 @@ typedef struct lxhandle {
 } lxhandle;
 
 /* lxhLangEnv: builds a handle from the environment.
- * handle   caller-owned; zeroed first where it is built anew.
+ *
+ * handle   caller-owned; zeroed first where it is built anew. Its member valid is 1 afterwards.
  * mode     0 full build: NLS_LANG, the other parameters in table order, NLS_DISPLAY; 2 only
  * validates NLS_LANG (error word; null with error 0 when it is unset); 1 as 0 but null when
  * NLS_LANG is unset; other: applies the parameters other than NLS_LANG to the handle as it stands.
- * Result   the handle, or null. The environment is read once per process (run mode 2: per thread).
+ * Result   the handle, or null. NLS_LANG is read, and the handle built, once per process (run mode
+ *          2: per thread); a later change of the environment is not seen.
+ * Errors   with a handle: that of the last parameter whose value was bad (see lxhlmod; 6: longer
+ * than 255 bytes, of NLS_LANG 4096), which left its default. Without: 18, 7, 19, 34 an object
+ *          cannot be loaded; mode 2: 18, 7, 19 an unknown component.
+ * Texts of the environment are in the handle's character set where that contains ASCII, else they
+ * are ASCII or UTF-8 and are converted.
  * Threads  takes the process lock. */
 KES_API lxhandle *lxhLangEnv(lxhandle *handle, uint32_t mode, lxcontext *context) KES_NOEXCEPT;
 
@@ -174,17 +181,27 @@ KES_API lxhandle *lxhLaToId(const char *text, size_t length, lxhandle *handle, u
                             lxcontext *context) KES_NOEXCEPT;
 
 /* lxhlmod: sets one item (69 to 132) from its text.
+ *
  * value    counted text; empty with reset non-zero restores the default, without it changes
- * nothing. Result   1 done, 0 not (unknown item, bad value). Errors 25, 29, 31, 32, 33 by item; a
- * name that is not known takes the item's default (territory, character set) or leaves the handle
- * and sets 26. */
+ * nothing. Names and keywords are ASCII in any case. Texts (currencies, separators, formats) are in
+ *          the handle's character set and stored as given, up to 255 bytes; of item 71 the first
+ * two characters, which must differ and in a single-byte set be neither digit nor + - < >. Result
+ * 1 done, 0 not; then the handle is unchanged, but that a bad storage order means logical. Errors
+ * 25, 29, 31, 32, 33 by item; 26 item, language, sort or calendar unknown (an unknown territory or
+ * character set takes the language's default); 34 its object cannot be loaded; 6 text too long; 7,
+ * 18, 19 an unknown component of item 109; 0 bad value of item 71. A territory drops the texts that
+ * were set, a calendar the date format; a character set carries the texts over; a language brings
+ * its defaults for the items that follow it. */
 KES_API int lxhlmod(lxhandle *handle, const char *value, size_t length, uint32_t item,
                     uint32_t reserved, int reset, lxcontext *context) KES_NOEXCEPT;
 
 /* lxhlinfo: writes an item's text in the handle's character set.
+ *
+ * item     0 to 151, see docs/items.md.
  * buffer   not terminated; room 0 answers 0, less than 2 (4 for two-byte code units) sets 6.
- * Result   bytes written. Errors 20 for the ids 1000 and 2002 (one or two bytes are zeroed), 6 cut.
- */
+ * Result   bytes written.
+ * Errors   20 for the ids 1000 and 2002 (one or two bytes are zeroed); 6 cut at a character; 26 no
+ *          such item; 34 an object of the handle cannot be loaded. */
 KES_API size_t lxhlinfo(const lxhandle *handle, uint32_t item, uint8_t *buffer, size_t room,
                         lxcontext *context) KES_NOEXCEPT;
 
@@ -210,14 +227,18 @@ KES_API uint32_t lxplget(const char *name, size_t length, lxcontext *context) KE
 KES_API uint32_t lxptget(const char *name, size_t length, lxcontext *context) KES_NOEXCEPT;
 KES_API uint32_t lxpcget(const char *name, size_t length, lxcontext *context) KES_NOEXCEPT;
 KES_API uint32_t lxedget(const char *name, size_t length, lxcontext *context) KES_NOEXCEPT;
-/* lxpsget also splits the suffixes _AI, _CI and a UCA parameter string off into *flags
- * (0x10000, 0x20000) and *base_length, the length of the name proper. Both may be null. */
+/* lxpsget also splits the suffix of a sort's name off: *base_length is the length of the name
+ * proper and *flags the collation identifier without its number: _AI 0x10000, _CI 0x20000. Sorts of
+ * the Unicode engine take parameters instead: _S1 to _S4 the levels compared (0x10000, 0x20000, 0,
+ * 0x30000), _BY accents compared backwards (0x400000), _BN not. BINARY has the id 16383. Both
+ * pointers may be null. */
 KES_API uint32_t lxpsget(const char *name, size_t length, uint32_t *flags, size_t *base_length,
                          lxcontext *context) KES_NOEXCEPT;
 
 /* Install by id into a handle: 1 done, 0 when the object cannot be loaded (handle unchanged).
- * lxpcset also carries the handle's texts over into the new character set; lxptset drops the texts
- * that were set, so that the new territory's formats hold. lxpdcset: display character set. */
+ * lxplset makes it the date language too. lxpcset also carries the handle's texts over into the new
+ * character set; lxptset drops the texts that were set, so that the new territory's formats hold.
+ * lxpdcset: display character set, which needs the display flag. lxpsset: 0 or 16383 is binary. */
 KES_API int lxplset(uint32_t id, lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
 KES_API int lxptset(uint32_t id, lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
 KES_API int lxpcset(uint32_t id, lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
