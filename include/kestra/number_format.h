@@ -67,7 +67,7 @@ KES_API int lnxfmtcompile(const uint8_t *model, size_t modellen, lnxmodel *compi
                           size_t *bad) KES_NOEXCEPT;
 
 /* lnxfmtwidth: the most bytes that a number takes in a model, and what every number takes in a model
- * without FM. A currency is at least as wide as the customary field of it: L and U 10, C 7 bytes.
+ * without FM and TM. A currency is at least as wide as the customary field of it: L and U 10, C 7 bytes.
  * Result   the width; 0 when the model or the symbols are not valid. */
 KES_API size_t lnxfmtwidth(const lnxmodel *model, const lnxsymbols *symbols) KES_NOEXCEPT;
 

@@ -7,7 +7,7 @@
 //   C2 02 18 2E  ->  "012345"  ->  "12345"  ->  "123.45".
 // From text is the mirror image: compress the point away, align by the parity of the point, and
 // multiply the digits by 10 and 1 in pairs. Tested against the ordinary code in
-// tests/number/lnx_text_kernel_test.cc.
+// tests/number/lnx_text_test.cc and by the fuzz target.
 #include "number/kernels/lnx_text_kernels.h"
 
 #if defined(__x86_64__)
