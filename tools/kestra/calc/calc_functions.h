@@ -1,0 +1,27 @@
+// The functions of the calculator.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "calc/calc_number.h"
+
+namespace kestra::tools {
+
+struct CalcFunction {
+  std::string_view name;
+  std::string_view usage;
+  std::size_t least, most;  // arguments
+  // Leaves problem empty, or says what is wrong with the arguments.
+  Number (*call)(std::span<const Number> arguments, std::string& problem);
+};
+
+std::span<const CalcFunction> CalcFunctions();
+// Null: there is none of that name.
+const CalcFunction* FindFunction(std::string_view name);
+
+// base to a whole power between -10^9 and 10^9.
+Number RaiseToPower(const Number& base, const Number& exponent, std::string& problem);
+
+}  // namespace kestra::tools
