@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "nls/lxg_gb18030_codec.h"
 #include "nls/lxg_runs.h"
 #include "nls/lxg_table_codec.h"
 #include "nls/lxg_unicode_codec.h"
@@ -19,6 +20,7 @@ constexpr auto MakeDecoder([[maybe_unused]] CharsetView set) noexcept {
   if constexpr (kKind == SetKind::kUtf16Be) return Utf16Decoder<std::endian::big>{};
   if constexpr (kKind == SetKind::kUtf16Le) return Utf16Decoder<std::endian::little>{};
   if constexpr (kKind == SetKind::kSingle) return SingleDecoder(set);
+  if constexpr (kKind == SetKind::kGb18030) return Gb18030Decoder(set);
   if constexpr (kKind == SetKind::kMultibyte || kKind == SetKind::kMultibyteWide) {
     return MultibyteDecoder(set);
   }
@@ -32,6 +34,7 @@ constexpr auto MakeEncoder([[maybe_unused]] CharsetView set) noexcept {
   if constexpr (kKind == SetKind::kUtf16Be) return Utf16Encoder<std::endian::big>{};
   if constexpr (kKind == SetKind::kUtf16Le) return Utf16Encoder<std::endian::little>{};
   if constexpr (kKind == SetKind::kSingle) return TableEncoder<1>(set);
+  if constexpr (kKind == SetKind::kGb18030) return Gb18030Encoder(set);
   if constexpr (kKind == SetKind::kMultibyte) return TableEncoder<2>(set);
   if constexpr (kKind == SetKind::kMultibyteWide) return TableEncoder<4>(set);
 }

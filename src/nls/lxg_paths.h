@@ -16,10 +16,10 @@ enum class SetKind : std::uint8_t {
   kSingle,         // single-byte tables
   kMultibyte,      // multibyte tables, characters of at most 2 bytes
   kMultibyteWide,  // multibyte tables, up to 4 bytes
+  kGb18030,        // 854
   kPathCount,
   kUtf16Marked = kPathCount,  // 1000 as source: ResolveByteOrder makes one of the two orders of it
   kStateful,                  // shift-out, shift-in
-  kGb18030,
   kIso2022,
 };
 

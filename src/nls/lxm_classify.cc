@@ -6,6 +6,7 @@
 #include <bit>
 
 #include "kestra/charset.h"
+#include "nls/lxg_gb18030_codec.h"
 #include "nls/lxg_paths.h"
 #include "nls/lxg_table_codec.h"
 #include "nls/lxg_unicode_codec.h"
@@ -41,7 +42,7 @@ std::uint32_t ClassOfCodePoint(CharsetView set, std::uint32_t code_point) noexce
 }
 
 // The code point of a character of the computed sets.
-std::uint32_t DecodeCodePoint(SetKind kind, const std::uint8_t* p,
+std::uint32_t DecodeCodePoint(CharsetView set, SetKind kind, const std::uint8_t* p,
                               const std::uint8_t* end) noexcept {
   switch (kind) {
     case SetKind::kUtf8:
@@ -57,6 +58,8 @@ std::uint32_t DecodeCodePoint(SetKind kind, const std::uint8_t* p,
     case SetKind::kUtf16Le:
       if (end - p < 2) return convert::kTruncated;
       return convert::Utf16Decoder<std::endian::little>{}.Next(p, end).code_point;
+    case SetKind::kGb18030:
+      return convert::Gb18030Decoder(set).Next(p, end).code_point;
     default:
       return convert::kMalformed;
   }
@@ -70,16 +73,17 @@ std::uint32_t ClassOfMultibyte(const lxcursor& cursor, const std::uint8_t* end) 
       return ClassOfCell(set, cell);
     }
     case nlb::charset::kByCodePoint: {
-      // The id 2002 is served by the object of another id; GB18030 will decode by its own rules.
+      // The id 2002 is served by the object of another id.
       SetKind kind = convert::KindOf(set);
       if (cursor.handle->charset_id == 2002) kind = SetKind::kUtf16Le;
-      return ClassOfCodePoint(set, DecodeCodePoint(kind, cursor.position, end));
+      return ClassOfCodePoint(set, DecodeCodePoint(set, kind, cursor.position, end));
     }
     default:
       return 0;
   }
 }
 
+// The class word of the character under the cursor, 0 at the end and for one that is cut off.
 std::uint32_t ClassWord(const lxcursor& cursor) noexcept {
   const std::size_t left = BytesLeft(cursor);
   if (left == 0 || cursor.charset == nullptr) return 0;

@@ -190,6 +190,10 @@ enum Table : std::size_t {
   kLinearTable = 8,
   kTableCount = 9
 };
+// The two-byte rows of GB18030: first bytes 81..FE, each with a cell for every second byte 40..FE,
+// one row after the other from cell 0.
+inline constexpr std::uint32_t kGb18030Row = 191;
+inline constexpr std::uint32_t kGb18030FirstTrail = 0x40;
 inline constexpr std::size_t kBlockShift = 6;
 inline constexpr std::size_t kBlockSize = 64;
 inline constexpr std::size_t kRowSize = 8;

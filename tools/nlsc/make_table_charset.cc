@@ -211,6 +211,13 @@ class TableMaker {
   // The table lists assigned code points only; those from U+10000 must lie where counting puts them
   // and are left to it, also for encoding, except for the few that have two bytes.
   void MakeLinear() {
+    for (std::size_t i = 0; i < model_.rows.size(); ++i) {
+      const CharsetRow& row = model_.rows[i];
+      if (model_.lead[0x81 + i] != i + 1 || row.first != layout::kGb18030FirstTrail ||
+          row.cell != i * layout::kGb18030Row || row.last != 0xFE) {
+        Fail("the two-byte characters are not 126 full rows");
+      }
+    }
     model_.linear.resize(gb18030::kSupplementary);
     for (const auto& [key, code] : decoding_) {
       if (key.first != 4) continue;
