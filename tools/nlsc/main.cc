@@ -9,6 +9,8 @@
 #include "../support/progress.h"
 #include "archive.h"
 #include "build.h"
+#include "check.h"
+#include "dump.h"
 #include "output_directory.h"
 
 namespace {
@@ -123,6 +125,74 @@ struct PackCommand {
   }
 };
 
+struct DumpCommand {
+  std::vector<std::string> files;
+  bool full = false;
+
+  void Add(CLI::App& app) {
+    CLI::App* command = app.add_subcommand("dump", "print objects and boot files as text");
+    command->add_option("file", files, "files to print")->required();
+    command->add_flag("--full", full, "print the tables too");
+    command->footer(
+        "Examples:\n"
+        "  nlsc dump home/nls/data/lx1boot.nlb\n"
+        "  nlsc dump home/nls/data/lx00001.nlb\n"
+        "  nlsc dump --full home/nls/data/lx2033f.nlb");
+  }
+
+  int Run() const {
+    int status = kDone;
+    for (const std::string& file : files) {
+      const std::vector<std::uint8_t> bytes = kestra::nlsc::ReadObjectFile(file);
+      if (files.size() > 1) fmt::print("== {}\n", file);
+      try {
+        fmt::print("{}", kestra::nlsc::Dump(bytes, full));
+      } catch (const kestra::nlsc::BadObject& error) {
+        fmt::print(stderr, "nlsc: {}: {}\n", file, error.what());
+        status = kBadData;
+      }
+    }
+    return status;
+  }
+};
+
+struct CheckCommand {
+  std::vector<std::string> paths;
+
+  void Add(CLI::App& app) {
+    CLI::App* command =
+        app.add_subcommand("check", "validate objects, boot files or whole directories");
+    command->add_option("path", paths, "files, or directories with a boot file")->required();
+    command->footer(
+        "Exit status 3 when anything is wrong.\n"
+        "Examples:\n"
+        "  nlsc check home/nls/data\n"
+        "  nlsc check home/nls/data/lx20001.nlb");
+  }
+
+  static int Report(const std::string& path, const kestra::nlsc::Faults& faults) {
+    for (const std::string& fault : faults) fmt::print("{}: {}\n", path, fault);
+    return faults.empty() ? kDone : kBadData;
+  }
+
+  static int CheckPath(const std::string& path) {
+    if (std::filesystem::is_directory(path)) {
+      return Report(path, kestra::nlsc::CheckDirectory(path));
+    }
+    const std::vector<std::uint8_t> bytes = kestra::nlsc::ReadObjectFile(path);
+    return Report(path, kestra::nlsc::BootReader::IsBoot(bytes) ? kestra::nlsc::CheckBoot(bytes)
+                                                                : kestra::nlsc::CheckObject(bytes));
+  }
+
+  int Run() const {
+    int status = kDone;
+    for (const std::string& path : paths) {
+      if (CheckPath(path) != kDone) status = kBadData;
+    }
+    return status;
+  }
+};
+
 int Run(int argc, char** argv) {
   CLI::App app("Compiler of locale data", "nlsc");
   app.require_subcommand(1);
@@ -131,12 +201,19 @@ int Run(int argc, char** argv) {
   build.Add(app);
   PackCommand pack;
   pack.Add(app);
+  DumpCommand dump;
+  dump.Add(app);
+  CheckCommand check;
+  check.Add(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
   }
-  return app.got_subcommand("pack") ? pack.Run() : build.Run();
+  if (app.got_subcommand("pack")) return pack.Run();
+  if (app.got_subcommand("dump")) return dump.Run();
+  if (app.got_subcommand("check")) return check.Run();
+  return build.Run();
 }
 
 }  // namespace
