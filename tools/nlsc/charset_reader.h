@@ -24,9 +24,12 @@ class CharsetReader {
  public:
   explicit CharsetReader(const ObjectReader& object);  // keeps a reference
 
-  const ObjectReader& object() const { return object_; }
   bool has_tables() const { return decode_width_ != 0 || encode_width_ != 0; }
-  unsigned Length(std::uint8_t first) const;  // by the class table
+  bool stateful() const { return stateful_; }
+  bool gb18030() const { return gb18030_; }
+  // By the class table. In stateful sets that is the length in the single-byte state, in GB18030
+  // that of the two-byte characters.
+  unsigned Length(std::uint8_t first) const;
 
   std::optional<char32_t> Decode(const CharacterBytes& bytes) const;
   std::optional<CharacterBytes> Encode(char32_t code) const;
@@ -34,8 +37,9 @@ class CharsetReader {
   std::uint16_t ClassWord(const CharacterBytes& bytes) const;
 
   using Visit = std::function<void(const CharacterBytes&, char32_t)>;
-  // Every byte sequence that decodes, in ascending order by first byte. Rows that are shared by
-  // several prefixes are refused, so the work is bounded by the number of cells.
+  // Every byte sequence that decodes, in ascending order by first byte; the four-byte characters of
+  // GB18030 last, and of them those from U+10000 not at all, which are counted and not stored. Rows
+  // that are shared by several prefixes are refused, so the work is bounded by the number of cells.
   void ForEachDecoding(const Visit& visit) const;
   // Every code point that encodes.
   void ForEachEncoding(const Visit& visit) const;
@@ -45,12 +49,14 @@ class CharsetReader {
   std::optional<std::uint32_t> CellIndex(std::uint32_t row_number, std::uint8_t byte) const;
   std::uint32_t Cell(std::uint32_t index) const;
   std::optional<std::uint32_t> LastCell(const CharacterBytes& bytes) const;
+  void VisitLinear(const Visit& visit) const;
   void VisitRow(std::uint32_t row_number, CharacterBytes prefix, unsigned following,
                 std::size_t& cells_left, const Visit& visit) const;
 
   const ObjectReader& object_;
   unsigned decode_width_, encode_width_;
-  BytesReader leads_, rows_, cells_, encode_index_, encode_;
+  bool stateful_, gb18030_;
+  BytesReader leads_, rows_, cells_, encode_index_, encode_, linear_;
 };
 
 }  // namespace kestra::nlsc

@@ -7,11 +7,13 @@
 #include "charset_reader.h"
 #include "check.h"
 #include "kestra/handle.h"
+#include "nls/gb18030.h"
 #include "nls/nlb_format.h"
 
 namespace kestra::nlsc {
 namespace {
 
+namespace gb18030 = kestra::nls::gb18030;
 namespace layout = kestra::nls::nlb::charset;
 
 constexpr std::size_t kMaxFaults = 20;  // of one kind of law
@@ -49,6 +51,7 @@ class CharsetCheck {
     const unsigned encode = object_.U8(layout::kWidthsAt) >> 4u;
     if (decode != 0 && decode != 2 && decode != 4) Fault("decode cells of {} bytes", decode);
     if (encode > 2 && encode != 4) Fault("encode cells of {} bytes", encode);
+    if (object_.U8(layout::kClassByteAt) > layout::kStatefulClass) Fault("unknown class byte");
     if (object_.U8(layout::kClassKindAt) > layout::kByCodePoint) Fault("unknown kind of classes");
     single_ = (object_.U32(layout::kHandleFlagsAt) & KES_CHARSET_SINGLE) != 0;
     if (single_ != (longest == 1)) Fault("the single-byte flag and the longest character differ");
@@ -70,6 +73,7 @@ class CharsetCheck {
     check(layout::kRowTable, object_.U32(layout::kRowsAt), layout::kRowSize);
     check(layout::kDecodeTable, object_.U32(layout::kDecodeCellsAt),
           object_.U8(layout::kWidthsAt) & 15u);
+    check(layout::kLinearTable, reader_.gb18030() ? gb18030::kBasicPlaces : 0, 2);
     check(layout::kEncodeIndex, object_.U32(layout::kEncodeIndexAt), 2);
     check(layout::kEncodeTable, object_.U32(layout::kEncodeBlocksAt) * layout::kBlockSize,
           object_.U8(layout::kWidthsAt) >> 4u);
@@ -130,7 +134,8 @@ class CharsetCheck {
               static_cast<std::uint32_t>(code));
       }
     });
-    if (mappings != object_.U32(layout::kMappingsAt)) {
+    // The header of GB18030 counts assigned characters, also those that are not stored.
+    if (!reader_.gb18030() && mappings != object_.U32(layout::kMappingsAt)) {
       Fault("{} byte sequences decode, the header says {}", mappings,
             object_.U32(layout::kMappingsAt));
     }

@@ -26,11 +26,13 @@ constexpr Flag kHandleFlags[] = {{KES_CHARSET_SINGLE, "single-byte"},
                                  {KES_CHARSET_UTF16, "utf16"},
                                  {KES_CHARSET_UTF8, "utf8"},
                                  {KES_CHARSET_GB18030, "gb18030"}};
-constexpr Flag kClassFlags[] = {{KES_CLASS_UPPER, "upper"},          {KES_CLASS_LOWER, "lower"},
-                                {KES_CLASS_DIGIT, "digit"},          {KES_CLASS_SPACE, "space"},
-                                {KES_CLASS_PUNCTUATION, "punct"},    {KES_CLASS_CONTROL, "control"},
-                                {KES_CLASS_HEX_DIGIT, "xdigit"},     {KES_CLASS_BLANK, "blank"},
-                                {KES_CLASS_ALPHABETIC, "alphabetic"}};
+constexpr Flag kClassFlags[] = {
+    {KES_CLASS_UPPER, "upper"},           {KES_CLASS_LOWER, "lower"},
+    {KES_CLASS_DIGIT, "digit"},           {KES_CLASS_SPACE, "space"},
+    {KES_CLASS_PUNCTUATION, "punct"},     {KES_CLASS_CONTROL, "control"},
+    {KES_CLASS_HEX_DIGIT, "xdigit"},      {KES_CLASS_BLANK, "blank"},
+    {KES_CLASS_ALPHABETIC, "alphabetic"}, {KES_CLASS_WIDE, "wide"},
+    {KES_CLASS_ZERO_WIDTH, "zero-width"}};
 constexpr Flag kTraits[] = {{layout::kAsciiTrait, "ascii"}, {layout::kNulTrait, "nul"}};
 
 template <std::size_t kCount>
@@ -68,8 +70,8 @@ void DumpFields(const ObjectReader& object, std::string& out) {
 }
 
 void DumpTables(const ObjectReader& object, std::string& out) {
-  constexpr const char* kNames[] = {"UTF-8", "lead bytes",  "rows",         "decode",
-                                    "class", "class words", "encode index", "encode"};
+  constexpr const char* kNames[] = {"UTF-8",       "lead bytes",   "rows",   "decode",   "class",
+                                    "class words", "encode index", "encode", "four-byte"};
   const auto to = std::back_inserter(out);
   fmt::format_to(to, "rows: {}, decode cells: {} of {} bytes\n", object.U32(layout::kRowsAt),
                  object.U32(layout::kDecodeCellsAt), object.U8(layout::kWidthsAt) & 15);
