@@ -78,8 +78,7 @@ Fault CheckCalendarTables(const std::uint8_t* object) noexcept {
 class RowWalk {
  public:
   explicit RowWalk(const std::uint8_t* object) noexcept
-      : object_(object),
-        rows_(object + nlb::charset::kBase +
+      : rows_(object + nlb::charset::kBase +
               kCharsetOffsets.offset(object, nlb::charset::kRowTable)),
         cells_(object + nlb::charset::kBase +
                kCharsetOffsets.offset(object, nlb::charset::kDecodeTable)),
@@ -111,7 +110,6 @@ class RowWalk {
 
  private:
   static constexpr std::uint32_t kMaxRows = 8192;
-  const std::uint8_t* object_;
   const std::uint8_t* rows_;
   const std::uint8_t* cells_;
   std::uint32_t row_count_;

@@ -12,7 +12,7 @@ namespace kestra::test {
 namespace {
 
 void Put32(std::vector<std::uint8_t>& bytes, std::size_t at, std::size_t value) {
-  for (int i = 0; i < 4; ++i) bytes[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
+  for (std::size_t i = 0; i < 4; ++i) bytes[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
 }
 
 }  // namespace
