@@ -251,7 +251,7 @@ class Compiler {
   bool ended_ = false;      // nothing may follow
 };
 
-const Compiler::Element Compiler::kElements[] = {
+constinit const Compiler::Element Compiler::kElements[] = {
     {"tm9", &Compiler::TextFixed}, {"tme", &Compiler::TextScientific},
     {"tm", &Compiler::TextFixed},  {"eeee", &Compiler::Exponent},
     {"fm", &Compiler::FillMode},   {"mi", &Compiler::MinusLast},
