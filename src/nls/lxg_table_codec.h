@@ -42,121 +42,65 @@ class SingleDecoder {
 // Characters of 1 to 4 bytes, the length told by the first byte.
 class MultibyteDecoder {
  public:
-  explicit MultibyteDecoder(CharsetView set) noexcept
-      : code_points_(set.single()),
-        classes_(set.class_table()),
-        leads_(set.table(nlb::charset::kLeadTable)),
-        rows_(set.table(nlb::charset::kRowTable)),
-        cells_(set.table(nlb::charset::kDecodeTable)),
-        row_count_(static_cast<std::uint32_t>(set.table_size(nlb::charset::kRowTable) /
-                                              nlb::charset::kRowSize)),
-        cell_count_(static_cast<std::uint32_t>(set.table_size(nlb::charset::kDecodeTable) /
-                                               (set.decode_width() == 4 ? 4u : 2u))),
-        wide_(set.decode_width() == 4),
-        has_leads_(set.table_size(nlb::charset::kLeadTable) >= 512),
-        ascii_(set.ascii_runs()) {}
+  explicit MultibyteDecoder(CharsetView set) noexcept {
+    const bool wide = set.decode_width() == 4;
+    table_.code_points = set.single();
+    table_.classes = set.class_table();
+    table_.leads = set.table(nlb::charset::kLeadTable);
+    table_.rows = set.table(nlb::charset::kRowTable);
+    table_.cells = set.table(nlb::charset::kDecodeTable);
+    table_.cell_count =
+        static_cast<std::uint32_t>(set.table_size(nlb::charset::kDecodeTable) / (wide ? 4u : 2u));
+    table_.wide = wide;
+    table_.ascii = set.ascii_runs();
+    if (set.table_size(nlb::charset::kLeadTable) >= 512) {
+      table_.row_count = static_cast<std::uint32_t>(set.table_size(nlb::charset::kRowTable) /
+                                                    nlb::charset::kRowSize);
+    }
+  }
 
-  bool ascii_runs() const noexcept { return ascii_; }
+  bool ascii_runs() const noexcept { return table_.ascii; }
 
   Decoded Next(const std::uint8_t* p, const std::uint8_t* end) const noexcept {
     const std::uint32_t first = *p;
-    if (code_points_[first] != nlb::charset::kNoCharacter) return {code_points_[first], 1};
-    const std::uint32_t length = (classes_[first] & 3u) + 1;
+    if (table_.code_points[first] != nlb::charset::kNoCharacter) {
+      return {table_.code_points[first], 1};
+    }
+    const std::uint32_t length = (table_.classes[first] & 3u) + 1;
     if (static_cast<std::size_t>(end - p) < length) {
       return {kTruncated, static_cast<std::uint32_t>(end - p)};
     }
     const std::uint32_t cell = FindCell(p, end);
-    const std::uint32_t code_point = cell == kNoCell ? 0 : CellValue(cell);
+    const std::uint32_t code_point = cell == kernels::kNoCell ? 0 : LoadCell(table_, cell);
     if (code_point - 1 < kMaxCodePoint) return {code_point, length};
     std::uint32_t replaced = 1;
     while (replaced < length && p[replaced] >= 0x80) ++replaced;
     return {kMalformed, replaced};
   }
 
-  // One- and two-byte characters of the basic plane; others are left to Next.
+  // Number of the cell that decodes the character of two or more bytes at p.
+  std::uint32_t FindCell(const std::uint8_t* p, const std::uint8_t* end) const noexcept {
+    const std::uint32_t length = (table_.classes[*p] & 3u) + 1;
+    if (length < 2 || static_cast<std::size_t>(end - p) < length || table_.row_count == 0) {
+      return kernels::kNoCell;
+    }
+    std::uint32_t next_row = Load16(table_.leads, std::size_t{2} * *p);
+    for (std::uint32_t i = 1;; ++i) {
+      if (next_row == 0) return kernels::kNoCell;
+      const std::uint32_t cell = FindRowCell(table_, next_row - 1, p[i]);
+      if (cell == kernels::kNoCell || i + 1 == length) return cell;
+      next_row = LoadCell(table_, cell);
+    }
+  }
+
   kernels::Progress DecodeUnits(const kernels::ConvertKernels& kernels, const std::uint8_t* in,
                                 std::size_t size, std::uint16_t* units,
                                 std::size_t room) const noexcept {
-    return wide_ ? DecodeUnitsOf<std::uint32_t>(kernels, in, size, units, room)
-                 : DecodeUnitsOf<std::uint16_t>(kernels, in, size, units, room);
-  }
-
-  static constexpr std::uint32_t kNoCell = 0xFFFFFFFF;
-
-  // Number of the cell that decodes the character of two or more bytes at p; kNoCell: none.
-  std::uint32_t FindCell(const std::uint8_t* p, const std::uint8_t* end) const noexcept {
-    const std::uint32_t length = (classes_[*p] & 3u) + 1;
-    if (length < 2 || static_cast<std::size_t>(end - p) < length || !has_leads_) return kNoCell;
-    std::uint32_t next_row = Load16(leads_, std::size_t{2} * *p);
-    for (std::uint32_t i = 1;; ++i) {
-      if (next_row == 0) return kNoCell;
-      const std::uint32_t cell = Cell(next_row - 1, p[i]);
-      if (cell == kNoCell || i + 1 == length) return cell;
-      next_row = CellValue(cell);
-    }
+    return kernels.multibyte_to_units(table_, in, size, units, room);
   }
 
  private:
-  template <typename Cell>
-  kernels::Progress DecodeUnitsOf(const kernels::ConvertKernels& kernels, const std::uint8_t* in,
-                                  std::size_t size, std::uint16_t* units,
-                                  std::size_t room) const noexcept {
-    kernels::Progress done;
-    const std::uint8_t* p = in;
-    const std::uint8_t* const end = in + size;
-    std::uint16_t* out = units;
-    std::uint16_t* const out_end = units + room;
-    while (p < end && out < out_end) {
-      if (ascii_ && *p < 0x80) {
-        const auto most =
-            static_cast<std::size_t>(end - p < out_end - out ? end - p : out_end - out);
-        const std::size_t run = kernels.widen_ascii(p, most, out);
-        p += run;
-        out += run;
-        continue;
-      }
-      const std::uint32_t first = *p;
-      std::uint32_t unit = code_points_[first];
-      std::uint32_t length = 1;
-      if (unit == nlb::charset::kNoCharacter) {
-        length = 2;
-        if ((classes_[first] & 3u) != 1 || end - p < 2 || !has_leads_) break;
-        const std::uint32_t row = Load16(leads_, std::size_t{2} * first);
-        const std::uint32_t cell = row == 0 ? kNoCell : this->Cell(row - 1, p[1]);
-        if (cell == kNoCell) break;
-        unit = LoadAt<Cell>(cells_, sizeof(Cell) * cell);
-        if (unit == 0 || unit >= kReplacementCharacter || IsSurrogate(unit)) break;
-      }
-      *out++ = static_cast<std::uint16_t>(unit);
-      p += length;
-    }
-    done.consumed = static_cast<std::size_t>(p - in);
-    done.written = done.characters = static_cast<std::size_t>(out - units);
-    return done;
-  }
-
-  // The cell of a trail byte in a row.
-  std::uint32_t Cell(std::uint32_t row, std::uint32_t trail) const noexcept {
-    if (row >= row_count_) return kNoCell;
-    const std::uint8_t* entry = rows_ + std::size_t{row} * nlb::charset::kRowSize;
-    if (trail < entry[0] || trail > entry[1]) return kNoCell;
-    const std::uint64_t cell = std::uint64_t{Load32(entry, 4)} + (trail - entry[0]);
-    return cell < cell_count_ ? static_cast<std::uint32_t>(cell) : kNoCell;
-  }
-  std::uint32_t CellValue(std::uint32_t cell) const noexcept {
-    return wide_ ? Load32(cells_, std::size_t{4} * cell) : Load16(cells_, std::size_t{2} * cell);
-  }
-
-  const std::uint16_t* code_points_;
-  const std::uint16_t* classes_;
-  const std::uint8_t* leads_;
-  const std::uint8_t* rows_;
-  const std::uint8_t* cells_;
-  std::uint32_t row_count_;
-  std::uint32_t cell_count_;
-  bool wide_;
-  bool has_leads_;
-  bool ascii_;
+  kernels::MultibyteDecodeTable table_{};
 };
 
 // Both kinds of sets; kWidth is the number of bytes of a cell.
@@ -181,20 +125,7 @@ class TableEncoder {
   static constexpr std::size_t kUnitSize = kWidth;
 
   Encoded Encode(std::uint32_t code_point) const noexcept {
-    const std::uint32_t slot = code_point >> nlb::charset::kBlockShift;
-    if (slot >= index_size_) return {};
-    const std::uint32_t block = Load16(index_, std::size_t{2} * slot);
-    if (block >= block_count_) return {};
-    const std::size_t cell = std::size_t{block} * nlb::charset::kBlockSize +
-                             (code_point & (nlb::charset::kBlockSize - 1));
-    std::uint32_t number;
-    if constexpr (kWidth == 1) {
-      number = cells_[cell];
-    } else if constexpr (kWidth == 2) {
-      number = Load16(cells_, 2 * cell);
-    } else {
-      number = Load32(cells_, 4 * cell);
-    }
+    const std::uint32_t number = Find(code_point);
     if (number == 0) {
       if (code_point == 0 && maps_nul_) return {0, 1};
       return {};
@@ -214,27 +145,61 @@ class TableEncoder {
       const std::size_t done = kernels.units_to_single(table, units, count, out);
       return {done, done, done};
     } else {
+      const TableEncoder table = *this;  // a copy that the stores cannot change
       std::uint8_t* q = out;
       std::size_t i = 0;
       while (i < count) {
-        if (ascii_ && units[i] < 0x80) {
+        // Runs of ASCII pay only when they are long; single letters go through the table.
+        if (table.ascii_ && count - i >= 8 &&
+            ((LoadAt<std::uint64_t>(units + i, 0) | LoadAt<std::uint64_t>(units + i, 8)) &
+             0xFF80FF80FF80FF80) == 0) {
           const std::size_t run = kernels.narrow_ascii(units + i, count - i, q);
           i += run;
           q += run;
           continue;
         }
-        const Encoded encoded = Encode(units[i]);
-        if (encoded.length == 0) break;
-        const auto bytes = static_cast<std::uint32_t>(encoded.bytes);
-        std::memcpy(q, &bytes, sizeof bytes);
-        q += encoded.length;
-        ++i;
+        const std::size_t stop = count - i < 8 ? count : i + 8;
+        for (; i < stop; ++i) {
+          const std::uint32_t number = table.Find(units[i]);
+          if (number == 0) [[unlikely]]
+            return {i, static_cast<std::size_t>(q - out), i};
+          q += StoreNumber(q, number);
+        }
       }
       return {i, static_cast<std::size_t>(q - out), i};
     }
   }
 
  private:
+  // The cell of a code point: the bytes as one number, 0 for none (and for the byte 00).
+  std::uint32_t Find(std::uint32_t code_point) const noexcept {
+    const std::uint32_t slot = code_point >> nlb::charset::kBlockShift;
+    if (slot >= index_size_) return 0;
+    const std::uint32_t block = Load16(index_, std::size_t{2} * slot);
+    if (block >= block_count_) return 0;
+    const std::size_t cell = std::size_t{block} * nlb::charset::kBlockSize +
+                             (code_point & (nlb::charset::kBlockSize - 1));
+    if constexpr (kWidth == 1) return cells_[cell];
+    if constexpr (kWidth == 2) return Load16(cells_, 2 * cell);
+    return Load32(cells_, 4 * cell);
+  }
+
+  // Writes the bytes of a number, and up to kWidth in all; returns how many count.
+  static std::size_t StoreNumber(std::uint8_t* out, std::uint32_t number) noexcept {
+    if constexpr (kWidth == 2) {
+      const std::uint32_t two = number >> 8 != 0 ? 1 : 0;
+      const auto bytes = static_cast<std::uint16_t>(
+          __builtin_bswap16(static_cast<std::uint16_t>(number << (8 - 8 * two))));
+      std::memcpy(out, &bytes, sizeof bytes);
+      return 1 + two;
+    } else {
+      const auto leading = static_cast<std::uint32_t>(__builtin_clz(number)) & ~7u;
+      const std::uint32_t bytes = __builtin_bswap32(number << leading);
+      std::memcpy(out, &bytes, sizeof bytes);
+      return 4 - leading / 8;
+    }
+  }
+
   const std::uint8_t* index_;
   const std::uint8_t* cells_;
   std::uint32_t index_size_;

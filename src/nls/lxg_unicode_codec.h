@@ -122,25 +122,23 @@ struct Utf16Decoder {
     if (!IsLowSurrogate(low)) return {kMalformed, 2};
     return {JoinSurrogates(unit, low), 4};
   }
-  static kernels::Progress DecodeUnits(const kernels::ConvertKernels&, const std::uint8_t* in,
-                                       std::size_t size, std::uint16_t* units,
-                                       std::size_t room) noexcept {
+  static kernels::Progress DecodeUnits(const kernels::ConvertKernels& kernels,
+                                       const std::uint8_t* in, std::size_t size,
+                                       std::uint16_t* units, std::size_t room) noexcept {
     const std::size_t count = size / 2 < room ? size / 2 : room;
+    const auto run =
+        kOrder == std::endian::big ? kernels.utf16be_to_units : kernels.utf16le_to_units;
     std::size_t done = 0;
     std::size_t pairs = 0;
-    while (done < count) {
-      const std::uint32_t unit = Unit(in + 2 * done);
-      units[done] = static_cast<std::uint16_t>(unit);
-      if (IsSurrogate(unit)) [[unlikely]] {
-        if (IsLowSurrogate(unit) || done + 1 >= count) break;
-        const std::uint32_t low = Unit(in + 2 * done + 2);
-        if (!IsLowSurrogate(low)) break;
-        units[++done] = static_cast<std::uint16_t>(low);
-        ++pairs;
-      } else if (unit == kReplacementCharacter) [[unlikely]] {
-        break;
-      }
-      ++done;
+    for (;;) {
+      done += run(in + 2 * done, count - done, units + done);
+      if (done + 1 >= count || !IsHighSurrogate(Unit(in + 2 * done))) break;
+      const std::uint32_t low = Unit(in + 2 * done + 2);
+      if (!IsLowSurrogate(low)) break;
+      units[done] = static_cast<std::uint16_t>(Unit(in + 2 * done));
+      units[done + 1] = static_cast<std::uint16_t>(low);
+      done += 2;
+      ++pairs;
     }
     return {2 * done, done, done - pairs};
   }

@@ -13,6 +13,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "nls/object_view.h"
+
 namespace kestra::nls::kernels {
 
 struct Progress {
@@ -30,27 +32,63 @@ struct ByteEncodeTable {
   bool maps_nul;
 };
 
+// The tables of a multibyte source.
+struct MultibyteDecodeTable {
+  const std::uint16_t* code_points;  // by byte, FFFF: not a character by itself
+  const std::uint16_t* classes;      // by first byte, bits 0-1: bytes that follow
+  const std::uint8_t* leads;         // u16 by first byte: row + 1
+  const std::uint8_t* rows;          // 8 bytes each
+  const std::uint8_t* cells;
+  std::uint32_t row_count;  // 0 also when the leads are missing
+  std::uint32_t cell_count;
+  bool wide;   // cells of four bytes, else of two
+  bool ascii;  // bytes below 80 are ASCII
+};
+
+// Number of the cell that a trail byte chooses in a row; kNoCell: none.
+inline constexpr std::uint32_t kNoCell = 0xFFFFFFFF;
+inline std::uint32_t FindRowCell(const MultibyteDecodeTable& table, std::uint32_t row,
+                                 std::uint32_t trail) noexcept {
+  if (row >= table.row_count) return kNoCell;
+  const std::uint8_t* entry = table.rows + std::size_t{row} * 8;
+  if (trail < entry[0] || trail > entry[1]) return kNoCell;
+  const std::uint64_t cell = std::uint64_t{LoadAt<std::uint32_t>(entry, 4)} + (trail - entry[0]);
+  return cell < table.cell_count ? static_cast<std::uint32_t>(cell) : kNoCell;
+}
+inline std::uint32_t LoadCell(const MultibyteDecodeTable& table, std::uint32_t cell) noexcept {
+  return table.wide ? LoadAt<std::uint32_t>(table.cells, std::size_t{4} * cell)
+                    : LoadAt<std::uint16_t>(table.cells, std::size_t{2} * cell);
+}
+
+// Text in, text out; sizes and rooms in bytes.
+using TextKernel = Progress (*)(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
+                                std::size_t room) noexcept;
+
 struct ConvertKernels {
   // Copies bytes below 80 up to the first other one; returns how many.
-  std::size_t (*copy_ascii)(const std::uint8_t* in, std::size_t size, std::uint8_t* out);
-  // UTF-16 text of the given byte order to UTF-8 and back; sizes and rooms in bytes.
-  Progress (*utf16be_to_utf8)(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
-                              std::size_t room);
-  Progress (*utf16le_to_utf8)(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
-                              std::size_t room);
-  Progress (*utf8_to_utf16be)(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
-                              std::size_t room);
-  Progress (*utf8_to_utf16le)(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
-                              std::size_t room);
+  std::size_t (*copy_ascii)(const std::uint8_t* in, std::size_t size, std::uint8_t* out) noexcept;
+  // Bytes below 80 to units and back, up to the first other one.
+  std::size_t (*widen_ascii)(const std::uint8_t* in, std::size_t size, std::uint16_t* out) noexcept;
+  std::size_t (*narrow_ascii)(const std::uint16_t* in, std::size_t count,
+                              std::uint8_t* out) noexcept;
+  TextKernel utf16be_to_utf8;
+  TextKernel utf16le_to_utf8;
+  TextKernel utf8_to_utf16be;
+  TextKernel utf8_to_utf16le;
+  // UTF-16 text of count units; stops at surrogates as well.
+  std::size_t (*utf16be_to_units)(const std::uint8_t* in, std::size_t count,
+                                  std::uint16_t* out) noexcept;
+  std::size_t (*utf16le_to_units)(const std::uint8_t* in, std::size_t count,
+                                  std::uint16_t* out) noexcept;
   // Single-byte text to as many units, by the 256 code points of the set (FFFF: none).
   std::size_t (*single_to_units)(const std::uint16_t* code_points, const std::uint8_t* in,
-                                 std::size_t size, std::uint16_t* out);
+                                 std::size_t size, std::uint16_t* out) noexcept;
   // Units to as many bytes.
   std::size_t (*units_to_single)(const ByteEncodeTable& table, const std::uint16_t* in,
-                                 std::size_t count, std::uint8_t* out);
-  // Bytes below 80 to units and back, up to the first other one.
-  std::size_t (*widen_ascii)(const std::uint8_t* in, std::size_t size, std::uint16_t* out);
-  std::size_t (*narrow_ascii)(const std::uint16_t* in, std::size_t count, std::uint8_t* out);
+                                 std::size_t count, std::uint8_t* out) noexcept;
+  // One- and two-byte characters of the basic plane.
+  Progress (*multibyte_to_units)(const MultibyteDecodeTable& table, const std::uint8_t* in,
+                                 std::size_t size, std::uint16_t* out, std::size_t room) noexcept;
 };
 
 extern const ConvertKernels kScalarConvertKernels;

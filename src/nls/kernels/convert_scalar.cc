@@ -136,6 +136,16 @@ Progress Utf8ToUtf16(const std::uint8_t* in, std::size_t size, std::uint8_t* out
   return done;
 }
 
+template <std::endian kOrder>
+std::size_t Utf16ToUnits(const std::uint8_t* in, std::size_t count, std::uint16_t* out) noexcept {
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint32_t unit = convert::Utf16Decoder<kOrder>::Unit(in + 2 * i);
+    if (convert::IsSurrogate(unit) || unit == kReplacementCharacter) return i;
+    out[i] = static_cast<std::uint16_t>(unit);
+  }
+  return count;
+}
+
 std::size_t SingleToUnits(const std::uint16_t* code_points, const std::uint8_t* in,
                           std::size_t size, std::uint16_t* out) noexcept {
   for (std::size_t i = 0; i < size; ++i) {
@@ -161,18 +171,45 @@ std::size_t UnitsToSingle(const ByteEncodeTable& table, const std::uint16_t* in,
   return count;
 }
 
+Progress MultibyteToUnits(const MultibyteDecodeTable& table, const std::uint8_t* in,
+                          std::size_t size, std::uint16_t* out, std::size_t room) noexcept {
+  std::size_t at = 0;
+  std::size_t made = 0;
+  while (at < size && made < room) {
+    const std::uint32_t first = in[at];
+    std::uint32_t unit = table.code_points[first];
+    std::size_t length = 1;
+    if (unit == nlb::charset::kNoCharacter) {
+      if ((table.classes[first] & 3u) != 1 || size - at < 2 || table.row_count == 0) break;
+      const std::uint32_t row = Load16(table.leads, std::size_t{2} * first);
+      const std::uint32_t cell = row == 0 ? kNoCell : FindRowCell(table, row - 1, in[at + 1]);
+      if (cell == kNoCell) break;
+      unit = LoadCell(table, cell);
+      length = 2;
+    }
+    if (unit == 0 && length == 2) break;
+    if (unit >= kReplacementCharacter || convert::IsSurrogate(unit)) break;
+    out[made++] = static_cast<std::uint16_t>(unit);
+    at += length;
+  }
+  return {at, made, made};
+}
+
 }  // namespace
 
 constinit const ConvertKernels kScalarConvertKernels = {
     CopyAscii,
+    WidenAscii,
+    NarrowAscii,
     Utf16ToUtf8<std::endian::big>,
     Utf16ToUtf8<std::endian::little>,
     Utf8ToUtf16<std::endian::big>,
     Utf8ToUtf16<std::endian::little>,
+    Utf16ToUnits<std::endian::big>,
+    Utf16ToUnits<std::endian::little>,
     SingleToUnits,
     UnitsToSingle,
-    WidenAscii,
-    NarrowAscii,
+    MultibyteToUnits,
 };
 
 const ConvertKernels& GetConvertKernels() noexcept {
