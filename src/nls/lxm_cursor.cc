@@ -4,8 +4,6 @@
 #include "kestra/charset.h"
 #include "nls/object_view.h"
 
-extern "C" __attribute__((weak)) const lxobject* lxhcsobj(const lxhandle*, lxcontext*) noexcept;
-
 namespace kestra::nls::cursor {
 
 std::size_t Gb18030Length(const std::uint8_t* p, std::size_t left) noexcept {
