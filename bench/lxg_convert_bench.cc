@@ -95,7 +95,7 @@ const lxobject* LoadSet(unsigned id) {
   if (words.empty()) {
     char name[32];
     std::snprintf(name, sizeof name, "lx2%04x.nlb", id);
-    const std::string path = std::string(KESTRA_BUILD_DIR "/home/nls/data/") + name;
+    const std::string path = std::string(KESTRA_BUILD_DIR) + "/" + "home/nls/data/" + name;
     std::ifstream file(path, std::ios::binary);
     const std::string bytes((std::istreambuf_iterator<char>(file)), {});
     if (bytes.empty()) Fail("cannot read " + path);
