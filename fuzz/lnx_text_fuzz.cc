@@ -10,6 +10,7 @@
 #include "core/os/cpu.h"
 #include "kestra/number.h"
 #include "kestra/number_text.h"
+#include "number/kernels/lnx_text_kernels.h"
 
 namespace {
 
@@ -17,6 +18,11 @@ using kestra::os::CpuLevel;
 
 void Check(bool holds) {
   if (!holds) __builtin_trap();
+}
+
+void Use(CpuLevel level) {
+  kestra::os::ForceCpuLevel(level);
+  kestra::number::ChooseTextKernels();
 }
 
 struct Reading {
@@ -84,11 +90,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   symbols.group = {kSpace, 2};
   const lnxsymbols* const used = choice % 2 == 0 ? nullptr : &symbols;
 
-  kestra::os::ForceCpuLevel(CpuLevel::kBaseline);
+  Use(CpuLevel::kBaseline);
   const Reading reference = Read(rest, used);
   int reference_status = 0;
   const std::string reference_text = Write(rest, nullptr, used, reference_status);
-  kestra::os::ForceCpuLevel(CpuLevel::kAvx512);
+  Use(CpuLevel::kAvx512);
   Check(Read(rest, used) == reference);
   int status = 0;
   Check(Write(rest, nullptr, used, status) == reference_text && status == reference_status);

@@ -1,8 +1,8 @@
 // Base-100 digits to decimal digits and back, 32 at a time: loops of fixed length over small
 // arrays, which the compiler turns into vector code for any processor. A byte b of a positive
-// number is digit b - 1, of a negative one 101 - b; both are (b ^ flip) + shift. A digit pair is d
-// + 0x100 * (d mod 10) - ... in one 16-bit lane: with q = d / 10, the two characters "q r" are the
-// little-endian word q + 256 * (d - 10 q) = 256 d - 2559 q.
+// number is digit b - 1, of a negative one 101 - b; both are (b ^ flip) + shift. Digit d of base
+// 100 becomes the characters q = d / 10 and d - 10 q, which in a 16-bit lane are q + 256 (d - 10
+// q), that is 256 d - 2559 q.
 #include "number/lnx_figures.h"
 
 #include <bit>

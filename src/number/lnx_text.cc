@@ -167,39 +167,30 @@ constexpr FormWriter kWriters[] = {WritePlain, WriteShortest, WriteFixed, WriteS
 constexpr std::uint32_t kKnownFlags = LNX_TEXT_GROUPED | LNX_TEXT_UNPADDED;
 constexpr lnxtextform kPlainForm = {};
 
-// Apart from the entry point, so that the fast path has no large frame to set up.
-[[gnu::noinline]] int WriteText(std::span<const std::uint8_t> bytes, const lnxtextform& form,
-                                const lnxsymbols* symbols, std::span<std::uint8_t> out,
-                                std::size_t* outlen) noexcept {
+}  // namespace
+
+int scalar::ToText(const std::uint8_t* x, std::size_t xlen, const lnxtextform* form,
+                   const lnxsymbols* symbols, std::uint8_t* out, std::size_t outsize,
+                   std::size_t* outlen) noexcept {
   *outlen = 0;
+  if (form == nullptr) form = &kPlainForm;
   Symbols strings;
-  if (form.kind >= std::size(kWriters) || (form.flags & ~kKnownFlags) != 0 ||
+  if (form->kind >= std::size(kWriters) || (form->flags & ~kKnownFlags) != 0 ||
       !ReadSymbols(symbols, strings)) {
     return LNX_BAD_ARGUMENT;
   }
   Figures figures;
-  if (!ReadFigures(bytes, figures)) return LNX_BAD_NUMBER;
-  const Text text{strings, form, out.data(), out.size(), outlen};
+  if (!ReadFigures(RawBytes(x, xlen), figures)) return LNX_BAD_NUMBER;
+  const Text text{strings, *form, out, outsize, outlen};
   if (figures.kind == Kind::kInfinity) return WriteInfinity(text, figures.negative);
-  return kWriters[form.kind](text, figures);
+  return kWriters[form->kind](text, figures);
 }
 
-}  // namespace
 }  // namespace kestra::number
 
 static_assert(sizeof(lnxtextform) == 32 && sizeof(lnxsymbols) == 128);
 
 int lnxtotext(const uint8_t* x, size_t xlen, const lnxtextform* form, const lnxsymbols* symbols,
               uint8_t* out, size_t outsize, size_t* outlen) noexcept {
-  using namespace kestra::number;
-  const std::span<const std::uint8_t> bytes = RawBytes(x, xlen);
-  if (symbols == nullptr && (form == nullptr || (form->kind | form->flags) == 0)) {
-    const TextKernels& kernels = TextKernelsOf(kestra::os::GetCpuLevel());
-    const std::size_t size = kernels.to_plain(bytes, {reinterpret_cast<char*>(out), outsize});
-    if (size > 0) {
-      *outlen = size;
-      return LNX_OK;
-    }
-  }
-  return WriteText(bytes, form == nullptr ? kPlainForm : *form, symbols, {out, outsize}, outlen);
+  return kestra::number::ActiveTextKernels().to_text(x, xlen, form, symbols, out, outsize, outlen);
 }

@@ -108,21 +108,6 @@ class TextReader {
   Figures* value_ = nullptr;
 };
 
-// Apart from the entry point, so that the fast path has no large frame to set up.
-[[gnu::noinline]] int ReadText(std::string_view text, const lnxsymbols* symbols, std::uint8_t* out,
-                               std::size_t* outlen, std::size_t* bad) noexcept {
-  Symbols strings;
-  if (!ReadSymbols(symbols, strings) || (text.data() == nullptr && !text.empty())) {
-    return LNX_BAD_ARGUMENT;
-  }
-  TextReader reader(text, strings);
-  if (!reader.Read()) {
-    if (bad != nullptr) *bad = reader.bad();
-    return LNX_BAD_BYTE;
-  }
-  return StoreFigures(reader.value(), out, outlen);
-}
-
 }  // namespace
 
 bool ReadPlainText(std::string_view text, const Symbols& symbols, Figures& figures,
@@ -144,23 +129,21 @@ int StoreFigures(const Figures& figures, std::uint8_t* out, std::size_t* outlen)
   return in_range ? LNX_OK : LNX_RANGE;
 }
 
+int scalar::FromText(const std::uint8_t* text, std::size_t textlen, const lnxsymbols* symbols,
+                     std::uint8_t* out, std::size_t* outlen, std::size_t* bad) noexcept {
+  Symbols strings;
+  if (!ReadSymbols(symbols, strings) || (text == nullptr && textlen > 0)) return LNX_BAD_ARGUMENT;
+  TextReader reader({reinterpret_cast<const char*>(text), textlen}, strings);
+  if (!reader.Read()) {
+    if (bad != nullptr) *bad = reader.bad();
+    return LNX_BAD_BYTE;
+  }
+  return StoreFigures(reader.value(), out, outlen);
+}
+
 }  // namespace kestra::number
 
 int lnxfromtext(const uint8_t* text, size_t textlen, const lnxsymbols* symbols, uint8_t* out,
                 size_t* outlen, size_t* bad) noexcept {
-  using namespace kestra::number;
-  const std::string_view given(reinterpret_cast<const char*>(text), textlen);
-  if (symbols == nullptr && text != nullptr) {
-    const TextKernels& kernels = TextKernelsOf(kestra::os::GetCpuLevel());
-    const std::size_t size = kernels.from_plain(given, outlen == nullptr ? out + 1 : out);
-    if (size > 0) {
-      if (outlen == nullptr) {
-        *out = static_cast<std::uint8_t>(size);
-      } else {
-        *outlen = size;
-      }
-      return LNX_OK;
-    }
-  }
-  return ReadText(given, symbols, out, outlen, bad);
+  return kestra::number::ActiveTextKernels().from_text(text, textlen, symbols, out, outlen, bad);
 }

@@ -7,6 +7,7 @@
 
 #include "core/os/cpu.h"
 #include "kestra/number_text.h"
+#include "number/kernels/lnx_text_kernels.h"
 #include "tests/support/hex.h"
 #include "tests/support/number_text.h"
 
@@ -20,8 +21,14 @@ const std::uint8_t* Data(std::string_view text) {
 // Runs the test at every level of kernels.
 class LnxText : public ::testing::TestWithParam<os::CpuLevel> {
  protected:
-  void SetUp() override { os::ForceCpuLevel(GetParam()); }
-  void TearDown() override { os::ForceCpuLevel(os::CpuLevel::kAvx512); }
+  void SetUp() override { Use(GetParam()); }
+  void TearDown() override { Use(os::CpuLevel::kAvx512); }
+
+ private:
+  static void Use(os::CpuLevel level) {
+    os::ForceCpuLevel(level);
+    number::ChooseTextKernels();
+  }
 };
 INSTANTIATE_TEST_SUITE_P(Levels, LnxText,
                          ::testing::Values(os::CpuLevel::kBaseline, os::CpuLevel::kAvx512));

@@ -9,6 +9,7 @@
 // multiply the digits by 10 and 1 in pairs. Tested against the ordinary code in
 // tests/number/lnx_text_test.cc and by the fuzz target.
 #include "number/kernels/lnx_text_kernels.h"
+#include "number/lnx_figures.h"
 
 #if defined(__x86_64__)
 #if !defined(__clang__)
@@ -48,7 +49,10 @@ KES_TARGET inline std::uint64_t LowBits(std::uint64_t count) noexcept {
   return _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned>(count));
 }
 
-KES_TARGET std::size_t ToPlain(std::span<const std::uint8_t> bytes, std::span<char> out) noexcept {
+// The bytes of a number as plain text with "." and no groups. Returns the length; 0: malformed,
+// without digits, longer than 64 bytes or too long for the room.
+KES_TARGET inline std::size_t ToPlain(std::span<const std::uint8_t> bytes, std::uint8_t* out,
+                                      std::size_t outsize) noexcept {
   const std::size_t size = bytes.size();
   if (size < 2 || size > kMaxBytes) return 0;
   const bool negative = bytes[0] < kZeroByte;
@@ -81,22 +85,24 @@ KES_TARGET std::size_t ToPlain(std::span<const std::uint8_t> bytes, std::span<ch
   const int dot = integers + negative;
   const std::size_t length = static_cast<std::size_t>(dot + fraction + (fraction > 0));
   // A row has 22 zeros and more after the last digit; rotating brings them to the front.
-  if ((zeros > 22) | (length > kLanes) | (length > out.size())) return 0;
+  if ((zeros > 22) | (length > kLanes) | (length > outsize)) return 0;
   const std::uint64_t places = ~(static_cast<std::uint64_t>(fraction > 0) << (dot & 63)) &
                                ~static_cast<std::uint64_t>(negative);
   const __m512i frame = _mm512_mask_mov_epi8(Broadcast('.'), 1, Broadcast('-'));
   const __m512i text = _mm512_mask_expand_epi8(frame, places, Rotated(row, first - zeros));
-  _mm512_mask_storeu_epi8(out.data(), LowBits(length), text);
+  _mm512_mask_storeu_epi8(out, LowBits(length), text);
   return length;
 }
 
-KES_TARGET std::size_t FromPlain(std::string_view given, std::uint8_t* bytes) noexcept {
-  const std::size_t size = given.size();
+// [sign] digits [. digits] of at most 63 bytes as a number; writes into bytes up to its length
+// alone. Returns the length; 0: anything else in the text, or digits to round.
+KES_TARGET inline std::size_t FromPlain(const std::uint8_t* given, std::size_t size,
+                                        std::uint8_t* bytes) noexcept {
   if (size < 1 || size >= kLanes) return 0;
   const bool negative = given[0] == '-';
   const std::uint64_t sign = static_cast<std::uint64_t>(negative | (given[0] == '+'));
   const std::uint64_t inside = LowBits(size) & ~sign;
-  const __m512i text = _mm512_maskz_loadu_epi8(inside, given.data());
+  const __m512i text = _mm512_maskz_loadu_epi8(inside, given);
   const __m512i values = _mm512_sub_epi8(text, Broadcast('0'));
   const std::uint64_t digits = _mm512_mask_cmplt_epu8_mask(inside, values, Broadcast(10));
   const std::uint64_t others = inside & ~digits;
@@ -138,10 +144,39 @@ KES_TARGET std::size_t FromPlain(std::string_view given, std::uint8_t* bytes) no
   return stored;
 }
 
+KES_TARGET int ToText(const std::uint8_t* x, std::size_t xlen, const lnxtextform* form,
+                      const lnxsymbols* symbols, std::uint8_t* out, std::size_t outsize,
+                      std::size_t* outlen) noexcept {
+  if (symbols == nullptr && (form == nullptr || (form->kind | form->flags) == 0)) {
+    const std::size_t size = ToPlain(RawBytes(x, xlen), out, outsize);
+    if (size > 0) {
+      *outlen = size;
+      return LNX_OK;
+    }
+  }
+  return scalar::ToText(x, xlen, form, symbols, out, outsize, outlen);
+}
+
+KES_TARGET int FromText(const std::uint8_t* text, std::size_t textlen, const lnxsymbols* symbols,
+                        std::uint8_t* out, std::size_t* outlen, std::size_t* bad) noexcept {
+  if (symbols == nullptr && text != nullptr) {
+    const std::size_t size = FromPlain(text, textlen, outlen == nullptr ? out + 1 : out);
+    if (size > 0) {
+      if (outlen == nullptr) {
+        *out = static_cast<std::uint8_t>(size);
+      } else {
+        *outlen = size;
+      }
+      return LNX_OK;
+    }
+  }
+  return scalar::FromText(text, textlen, symbols, out, outlen, bad);
+}
+
 }  // namespace
 
 extern const TextKernels kAvx512TextKernels;
-constinit const TextKernels kAvx512TextKernels = {ToPlain, FromPlain};
+constinit const TextKernels kAvx512TextKernels = {ToText, FromText};
 
 }  // namespace kestra::number
 #endif

@@ -1,25 +1,24 @@
 #include "number/kernels/lnx_text_kernels.h"
 
 namespace kestra::number {
-namespace {
 
-std::size_t DeclineToPlain(std::span<const std::uint8_t>, std::span<char>) noexcept { return 0; }
-std::size_t DeclineFromPlain(std::string_view, std::uint8_t*) noexcept { return 0; }
-
-constexpr TextKernels kNoKernels = {DeclineToPlain, DeclineFromPlain};
-
-}  // namespace
+constinit std::atomic<const TextKernels*> active_text_kernels{nullptr};
 
 #if defined(__x86_64__)
 extern const TextKernels kAvx512TextKernels;
 #endif
 
-const TextKernels& TextKernelsOf(os::CpuLevel level) noexcept {
+namespace {
+constexpr TextKernels kScalarTextKernels = {scalar::ToText, scalar::FromText};
+}
+
+const TextKernels& ChooseTextKernels() noexcept {
+  const TextKernels* chosen = &kScalarTextKernels;
 #if defined(__x86_64__)
-  if (level >= os::CpuLevel::kAvx512) return kAvx512TextKernels;
+  if (os::GetCpuLevel() >= os::CpuLevel::kAvx512) chosen = &kAvx512TextKernels;
 #endif
-  static_cast<void>(level);
-  return kNoKernels;
+  active_text_kernels.store(chosen, std::memory_order_relaxed);
+  return *chosen;
 }
 
 }  // namespace kestra::number

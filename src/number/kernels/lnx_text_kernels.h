@@ -1,28 +1,43 @@
-// Fast paths of number text for the processor at hand. Each does a whole conversion or declines;
-// the ordinary code then does it, and is the reference the kernels are compared with.
+// The text functions that have more than one implementation, behind one table that is chosen once.
+// Both have the arguments and the behaviour of the exported function of their name; the scalar ones
+// are the reference, and take what a kernel does not.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <span>
-#include <string_view>
 
 #include "core/os/cpu.h"
-#include "number/number_view.h"
+#include "kestra/number_text.h"
 
 namespace kestra::number {
 
+using ToTextFunction = int(const std::uint8_t* x, std::size_t xlen, const lnxtextform* form,
+                           const lnxsymbols* symbols, std::uint8_t* out, std::size_t outsize,
+                           std::size_t* outlen) noexcept;
+using FromTextFunction = int(const std::uint8_t* text, std::size_t textlen,
+                             const lnxsymbols* symbols, std::uint8_t* out, std::size_t* outlen,
+                             std::size_t* bad) noexcept;
+
+namespace scalar {
+ToTextFunction ToText;
+FromTextFunction FromText;
+}  // namespace scalar
+
 struct TextKernels {
-  // The bytes of a number as plain text with "." and no groups. Returns the length, 0: declined
-  // (malformed, infinite, longer than 64 bytes, or no room).
-  std::size_t (*to_plain)(std::span<const std::uint8_t> bytes, std::span<char> out) noexcept;
-  // Text of the form [sign] digits [. digits] of at most 63 bytes as a number. Returns its length,
-  // 0: declined (anything else in the text, or digits to round). Writes into bytes up to the length
-  // alone.
-  std::size_t (*from_plain)(std::string_view text, std::uint8_t* bytes) noexcept;
+  ToTextFunction* to_text;
+  FromTextFunction* from_text;
 };
 
-// The kernels of a level; every pointer may be called.
-const TextKernels& TextKernelsOf(os::CpuLevel level) noexcept;
+extern constinit std::atomic<const TextKernels*> active_text_kernels;
+// Chooses by the processor level in force now.
+const TextKernels& ChooseTextKernels() noexcept;
+
+inline const TextKernels& ActiveTextKernels() noexcept {
+  const TextKernels* kernels = active_text_kernels.load(std::memory_order_relaxed);
+  if (kernels == nullptr) [[unlikely]]
+    return ChooseTextKernels();
+  return *kernels;
+}
 
 }  // namespace kestra::number
