@@ -33,7 +33,9 @@ std::vector<std::string> Texts(int digits) {
   std::vector<std::string> texts;
   for (std::size_t i = 0; i < kValues; ++i) {
     const int count = digits == kMoney ? 3 + static_cast<int>(random() % 6) : digits;
-    const int point = digits == kMoney ? count - 2 : 1 + static_cast<int>(random() % (count - 1));
+    const int point = digits == kMoney
+                          ? count - 2
+                          : 1 + static_cast<int>(random() % static_cast<unsigned>(count - 1));
     std::string text = random() % 2 == 0 ? "-" : "";
     for (int k = 0; k < count; ++k) {
       if (k == point) text += '.';

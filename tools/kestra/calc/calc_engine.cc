@@ -4,6 +4,7 @@
 #include <span>
 
 #include "calc/calc_functions.h"
+#include "kestra/number_math.h"
 
 namespace kestra::tools {
 namespace {
@@ -211,8 +212,12 @@ class Parser {
 }  // namespace
 
 Calculator::Calculator() {
-  variables_["pi"] =
-      Number::Make([](std::uint8_t* out, std::size_t* length) { lnxcopy(lnxqpi, 0, out, length); });
+  const auto stored = [](const std::uint8_t* number) {
+    return Number::Make(
+        [&](std::uint8_t* out, std::size_t* length) { lnxcopy(number, 0, out, length); });
+  };
+  variables_["pi"] = stored(lnxqgtpi());
+  variables_["e"] = stored(lnxqgte());
 }
 
 Number Calculator::Evaluate(std::string_view text) {

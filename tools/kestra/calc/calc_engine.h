@@ -8,8 +8,8 @@
 //   power       primary [ ^ unary ]              from right to left; -2^2 is -4
 //   primary     number | name | name ( expression { , expression } ) | ( expression )
 //
-// Results are exact up to 40 digits and rounded there. Names are letters, digits and _, of either
-// case; `ans` is the last result, `pi` the constant.
+// Results are exact up to 38 digits and more, and rounded there. Names are letters, digits and _,
+// of either case; `ans` is the last result, `pi` and `e` are the constants. Angles are in radians.
 #pragma once
 
 #include <map>

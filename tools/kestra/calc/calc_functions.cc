@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "kestra/number_math.h"
+
 namespace kestra::tools {
 namespace {
 
@@ -9,18 +11,35 @@ using Arguments = std::span<const Number>;
 using LibraryRound = void(const std::uint8_t*, std::size_t, std::uint8_t*, std::size_t*, int);
 
 constexpr long long kMaxPlaces = 1000;
-constexpr long long kMaxExponent = 1'000'000'000;
+constexpr const char* kNoValue = "the function has no value there";
 
-const Number kOne = Number::FromInteger(1);
+const Number kTen = Number::FromInteger(10);
 
-Number WholePower(const Number& base, long long exponent) {
-  Number result = kOne;
-  Number square = base;
-  for (long long left = exponent; left > 0; left /= 2) {
-    if (left % 2 == 1) result = result * square;
-    if (left > 1) square = square * square;
-  }
-  return result;
+// A mathematical function of the library, which answers 0 or that there is no value.
+using LibraryMath = int(const std::uint8_t*, std::size_t, std::uint8_t*, std::size_t*);
+using LibraryMath2 = int(const std::uint8_t*, std::size_t, const std::uint8_t*, std::size_t,
+                         std::uint8_t*, std::size_t*);
+
+template <LibraryMath* function>
+Number Math(Arguments x, std::string& problem) {
+  return Number::Make([&](std::uint8_t* out, std::size_t* length) {
+    if (function(x[0].data(), x[0].size(), out, length) != 0) problem = kNoValue;
+  });
+}
+
+template <LibraryMath2* function>
+Number Math2(Arguments x, std::string& problem) {
+  return Number::Make([&](std::uint8_t* out, std::size_t* length) {
+    if (function(x[0].data(), x[0].size(), x[1].data(), x[1].size(), out, length) != 0) {
+      problem = kNoValue;
+    }
+  });
+}
+
+Number Logarithm(Arguments x, std::string& problem) {
+  if (x.size() == 2) return Math2<lnxlog>(x, problem);
+  const Number arguments[] = {kTen, x[0]};
+  return Math2<lnxlog>(arguments, problem);
 }
 
 // The function of the library with the places of the second argument, 0 without one.
@@ -45,15 +64,8 @@ Number Round(Arguments x, std::string& problem) { return AtPlaces(lnxrou, x, pro
 Number RoundEven(Arguments x, std::string& problem) { return AtPlaces(lnxrou2e, x, problem); }
 Number Truncate(Arguments x, std::string& problem) { return AtPlaces(lnxtru, x, problem); }
 
-Number Floor(Arguments x, std::string& problem) {
-  const Number whole = AtPlaces(lnxtru, x.first(1), problem);
-  return x[0] < whole ? whole - kOne : whole;
-}
-
-Number Ceiling(Arguments x, std::string& problem) {
-  const Number whole = AtPlaces(lnxtru, x.first(1), problem);
-  return whole < x[0] ? whole + kOne : whole;
-}
+Number Floor(Arguments x, std::string&) { return Apply(lnxflo, x[0]); }
+Number Ceiling(Arguments x, std::string&) { return Apply(lnxcei, x[0]); }
 
 Number Remainder(LibraryBinary* function, Arguments x, std::string& problem) {
   if (x[1].IsZero()) problem = "division by zero";
@@ -76,17 +88,31 @@ Number Sum(Arguments x, std::string&) {
 constexpr std::size_t kMany = 1000;
 constexpr CalcFunction kFunctions[] = {
     {"abs", "abs(x)", 1, 1, Absolute},
+    {"acos", "acos(x)", 1, 1, Math<lnxacs>},
+    {"asin", "asin(x)", 1, 1, Math<lnxasn>},
+    {"atan", "atan(x)", 1, 1, Math<lnxatn>},
+    {"atan2", "atan2(y, x)", 2, 2, Math2<lnxatn2>},
     {"ceil", "ceil(x)", 1, 1, Ceiling},
+    {"cos", "cos(x)", 1, 1, Math<lnxcos>},
+    {"cosh", "cosh(x)", 1, 1, Math<lnxcsh>},
+    {"exp", "exp(x)", 1, 1, Math<lnxexp>},
     {"floor", "floor(x)", 1, 1, Floor},
+    {"ln", "ln(x)", 1, 1, Math<lnxln>},
+    {"log", "log(x) or log(base, x)", 1, 2, Logarithm},
     {"max", "max(x, y, ...)", 1, kMany, Greatest},
     {"min", "min(x, y, ...)", 1, kMany, Least},
     {"mod", "mod(x, y)", 2, 2, Mod},
-    {"pow", "pow(x, n)", 2, 2, Power},
+    {"pow", "pow(x, y)", 2, 2, Power},
     {"rem", "rem(x, y)", 2, 2, Rem},
     {"round", "round(x, places)", 1, 2, Round},
     {"roundeven", "roundeven(x, places)", 1, 2, RoundEven},
     {"sign", "sign(x)", 1, 1, Sign},
+    {"sin", "sin(x)", 1, 1, Math<lnxsin>},
+    {"sinh", "sinh(x)", 1, 1, Math<lnxsnh>},
+    {"sqrt", "sqrt(x)", 1, 1, Math<lnxsqr>},
     {"sum", "sum(x, y, ...)", 1, kMany, Sum},
+    {"tan", "tan(x)", 1, 1, Math<lnxtan>},
+    {"tanh", "tanh(x)", 1, 1, Math<lnxtnh>},
     {"trunc", "trunc(x, places)", 1, 2, Truncate},
 };
 
@@ -102,21 +128,12 @@ const CalcFunction* FindFunction(std::string_view name) {
 }
 
 Number RaiseToPower(const Number& base, const Number& exponent, std::string& problem) {
-  const auto given = exponent.ToInteger();
-  if (!given || *given < -kMaxExponent || *given > kMaxExponent) {
-    problem = "the exponent must be a whole number up to 10^9";
-    return {};
-  }
-  if (base.IsZero() && *given < 0) {
+  if (base.IsZero() && exponent.Sign() < 0) {
     problem = "division by zero";
     return {};
   }
-  const bool inverse = *given < 0;
-  const long long size = inverse ? -*given : *given;
-  const Number power = WholePower(base, size);
-  if (!inverse) return power;
-  // 10^130 is too large, 10^-130 is not too small.
-  return power.IsInfinite() ? WholePower(kOne / base, size) : kOne / power;
+  const Number arguments[] = {base, exponent};
+  return Math2<lnxpow>(arguments, problem);
 }
 
 }  // namespace kestra::tools

@@ -21,7 +21,7 @@ std::span<const CalcFunction> CalcFunctions();
 // Null: there is none of that name.
 const CalcFunction* FindFunction(std::string_view name);
 
-// base to a whole power between -10^9 and 10^9.
+// base to the power of exponent; a problem where there is no such number.
 Number RaiseToPower(const Number& base, const Number& exponent, std::string& problem);
 
 }  // namespace kestra::tools
