@@ -14,7 +14,7 @@ namespace kestra::number {
 
 // 0.words (binary, top bit set, words[0] the least significant) times 2^exponent. Zero has no bit
 // set.
-template <int N>
+template <std::size_t N>
 struct BigFloat {
   std::array<std::uint64_t, N> words = {};
   std::int64_t exponent = 0;
@@ -23,23 +23,23 @@ struct BigFloat {
   bool IsZero() const noexcept { return words[N - 1] == 0; }
 };
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> Negated(BigFloat<N> x) noexcept {
   x.negative = !x.negative;
   return x;
 }
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> Scaled(BigFloat<N> x, std::int64_t bits) noexcept {  // x * 2^bits
   x.exponent += bits;
   return x;
 }
 
 // The first M words of x, or x with zeros after it.
-template <int M, int N>
+template <std::size_t M, std::size_t N>
 BigFloat<M> Resized(const BigFloat<N>& x) noexcept {
   BigFloat<M> result;
-  for (int i = 1; i <= M && i <= N; ++i) result.words[M - i] = x.words[N - i];
+  for (std::size_t i = 1; i <= M && i <= N; ++i) result.words[M - i] = x.words[N - i];
   result.exponent = x.exponent;
   result.negative = x.negative;
   return result;
@@ -104,7 +104,7 @@ void SubtractFrom(std::array<std::uint64_t, N>& a,
 }  // namespace big_float_internal
 
 // Negative, zero, positive as |x| is below, equal to, above |y|.
-template <int N>
+template <std::size_t N>
 int CompareMagnitudes(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
   if (x.IsZero() || y.IsZero()) return (x.IsZero() ? 0 : 1) - (y.IsZero() ? 0 : 1);
   if (x.exponent != y.exponent) return x.exponent < y.exponent ? -1 : 1;
@@ -114,7 +114,7 @@ int CompareMagnitudes(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
   return 0;
 }
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> Add(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
   if (x.IsZero()) return y;
   if (y.IsZero()) return x;
@@ -136,12 +136,12 @@ BigFloat<N> Add(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
   return sum;
 }
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> Subtract(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
   return Add(x, Negated(y));
 }
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> Multiply(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
   using big_float_internal::Wide;
   if (x.IsZero() || y.IsZero()) return {};
@@ -165,7 +165,7 @@ BigFloat<N> Multiply(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
   return result;
 }
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> DivideBy(const BigFloat<N>& x, std::uint32_t divisor) noexcept {
   if (x.IsZero()) return {};
   std::array<std::uint64_t, N + 1> quotient = {};
@@ -184,7 +184,7 @@ BigFloat<N> DivideBy(const BigFloat<N>& x, std::uint32_t divisor) noexcept {
   return result;
 }
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> FromInteger(std::uint64_t value) noexcept {
   BigFloat<N> result;
   result.words[N - 1] = value;
@@ -192,7 +192,7 @@ BigFloat<N> FromInteger(std::uint64_t value) noexcept {
   return result.IsZero() ? BigFloat<N>{} : result;
 }
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> FromDouble(double value) noexcept {
   int exponent = 0;
   const double fraction = std::frexp(std::fabs(value), &exponent);
@@ -203,7 +203,7 @@ BigFloat<N> FromDouble(double value) noexcept {
   return result;
 }
 
-template <int N>
+template <std::size_t N>
 double ToDouble(const BigFloat<N>& x) noexcept {
   if (x.IsZero()) return 0;
   const auto bits = static_cast<int>(x.exponent < -2000  ? -2000
@@ -214,32 +214,32 @@ double ToDouble(const BigFloat<N>& x) noexcept {
 }
 
 // 1 / x by Newton's iteration from a double: each step doubles the bits.
-template <int N>
+template <std::size_t N>
 BigFloat<N> Reciprocal(const BigFloat<N>& x) noexcept {
   BigFloat<N> mantissa = x;
   mantissa.exponent = 0;
   const BigFloat<N> one = FromInteger<N>(1);
   BigFloat<N> y = FromDouble<N>(1 / ToDouble(mantissa));
-  for (int bits = 50; bits < 64 * N; bits *= 2) {
+  for (std::size_t bits = 50; bits < 64 * N; bits *= 2) {
     y = Add(y, Multiply(y, Subtract(one, Multiply(mantissa, y))));
   }
   return Scaled(y, -x.exponent);
 }
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> Divide(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
   return Multiply(x, Reciprocal(y));
 }
 
 // The square root of x >= 0, by Newton's iteration for 1 / sqrt(x).
-template <int N>
+template <std::size_t N>
 BigFloat<N> SquareRoot(const BigFloat<N>& x) noexcept {
   if (x.IsZero()) return {};
   BigFloat<N> mantissa = x;
   mantissa.exponent = x.exponent & 1;
   const BigFloat<N> one = FromInteger<N>(1);
   BigFloat<N> y = FromDouble<N>(1 / std::sqrt(ToDouble(mantissa)));
-  for (int bits = 50; bits < 64 * N; bits *= 2) {
+  for (std::size_t bits = 50; bits < 64 * N; bits *= 2) {
     const BigFloat<N> error = Subtract(one, Multiply(mantissa, Multiply(y, y)));
     y = Add(y, Scaled(Multiply(y, error), -1));
   }
@@ -247,7 +247,7 @@ BigFloat<N> SquareRoot(const BigFloat<N>& x) noexcept {
 }
 
 // x to the nearest integer; low_bits gets its last two bits (of the absolute value).
-template <int N>
+template <std::size_t N>
 BigFloat<N> RoundToInteger(const BigFloat<N>& x, unsigned& low_bits) noexcept {
   BigFloat<N> half = FromInteger<N>(1);
   half.exponent = 0;
@@ -255,17 +255,16 @@ BigFloat<N> RoundToInteger(const BigFloat<N>& x, unsigned& low_bits) noexcept {
   BigFloat<N> result = Add(x, half);
   low_bits = 0;
   if (result.exponent <= 0) return {};
-  for (std::int64_t bit = 0; bit < 64 * N - result.exponent; bit += 64) {
-    const std::int64_t left = 64 * N - result.exponent - bit;  // bits below the point
-    const auto word = static_cast<std::size_t>(bit / 64);
-    result.words[word] = left >= 64 ? 0 : result.words[word] >> left << left;
+  const std::int64_t below = static_cast<std::int64_t>(64 * N) - result.exponent;  // bits
+  for (std::size_t i = 0; i < N; ++i) {
+    const std::int64_t left = below - static_cast<std::int64_t>(64 * i);
+    if (left > 0) result.words[i] = left >= 64 ? 0 : result.words[i] >> left << left;
   }
-  for (int i = 0; i < 2; ++i) {
-    const std::int64_t place = 64 * N - result.exponent + i;
-    if (place < 0 || place >= 64 * N) continue;
-    low_bits |= static_cast<unsigned>(
-                    result.words[static_cast<std::size_t>(place / 64)] >> (place % 64) & 1)
-                << i;
+  for (unsigned i = 0; i < 2; ++i) {
+    const std::int64_t place = below + i;
+    if (place < 0 || place >= static_cast<std::int64_t>(64 * N)) continue;
+    const std::uint64_t word = result.words[static_cast<std::size_t>(place / 64)];
+    low_bits |= static_cast<unsigned>(word >> (place % 64) & 1) << i;
   }
   return result;
 }

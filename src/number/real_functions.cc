@@ -26,7 +26,7 @@ constexpr Real kLn2 = {
 constexpr int kBits = 256;
 
 // 100^power by repeated squaring.
-template <int N>
+template <std::size_t N>
 BigFloat<N> PowerOf100(unsigned power) noexcept {
   BigFloat<N> result = FromInteger<N>(1);
   BigFloat<N> square = FromInteger<N>(kBase);
@@ -37,7 +37,7 @@ BigFloat<N> PowerOf100(unsigned power) noexcept {
   return result;
 }
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> TimesPowerOf100(const BigFloat<N>& x, int power) noexcept {
   if (power >= 0) return Multiply(x, PowerOf100<N>(static_cast<unsigned>(power)));
   return Divide(x, PowerOf100<N>(static_cast<unsigned>(-power)));
@@ -65,7 +65,7 @@ SineCosine OfSmallAngle(const Real& x) noexcept {  // |x| up to about pi / 4
 }
 
 // The multiple of pi / 2 nearest to x, modulo 4, and what remains.
-template <int N>
+template <std::size_t N>
 Real ReduceAngle(const Decimal& x, unsigned& quadrant) noexcept {
   const BigFloat<N> angle = ToBigFloat<N>(x);
   const BigFloat<N> half_pi = Scaled(Resized<N>(kPi), -1);
@@ -91,7 +91,7 @@ Real LogarithmNearOne(const Real& d) noexcept {
 
 Real Pi() noexcept { return Resized<4>(kPi); }
 
-template <int N>
+template <std::size_t N>
 BigFloat<N> ToBigFloat(const Decimal& x) noexcept {
   if (x.kind != Kind::kFinite) return {};
   // The digits are an integer below 2^133, in pieces of nine digits that fit a word.

@@ -9,7 +9,7 @@ namespace kestra::number {
 using Real = BigFloat<4>;
 
 // A finite value, to the last bit or nearly.
-template <int N>
+template <std::size_t N>
 BigFloat<N> ToBigFloat(const Decimal& x) noexcept;
 Decimal ToDecimal(const Real& x) noexcept;  // rounded once; infinity and zero at the limits
 

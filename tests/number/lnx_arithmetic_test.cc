@@ -238,6 +238,9 @@ TEST(LnxMalformed, LengthsOutOfRangeAreCut) {
   EXPECT_EQ(Hex(out, 22), Hex(Bytes("15 C1 02*20")));
   lnxadd(x.data() + 1, 4000, nullptr, 7, out, nullptr);
   EXPECT_EQ(Hex(out, 22), Hex(Bytes("15 C1 02*20")));
+  const std::uint8_t lone[] = {102};  // an exponent byte that looks like a terminator
+  lnxneg(lone, 1, out, nullptr);
+  EXPECT_EQ(Hex(out, 2), "01 99");
   const std::uint8_t none[] = {0};
   lnxcopy(none, 0, out, nullptr);
   EXPECT_EQ(Hex(out, 2), "01 80");

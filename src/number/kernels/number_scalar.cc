@@ -57,7 +57,9 @@ void NegateBytes(Copied& number) noexcept {
     return;
   }
   const bool was_negative = bytes[0] < kZeroByte;
-  if (was_negative && bytes[number.length - 1] == kTerminator) --number.length;
+  if (was_negative && number.length > 1 && bytes[number.length - 1] == kTerminator) {
+    --number.length;
+  }
   bytes[0] = static_cast<std::uint8_t>(~bytes[0]);
   for (std::size_t i = 1; i < number.length; ++i) {
     bytes[i] = bytes[i] < sizeof LnxqNegate ? LnxqNegate[bytes[i]] : 0;
