@@ -5,12 +5,13 @@
 //   lxg_conversion.h     state, and the loop all paths share
 //   lxg_unicode_codec.h  lxg_table_codec.h   reading and writing one character of a set
 //   lxg_paths.cc         the loops, one for each kind of source and of destination
+//   lxg_blocks.h         the sets that carry a state, by blocks of code points
 //   kernels/             long runs
 #include <algorithm>
 
 #include "kestra/convert.h"
 #include "kestra/object.h"
-#include "nls/lxg_paths.h"
+#include "nls/lxg_entry.h"
 
 namespace kestra::nls {
 namespace {
@@ -31,7 +32,8 @@ void CopyBytes(Conversion& c) noexcept {
   c.full = c.in < c.in_end;
 }
 
-void RunPath(Conversion& c, const lxobject* to, const lxobject* from) noexcept {
+void RunPath(Conversion& c, const lxobject* to, const lxobject* from, convert::Markup markup,
+             lxcontext* context) noexcept {
   if (IsRaw(to) || IsRaw(from)) {
     CopyBytes(c);
     return;
@@ -40,11 +42,12 @@ void RunPath(Conversion& c, const lxobject* to, const lxobject* from) noexcept {
   const CharsetView destination(to);
   const SetKind source_kind = convert::ResolveByteOrder(c, convert::KindOf(source));
   const SetKind destination_kind = convert::KindOf(destination);
-  if (c.in == c.in_end) return;  // nothing but a byte-order mark
-  if (const convert::Path path = convert::FindPath(source_kind, destination_kind)) {
+  const convert::Path path = convert::FindPath(source_kind, destination_kind);
+  if (path == nullptr || markup != convert::Markup::kNone) {
+    convert::ConvertByBlocks(c, source, source_kind, destination, destination_kind, markup,
+                             context);
+  } else if (c.in < c.in_end) {  // else nothing but a byte-order mark
     path(c, source, destination);
-  } else {
-    c.unavailable = true;
   }
 }
 
@@ -66,10 +69,39 @@ void ReportStatus(const Conversion& c, bool one_off, lxcontext* context) noexcep
   status.characters_total = c.characters;
   status.characters = static_cast<std::uint16_t>(c.characters - (one_off ? 1 : 0));
   status.replacement = c.produced_replacement ? 1000 : 0;
+  status.shift_in = c.shift_in;
+  status.shift_out = c.shift_out;
   context->status = status;
 }
 
 }  // namespace
+
+std::size_t convert::ConvertCall(DestinationText destination, SourceText source,
+                                 std::uint32_t options, Markup markup,
+                                 lxcontext* context) noexcept {
+  if (destination.bytes == nullptr) destination.length = 0;
+  if (source.bytes == nullptr) source.length = 0;
+  Conversion c{.start = source.bytes,
+               .in = source.bytes,
+               .in_end = source.bytes + source.length,
+               .out = destination.bytes,
+               .out_end = destination.bytes + destination.length};
+  c.stop = (options & KES_CONVERT_STOP) != 0;
+  c.more = (options & KES_CONVERT_MORE) != 0;
+  if ((options & KES_CONVERT_CONTINUE) != 0) {
+    c.shift_in = context->status.shift_in;
+    c.shift_out = context->status.shift_out;
+  }
+  const bool returns = source.length == 0 && c.shift_out != 0 && !c.more;
+  if (destination.length != 0 && (source.length != 0 || returns)) {
+    RunPath(c, destination.charset, source.charset, markup, context);
+  } else {
+    c.full = source.length != 0 || returns;
+  }
+  ReportStatus(c, TakesOneOff(c, destination.charset, source.charset), context);
+  return static_cast<std::size_t>(c.out - destination.bytes);
+}
+
 }  // namespace kestra::nls
 
 extern "C" {
@@ -77,23 +109,9 @@ extern "C" {
 size_t lxgcnvb(uint8_t* destination, const lxobject* destination_charset, size_t destination_length,
                const uint8_t* source, const lxobject* source_charset, size_t source_length,
                uint32_t options, lxcontext* context) noexcept {
-  using namespace kestra::nls;
-  if (destination == nullptr) destination_length = 0;
-  if (source == nullptr) source_length = 0;
-  convert::Conversion c{.start = source,
-                        .in = source,
-                        .in_end = source + source_length,
-                        .out = destination,
-                        .out_end = destination + destination_length};
-  c.stop = (options & KES_CONVERT_STOP) != 0;
-  c.more = (options & KES_CONVERT_MORE) != 0;
-  if (source_length != 0 && destination_length != 0) {
-    RunPath(c, destination_charset, source_charset);
-  } else {
-    c.full = source_length != 0;
-  }
-  ReportStatus(c, TakesOneOff(c, destination_charset, source_charset), context);
-  return static_cast<size_t>(c.out - destination);
+  using namespace kestra::nls::convert;
+  return ConvertCall({destination, destination_length, destination_charset},
+                     {source, source_length, source_charset}, options, Markup::kNone, context);
 }
 
 size_t lxgcnv(uint8_t* destination, const lxobject* destination_charset, size_t destination_length,

@@ -78,13 +78,19 @@ SetKind KindOf(CharsetView set) noexcept {
   return set.encode_width() == 4 ? SetKind::kMultibyteWide : SetKind::kMultibyte;
 }
 
+// State words of a source of id 1000.
+constexpr std::uint32_t kBigEndianFound = 1;
+constexpr std::uint32_t kLittleEndianFound = 2;
+
 SetKind ResolveByteOrder(Conversion& c, SetKind kind) noexcept {
   if (kind == SetKind::kUtf16Marked) {
-    kind = SetKind::kUtf16Be;
-    if (c.source_left() >= 2) {
+    // The mark stands at the start of a text: later pieces have the order that it told.
+    kind = c.shift_in == kLittleEndianFound ? SetKind::kUtf16Le : SetKind::kUtf16Be;
+    if (c.shift_in == 0 && c.source_left() >= 2) {
       const std::uint32_t mark = Utf16Decoder<std::endian::big>::Unit(c.in);
       if (mark == 0xFFFE) kind = SetKind::kUtf16Le;
       if (mark == 0xFFFE || mark == 0xFEFF) c.in += 2;
+      c.shift_in = mark == 0xFFFE ? kLittleEndianFound : kBigEndianFound;
     }
   }
   if (kind == SetKind::kUtf16Be || kind == SetKind::kUtf16Le) c.in_end -= c.source_left() & 1;

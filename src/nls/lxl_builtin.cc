@@ -197,7 +197,8 @@ consteval auto MakeTerritory() {
 
 constexpr std::uint32_t AsciiClass(std::uint32_t c) noexcept {
   if (c < 0x20 || c == 0x7F) {
-    return KES_CLASS_CONTROL | (c >= 9 && c <= 13 ? std::uint32_t{KES_CLASS_SPACE} : 0u);
+    return KES_CLASS_CONTROL | KES_CLASS_ZERO_WIDTH |
+           (c >= 9 && c <= 13 ? std::uint32_t{KES_CLASS_SPACE} : 0u);
   }
   if (c == ' ') return KES_CLASS_SPACE | KES_CLASS_BLANK;
   const auto between = [c](char low, char high) {
@@ -300,7 +301,7 @@ consteval auto MakeRaw() {
   return object;
 }
 
-// Identity only: a converter for them has no tables to read yet.
+// Identity only: the converter composes them of other sets.
 consteval auto MakeIso2022(std::uint32_t id, std::string_view name) {
   return MakeBare(id, name, 0, 0, 8, 1, "?");
 }
@@ -338,8 +339,9 @@ consteval auto MakeBoot() {
 constinit const auto utf16 = MakeUtf16(kUtf16Id, "UTF16", true);
 constinit const auto utf16_le = MakeUtf16(kAl16Utf16LeId, "AL16UTF16LE", false);
 constinit const Blob<nlb::charset::kBase> iso2022[] = {
-    MakeIso2022(9999, "ISO2022JP"), MakeIso2022(9998, "ISO2022KR"), MakeIso2022(9997, "ISO2022CN"),
-    MakeIso2022(9996, "ISO2022CNEXT")};
+    MakeIso2022(9999, "ISO2022JP"),  MakeIso2022(9998, "ISO2022KR"),
+    MakeIso2022(9997, "ISO2022CN"),  MakeIso2022(9996, "ISO2022CNEXT"),
+    MakeIso2022(9995, "ISO2022JP2"), MakeIso2022(9994, "ISO2022JP3")};
 
 }  // namespace
 
@@ -358,6 +360,11 @@ KES_BUILTIN(lxdlwkb, MakeRaw);
 
 const lxobject* Utf16() noexcept { return reinterpret_cast<const lxobject*>(&utf16); }
 const lxobject* Al16Utf16Le() noexcept { return reinterpret_cast<const lxobject*>(&utf16_le); }
+
+const lxobject* Iso2022(std::uint32_t id) noexcept {
+  if (id < kIso2022FirstId || id > kIso2022LastId) return nullptr;
+  return reinterpret_cast<const lxobject*>(&iso2022[kIso2022LastId - id]);
+}
 
 }  // namespace kestra::nls::builtin
 

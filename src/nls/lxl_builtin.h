@@ -19,6 +19,11 @@ inline constexpr std::uint32_t kAl16Utf16LeId = 2002;
 const lxobject* Utf16() noexcept;
 const lxobject* Al16Utf16Le() noexcept;
 
+// The ISO-2022 sets, which are for conversion only; null for other ids.
+inline constexpr std::uint32_t kIso2022FirstId = 9994;
+inline constexpr std::uint32_t kIso2022LastId = 9999;
+const lxobject* Iso2022(std::uint32_t id) noexcept;
+
 // The built-in US7ASCII: the character set of the names in the directory.
 inline const lxobject* Us7Ascii() noexcept { return reinterpret_cast<const lxobject*>(lxdlchr); }
 

@@ -8,6 +8,7 @@
 #include "kestra/charset.h"
 #include "nls/lxg_gb18030_codec.h"
 #include "nls/lxg_paths.h"
+#include "nls/lxg_stateful_codec.h"
 #include "nls/lxg_table_codec.h"
 #include "nls/lxg_unicode_codec.h"
 #include "nls/lxm_cursor.h"
@@ -69,7 +70,11 @@ std::uint32_t ClassOfMultibyte(const lxcursor& cursor, const std::uint8_t* end) 
   const CharsetView set(cursor.charset);
   switch (set.class_kind()) {
     case nlb::charset::kByCell: {
-      const std::size_t cell = convert::MultibyteDecoder(set).FindCell(cursor.position, end);
+      if (end - cursor.position < 2) return 0;
+      const std::size_t cell =
+          cursor.stateful != 0
+              ? convert::PairTable(set).Cell(cursor.position[0], cursor.position[1])
+              : convert::MultibyteDecoder(set).FindCell(cursor.position, end);
       return ClassOfCell(set, cell);
     }
     case nlb::charset::kByCodePoint: {

@@ -218,7 +218,8 @@ int lxpsset(std::uint32_t id, std::uint32_t flags, lxhandle* handle, lxcontext* 
 }
 
 const lxobject* lxpcobj(std::uint32_t id, lxcontext* context) noexcept {
-  const lxobject* set = CharsetObject(id, context);
+  const lxobject* set = builtin::Iso2022(id);
+  if (set == nullptr) set = CharsetObject(id, context);
   if (context != nullptr) context->error = set != nullptr ? KES_NLS_OK : KES_NLS_OBJECT_UNAVAILABLE;
   return set;
 }

@@ -93,7 +93,11 @@ TEST_F(LxhBuild, CharacterSetFactsAreCopiedIntoTheHandle) {
   const lxobject* set = lxhcsobj(&little, session_.context());
   ASSERT_NE(set, nullptr);
   EXPECT_EQ(set, lxpcobj(2002, session_.context()));
-  EXPECT_EQ(lxpcobj(9999, session_.context()), nullptr) << "a set without content";
+  lxhandle handle = little;
+  EXPECT_NE(lxpcobj(9999, session_.context()), nullptr);
+  EXPECT_EQ(lxpcset(9999, &handle, session_.context()), 0) << "for conversion only";
+  EXPECT_EQ(handle.charset_id, 2002);
+  EXPECT_EQ(lxpcobj(9993, session_.context()), nullptr);
   EXPECT_EQ(session_.context()->error, KES_NLS_OBJECT_UNAVAILABLE);
 }
 

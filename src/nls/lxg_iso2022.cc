@@ -1,0 +1,495 @@
+// How the ISO-2022 sets are read and written (RFC 1468, 1554, 1557, 1922; JIS X 0213 annex 2).
+//
+// One table of designations says which escape sequence puts which part into which of the four
+// registers G0 to G3, and in which of the six sets that is allowed. The Japanese sets use G0 for
+// everything but the Latin and Greek right halves, the Chinese and Korean ones keep ASCII there and
+// shift to G1. G2 and G3 are for one character at a time, behind ESC N and ESC O.
+//
+// Choices. Writing: a character stays in a part that is designated already, else the first part in
+// the order of kPreferences that has it is taken. Line ends drop what the standards say they drop.
+// ESC, SO and SI as characters are not in these sets, so that no text can smuggle in a designation.
+// Reading: an escape sequence that the set does not know is a malformed ESC, and what follows it is
+// text; Korean text need not have its header.
+#include "nls/lxg_iso2022.h"
+
+#include <array>
+
+#include "kestra/handle.h"
+#include "nls/lxg_stateful_codec.h"
+
+namespace kestra::nls::convert {
+namespace {
+
+using Part = Iso2022::Part;
+using enum Iso2022::Part;
+
+constexpr std::uint32_t kEscape = 0x1B, kShiftOut = 0x0E, kShiftIn = 0x0F;
+
+enum Set : std::uint8_t {
+  kJp3 = 1,
+  kJp2 = 2,
+  kCnExt = 4,
+  kCn = 8,
+  kKr = 16,
+  kJp = 32,
+  kJapanese = kJp | kJp2 | kJp3,
+  kChinese = kCn | kCnExt,
+};
+// Ids 9994 to 9999 in order.
+constexpr Set SetOf(std::uint32_t id) noexcept { return static_cast<Set>(1u << (id - 9994)); }
+
+// Where a part's tables are: the lender's character is prefix, plane and the bytes with high added;
+// a prefix or plane of 0 is left out.
+struct PartTables {
+  Iso2022::Lender lender;
+  std::uint8_t bytes;  // of a character here
+  std::uint8_t high;
+  std::uint8_t prefix;
+  std::uint8_t plane;
+};
+constexpr PartTables kTables[Iso2022::kPartCount] = {
+    {Iso2022::kNoLender, 1, 0, 0, 0},          // ASCII
+    {Iso2022::kJisX0201, 1, 0, 0, 0},          // Roman
+    {Iso2022::kEucJis0213, 1, 0x80, 0x8E, 0},  // katakana
+    {Iso2022::kEucJp, 2, 0x80, 0, 0},          // JIS X 0208
+    {Iso2022::kEucJp, 2, 0x80, 0x8F, 0},       // JIS X 0212
+    {Iso2022::kEucJis0213, 2, 0x80, 0, 0},     // JIS X 0213 plane 1
+    {Iso2022::kEucJis0213, 2, 0x80, 0, 0},     // ... as of 2004
+    {Iso2022::kEucJis0213, 2, 0x80, 0x8F, 0},  // JIS X 0213 plane 2
+    {Iso2022::kGb2312Set, 2, 0x80, 0, 0},      // GB 2312
+    {Iso2022::kEucKr, 2, 0x80, 0, 0},          // KS X 1001
+    {Iso2022::kIso8859p1, 1, 0x80, 0, 0},      // Latin
+    {Iso2022::kIso8859p7, 1, 0x80, 0, 0},      // Greek
+    {Iso2022::kEucTw, 2, 0x80, 0, 0},          // CNS 11643 planes 1 to 7
+    {Iso2022::kEucTw, 2, 0x80, 0x8E, 0xA2},   {Iso2022::kEucTw, 2, 0x80, 0x8E, 0xA3},
+    {Iso2022::kEucTw, 2, 0x80, 0x8E, 0xA4},   {Iso2022::kEucTw, 2, 0x80, 0x8E, 0xA5},
+    {Iso2022::kEucTw, 2, 0x80, 0x8E, 0xA6},   {Iso2022::kEucTw, 2, 0x80, 0x8E, 0xA7},
+};
+
+struct Designation {
+  char escape[5];
+  std::uint8_t length;
+  std::uint8_t target;  // 0 to 3: G0 to G3
+  Part part;
+  std::uint8_t sets;
+};
+// The first row of a part is the one that is written.
+constexpr Designation kDesignations[] = {
+    {"\x1B(B", 3, 0, kAscii, kJapanese},   {"\x1B(J", 3, 0, kRoman, kJapanese},
+    {"\x1B(I", 3, 0, kKatakana, kJp3},     {"\x1B$B", 3, 0, kJis0208, kJapanese},
+    {"\x1B$@", 3, 0, kJis0208, kJapanese}, {"\x1B$(D", 4, 0, kJis0212, kJp2},
+    {"\x1B$(O", 4, 0, kJis0213a, kJp3},    {"\x1B$(Q", 4, 0, kJis0213a2004, kJp3},
+    {"\x1B$(P", 4, 0, kJis0213b, kJp3},    {"\x1B$A", 3, 0, kGb2312, kJp2},
+    {"\x1B$(C", 4, 0, kKsx1001, kJp2},     {"\x1B.A", 3, 2, kLatin1, kJp2},
+    {"\x1B.F", 3, 2, kGreek, kJp2},        {"\x1B$)A", 4, 1, kGb2312, kChinese},
+    {"\x1B$)G", 4, 1, kCns1, kChinese},    {"\x1B$)C", 4, 1, kKsx1001, kKr},
+    {"\x1B$*H", 4, 2, kCns2, kChinese},    {"\x1B$+I", 4, 3, kCns3, kCnExt},
+    {"\x1B$+J", 4, 3, kCns4, kCnExt},      {"\x1B$+K", 4, 3, kCns5, kCnExt},
+    {"\x1B$+L", 4, 3, kCns6, kCnExt},      {"\x1B$+M", 4, 3, kCns7, kCnExt},
+};
+
+constexpr Part kPreferences[] = {kRoman,    kKatakana, kJis0208, kJis0212, kJis0213a, kJis0213a2004,
+                                 kJis0213b, kLatin1,   kGreek,   kGb2312,  kKsx1001,  kCns1,
+                                 kCns2,     kCns3,     kCns4,    kCns5,    kCns6,     kCns7};
+
+// Null: the set does not have the part.
+constexpr const Designation* FindDesignation(Set set, Part part) noexcept {
+  for (const Designation& row : kDesignations) {
+    if (row.part == part && (row.sets & set) != 0) return &row;
+  }
+  return nullptr;
+}
+
+// The state word: registers in five bits each, 0 (ASCII) for nothing designated; then whether G1 is
+// shifted to, and whether the Korean header has been written.
+struct State {
+  Part g[4];
+  bool shifted;
+  bool header;
+
+  // Words may come from the caller: what the set cannot have designated there counts as nothing.
+  static State FromWord(Set set, std::uint32_t word) noexcept {
+    State state{{kAscii, kAscii, kAscii, kAscii}, false, false};
+    for (std::uint32_t i = 0; i < 4; ++i) {
+      const std::uint32_t part = word >> (5 * i) & 31;
+      if (part == kAscii || part >= Iso2022::kPartCount) continue;
+      const Designation* row = FindDesignation(set, static_cast<Part>(part));
+      if (row != nullptr && row->target == i) state.g[i] = static_cast<Part>(part);
+    }
+    state.header = set == kKr && (word >> 21 & 1) != 0;
+    if (set == kKr) state.g[1] = kKsx1001;
+    state.shifted = (word >> 20 & 1) != 0 && state.g[1] != kAscii;
+    return state;
+  }
+  std::uint32_t ToWord(Set set) const noexcept {
+    std::uint32_t word =
+        static_cast<std::uint32_t>(shifted) << 20 | static_cast<std::uint32_t>(header) << 21;
+    for (std::uint32_t i = 0; i < 4; ++i) {
+      if (set != kKr) word |= static_cast<std::uint32_t>(g[i]) << (5 * i);
+    }
+    return word;
+  }
+  void EndLine(Set set) noexcept {
+    if ((set & kChinese) != 0) g[1] = g[2] = g[3] = kAscii;
+    if (set == kJp2) g[2] = kAscii;
+  }
+};
+
+constexpr bool IsLineEnd(std::uint32_t byte) noexcept { return byte == '\n' || byte == '\r'; }
+// The 94 places of a part; the right halves of ISO 8859 use 96.
+constexpr bool IsGraphic(std::uint32_t byte) noexcept { return byte - 0x21 < 94; }
+
+// Characters of JIS X 0213 plane 1 that the designation of 2000 does not have.
+constexpr bool IsNewIn2004(std::uint32_t bytes) noexcept {
+  return bytes == 0x2E21 || bytes == 0x2F7E || bytes == 0x4F54 || bytes == 0x4F7E ||
+         bytes == 0x7427 || (bytes >= 0x7E7A && bytes <= 0x7E7E);
+}
+
+class Reader {
+ public:
+  explicit Reader(const Iso2022& composed) noexcept
+      : composed_(&composed), set_(SetOf(composed.id())) {}
+
+  static void Read(const void* coder, const std::uint8_t* in, const std::uint8_t* end,
+                   std::uint32_t state, std::uint32_t limit, Block& block) noexcept {
+    static_cast<const Reader*>(coder)->ReadBlock(in, end, state, limit, block);
+  }
+
+ private:
+  void ReadBlock(const std::uint8_t* in, const std::uint8_t* end, std::uint32_t word,
+                 std::uint32_t limit, Block& block) const noexcept {
+    State state = State::FromWord(set_, word);
+    const std::uint8_t* p = in;
+    std::uint32_t count = 0;
+    for (;;) {
+      while (p < end) {
+        const std::uint32_t length = ReadControl(p, end, state);
+        if (length == 0) break;
+        p += length;
+      }
+      if (count == limit || p == end) break;
+      if (const std::uint32_t run =
+              ReadRun(p, end, state, block.code_points + count, limit - count);
+          run != 0) {
+        count += run;
+        continue;
+      }
+      const Decoded character = ReadOne(p, end, state);
+      block.code_points[count++] = character.code_point;
+      p += character.length;
+    }
+    block.count = count;
+    block.bytes = static_cast<std::size_t>(p - in);
+    block.state = state.ToWord(set_);
+  }
+
+  // Obeys a designation or a shift; returns its length, 0 when there is none.
+  std::uint32_t ReadControl(const std::uint8_t* p, const std::uint8_t* end,
+                            State& state) const noexcept {
+    if (*p == kEscape) {
+      for (const Designation& row : kDesignations) {
+        if ((row.sets & set_) == 0 || end - p < row.length ||
+            std::memcmp(p, row.escape, row.length) != 0) {
+          continue;
+        }
+        state.g[row.target] = row.part;
+        return row.length;
+      }
+      return 0;
+    }
+    if ((set_ & kJapanese) != 0) return 0;
+    if (*p == kShiftIn) {
+      state.shifted = false;
+      return 1;
+    }
+    if (*p == kShiftOut && state.g[1] != kAscii) {
+      state.shifted = true;
+      return 1;
+    }
+    return 0;
+  }
+
+  // Plain characters of the part in use; returns how many.
+  std::uint32_t ReadRun(const std::uint8_t*& p, const std::uint8_t* end, const State& state,
+                        std::uint32_t* out, std::uint32_t limit) const noexcept {
+    const Part part = state.shifted ? state.g[1] : state.g[0];
+    std::uint32_t count = 0;
+    if (part == kAscii) {
+      while (p < end && count < limit && *p >= 0x20 && *p < 0x80) out[count++] = *p++;
+      return count;
+    }
+    const PartTables& tables = kTables[part];
+    if (tables.bytes != 2 || tables.prefix != 0) return 0;
+    const PairTable pairs(composed_->lender(tables.lender));
+    while (end - p >= 2 && count < limit && IsGraphic(p[0]) && IsGraphic(p[1])) {
+      const std::uint32_t code_point = pairs.CodePoint(p[0] | 0x80u, p[1] | 0x80u);
+      if (code_point - 1 >= kMaxCodePoint) break;
+      out[count++] = code_point;
+      p += 2;
+    }
+    return count;
+  }
+
+  Decoded ReadOne(const std::uint8_t* p, const std::uint8_t* end, State& state) const noexcept {
+    const std::uint32_t byte = *p;
+    const auto left = static_cast<std::size_t>(end - p);
+    if (byte == kEscape) return ReadEscape(p, left, state);
+    if (byte >= 0x80) return {kMalformed, 1};
+    if (byte == kShiftOut && (set_ & kJapanese) == 0) return {kMalformed, 1};
+    if (!IsGraphic(byte)) {
+      if (IsLineEnd(byte)) state.EndLine(set_);
+      return {byte, 1};
+    }
+    return ReadPart(state.shifted ? state.g[1] : state.g[0], p, left);
+  }
+
+  // A character behind ESC N or ESC O, or a malformed or truncated ESC.
+  Decoded ReadEscape(const std::uint8_t* p, std::size_t left, const State& state) const noexcept {
+    if (left >= 2 && (p[1] == 'N' || p[1] == 'O')) {
+      const Part part = state.g[p[1] == 'N' ? 2 : 3];
+      if (part == kAscii) return {kMalformed, 1};
+      if (left == 2) return {kTruncated, 2};
+      const Decoded character = ReadPart(part, p + 2, left - 2);
+      if (character.code_point == kMalformed && character.length == 1) return {kMalformed, 1};
+      return {character.code_point, character.length + 2};
+    }
+    if (left < 4) {
+      if (left == 1) return {kTruncated, 1};
+      for (const Designation& row : kDesignations) {
+        if ((row.sets & set_) != 0 && left < row.length && std::memcmp(p, row.escape, left) == 0) {
+          return {kTruncated, static_cast<std::uint32_t>(left)};
+        }
+      }
+    }
+    return {kMalformed, 1};
+  }
+
+  // A character of a part; a malformed one has length 1 unless all its bytes are in place.
+  Decoded ReadPart(Part part, const std::uint8_t* p, std::size_t left) const noexcept {
+    const PartTables& tables = kTables[part];
+    if (part == kAscii) return {*p, 1};
+    if (tables.bytes == 1) {
+      const bool in_place =
+          IsGraphic(*p) || ((part == kLatin1 || part == kGreek) && *p - 0x20u < 96);
+      if (!in_place) return {kMalformed, 1};
+      if (tables.prefix != 0) return {ReadLent(tables, p), 1};
+      const std::uint32_t code_point = composed_->lender(tables.lender).single()[*p | tables.high];
+      return {code_point == nlb::charset::kNoCharacter ? kMalformed : code_point, 1};
+    }
+    if (!IsGraphic(p[0])) return {kMalformed, 1};
+    if (left < 2) return {kTruncated, 1};
+    if (!IsGraphic(p[1])) return {kMalformed, 1};
+    return {ReadLent(tables, p), 2};
+  }
+
+  // A character by a multibyte lender; kMalformed when it has none.
+  std::uint32_t ReadLent(const PartTables& tables, const std::uint8_t* p) const noexcept {
+    std::uint8_t bytes[4];
+    std::uint32_t length = 0;
+    if (tables.prefix != 0) bytes[length++] = tables.prefix;
+    if (tables.plane != 0) bytes[length++] = tables.plane;
+    for (std::uint32_t i = 0; i < tables.bytes; ++i) {
+      bytes[length++] = static_cast<std::uint8_t>(p[i] | tables.high);
+    }
+    const Decoded character =
+        MultibyteDecoder(composed_->lender(tables.lender)).Next(bytes, bytes + length);
+    const bool whole = character.length == length && character.code_point <= kMaxCodePoint;
+    return whole ? character.code_point : kMalformed;
+  }
+
+  const Iso2022* composed_;
+  Set set_;
+};
+
+// The bytes of a code point in a set of any width, as one number; 0 none.
+std::uint32_t FindNumber(CharsetView set, std::uint32_t code_point) noexcept {
+  const auto number = [](Encoded encoded) {
+    return encoded.length == 0 ? 0
+                               : __builtin_bswap32(static_cast<std::uint32_t>(encoded.bytes)) >>
+                                     (32 - 8 * encoded.length);
+  };
+  switch (set.encode_width()) {
+    case 1:
+      return number(TableEncoder<1>(set).Encode(code_point));
+    case 2:
+      return number(TableEncoder<2>(set).Encode(code_point));
+    case 4:
+      return number(TableEncoder<4>(set).Encode(code_point));
+    default:
+      return 0;
+  }
+}
+
+class Writer {
+ public:
+  explicit Writer(const Iso2022& composed) noexcept
+      : composed_(&composed), set_(SetOf(composed.id())) {}
+
+  static std::uint32_t Write(const void* coder, Conversion& c, const std::uint32_t* code_points,
+                             std::uint32_t count) noexcept {
+    const auto& self = *static_cast<const Writer*>(coder);
+    std::uint32_t done = 0;
+    while (done < count && self.WriteOne(c, code_points[done])) {
+      c.produced_replacement |= code_points[done] == kReplacementCharacter;
+      ++done;
+    }
+    return done;
+  }
+  static bool Replace(const void* coder, Conversion& c) noexcept {
+    return static_cast<const Writer*>(coder)->WriteOne(c, '?');
+  }
+  static void Finish(const void* coder, Conversion& c) noexcept {
+    const auto& self = *static_cast<const Writer*>(coder);
+    State state = State::FromWord(self.set_, c.shift_out);
+    Text text;
+    self.ToAscii(state, text);
+    if (text.length != 0 && c.Emit({text.bytes, text.length}))
+      c.shift_out = state.ToWord(self.set_);
+  }
+  static std::uint32_t ReturnLength(std::uint32_t word) noexcept {
+    return (word & 31) != 0 ? 3 : word >> 20 & 1;
+  }
+
+ private:
+  // What one character takes, with everything in front of it: 8 bytes suffice (ESC $ + I, ESC O and
+  // two bytes; or the header, SO and two bytes).
+  struct Text {
+    std::uint64_t bytes = 0;
+    std::uint32_t length = 0;
+
+    void Add(std::uint32_t byte) noexcept {
+      KES_DCHECK(length < 8);
+      bytes |= static_cast<std::uint64_t>(byte) << (8 * length++);
+    }
+    void Add(const Designation& row) noexcept {
+      for (std::uint32_t i = 0; i < row.length; ++i) Add(static_cast<std::uint8_t>(row.escape[i]));
+    }
+  };
+
+  bool WriteOne(Conversion& c, std::uint32_t code_point) const noexcept {
+    State state = State::FromWord(set_, c.shift_out);
+    Text text;
+    if (set_ == kKr && !state.header) {
+      text.Add(*FindDesignation(kKr, kKsx1001));
+      state.header = true;
+    }
+    if (!(code_point < 0x80 ? AddAscii(state, text, code_point)
+                            : AddOther(state, text, code_point))) {
+      return false;
+    }
+    const std::uint32_t word = state.ToWord(set_);
+    if (!c.more && c.room() < text.length + ReturnLength(word)) {
+      c.full = true;
+      return false;
+    }
+    if (!c.Emit({text.bytes, text.length})) return false;
+    c.shift_out = word;
+    return true;
+  }
+
+  static void ToAscii(State& state, Text& text) noexcept {
+    if (state.g[0] != kAscii) text.Add(kDesignations[0]);
+    if (state.shifted) text.Add(kShiftIn);
+    state.g[0] = kAscii;
+    state.shifted = false;
+  }
+
+  bool AddAscii(State& state, Text& text, std::uint32_t code_point) const noexcept {
+    if (code_point == kEscape || code_point == kShiftOut || code_point == kShiftIn) return false;
+    const bool same_in_roman =
+        code_point >= 0x20 && code_point < 0x7F && code_point != '\\' && code_point != '~';
+    if (state.g[0] != kRoman || !same_in_roman) ToAscii(state, text);
+    if (IsLineEnd(code_point)) state.EndLine(set_);
+    text.Add(code_point);
+    return true;
+  }
+
+  bool AddOther(State& state, Text& text, std::uint32_t code_point) const noexcept {
+    for (const Part part : state.g) {
+      if (part != kAscii && AddPart(state, text, part, code_point)) return true;
+    }
+    for (const Part part : kPreferences) {
+      if (FindDesignation(set_, part) != nullptr && AddPart(state, text, part, code_point)) {
+        return true;
+      }
+    }
+    return false;
+  }
+
+  bool AddPart(State& state, Text& text, Part part, std::uint32_t code_point) const noexcept {
+    const std::uint32_t bytes = Find(part, code_point);
+    if (bytes == 0) return false;
+    const Designation& row = *FindDesignation(set_, part);
+    if (state.g[row.target] != part) text.Add(row);
+    state.g[row.target] = part;
+    if (row.target == 1 && !state.shifted) {
+      text.Add(kShiftOut);
+      state.shifted = true;
+    }
+    if (row.target >= 2) {
+      text.Add(kEscape);
+      text.Add(row.target == 2 ? 'N' : 'O');
+    }
+    if (bytes > 0xFF) text.Add(bytes >> 8);
+    text.Add(bytes & 0xFF);
+    return true;
+  }
+
+  // The 7-bit bytes of a code point in a part; 0 none.
+  std::uint32_t Find(Part part, std::uint32_t code_point) const noexcept {
+    const PartTables& tables = kTables[part];
+    const std::uint32_t number = FindNumber(composed_->lender(tables.lender), code_point);
+    if (tables.bytes == 1) {
+      const std::uint32_t byte = number & 0x7F;
+      return number != 0 && number >> 8 == tables.prefix && (number & 0x80) == tables.high &&
+                     byte >= 0x20
+                 ? byte
+                 : 0;
+    }
+    const std::uint32_t front =
+        static_cast<std::uint32_t>(tables.prefix) << (tables.plane != 0 ? 8 : 0) | tables.plane;
+    const std::uint32_t bytes = number & 0x7F7F;
+    if (number >> 16 != front || (number & 0x8080) != 0x8080 || !IsGraphic(bytes >> 8) ||
+        !IsGraphic(bytes & 0xFF) || (part == kJis0213a && IsNewIn2004(bytes))) {
+      return 0;
+    }
+    return bytes;
+  }
+
+  const Iso2022* composed_;
+  Set set_;
+};
+
+constexpr std::uint16_t kLenderIds[Iso2022::kLenderCount] = {0,   129, 831, 830, 850,
+                                                             841, 862, 101, 107};
+
+}  // namespace
+
+Iso2022::Iso2022(std::uint32_t id, lxcontext* context) noexcept : id_(id) {
+  if (id == 0) return;
+  const std::uint32_t error = context->error;
+  for (const Designation& row : kDesignations) {
+    const Lender lender = kTables[row.part].lender;
+    if ((row.sets & SetOf(id)) == 0 || lender == kNoLender || lenders_[lender]) continue;
+    if (context->area != nullptr) {
+      lenders_[lender] = CharsetView(lxpcobj(kLenderIds[lender], context));
+    }
+    complete_ = complete_ && lenders_[lender];
+  }
+  context->error = error;
+}
+
+bool Iso2022::Open(BlockDecoder& decoder) const noexcept {
+  if (complete_) decoder.Set(Reader::Read, Reader(*this));
+  return complete_;
+}
+
+bool Iso2022::Open(BlockEncoder& encoder) const noexcept {
+  if (complete_) {
+    encoder.Set(Writer::Write, Writer::Replace, Writer(*this));
+    encoder.SetReturn(Writer::Finish, Writer::ReturnLength);
+  }
+  return complete_;
+}
+
+}  // namespace kestra::nls::convert
