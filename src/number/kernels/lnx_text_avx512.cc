@@ -17,6 +17,8 @@
 #endif
 #include <immintrin.h>
 
+#include <algorithm>
+
 #define KES_TARGET \
   __attribute__((  \
       target("avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,bmi,bmi2,lzcnt,popcnt")))
@@ -55,15 +57,18 @@ KES_TARGET inline std::size_t ToPlain(std::span<const std::uint8_t> bytes, std::
                                       std::size_t outsize) noexcept {
   const std::size_t size = bytes.size();
   if (size < 2 || size > kMaxBytes) return 0;
-  const bool negative = bytes[0] < kZeroByte;
-  const bool terminated = negative & (bytes[size - 1] == kTerminator);
+  // Signs come at random: 0 or 1 is calculated with, never branched on.
+  const unsigned negative = static_cast<unsigned>(bytes[0] >> 7) ^ 1u;
+  const unsigned terminated = negative & static_cast<unsigned>(bytes[size - 1] == kTerminator);
   const auto count = static_cast<int>(size - 1 - terminated);
-  const bool ended = !negative | (terminated ? count < kMaxDigits : count == kMaxDigits);
-  const int exponent = (negative ? 255 - bytes[0] : bytes[0]) - kExponentBias;
+  const unsigned full = count == kMaxDigits;
+  const unsigned badly_ended = negative & ~(full ^ terminated);
+  const unsigned flipped = 0xFF & (0u - negative);
+  const int exponent = static_cast<int>(bytes[0] ^ flipped) - kExponentBias;
 
   const auto lanes = static_cast<__mmask32>(LowBits(static_cast<unsigned>(count)));
-  const __m256i flip = _mm256_set1_epi8(static_cast<char>(negative ? 0xFF : 0));
-  const __m256i shift = _mm256_set1_epi8(static_cast<char>(negative ? 102 : 0xFF));
+  const __m256i flip = _mm256_set1_epi8(static_cast<char>(flipped));
+  const __m256i shift = _mm256_set1_epi8(static_cast<char>(0xFF ^ (flipped & (0xFF ^ 102))));
   const __m256i stored = _mm256_maskz_loadu_epi8(lanes, bytes.data() + 1);
   const __m256i digits = _mm256_maskz_add_epi8(lanes, _mm256_xor_si256(stored, flip), shift);
   const __mmask32 outside = _mm256_cmpgt_epu8_mask(digits, _mm256_set1_epi8(kBase - 1));
@@ -76,18 +81,19 @@ KES_TARGET inline std::size_t ToPlain(std::span<const std::uint8_t> bytes, std::
   const __m512i row = _mm512_add_epi8(pairs, Broadcast('0'));
   const int first = static_cast<int>(_tzcnt_u64(nonzero));
   const int last = 63 - static_cast<int>(_lzcnt_u64(nonzero));
-  if ((outside != 0) | (first > 1) | (last < 2 * count - 2) | (count == 0) | !ended) return 0;
+  if ((outside != 0) | (first > 1) | (last < 2 * count - 2) | (count == 0) | badly_ended) return 0;
 
   const int point = 2 * exponent - first;
-  const int integers = point > 1 ? point : 1;
+  const int integers = std::max(point, 1);
   const int zeros = integers - point;  // written before the first digit
-  const int fraction = last + 1 - first > point ? last + 1 - first - point : 0;
-  const int dot = integers + negative;
-  const std::size_t length = static_cast<std::size_t>(dot + fraction + (fraction > 0));
+  const int fraction = std::max(last + 1 - first - point, 0);
+  const unsigned dotted = fraction > 0;
+  const int dot = integers + static_cast<int>(negative);
+  const auto length = static_cast<std::size_t>(dot + fraction + static_cast<int>(dotted));
   // A row has 22 zeros and more after the last digit; rotating brings them to the front.
   if ((zeros > 22) | (length > kLanes) | (length > outsize)) return 0;
-  const std::uint64_t places = ~(static_cast<std::uint64_t>(fraction > 0) << (dot & 63)) &
-                               ~static_cast<std::uint64_t>(negative);
+  const std::uint64_t places =
+      ~(static_cast<std::uint64_t>(dotted) << (dot & 63)) & ~std::uint64_t{negative};
   const __m512i frame = _mm512_mask_mov_epi8(Broadcast('.'), 1, Broadcast('-'));
   const __m512i text = _mm512_mask_expand_epi8(frame, places, Rotated(row, first - zeros));
   _mm512_mask_storeu_epi8(out, LowBits(length), text);
@@ -99,8 +105,8 @@ KES_TARGET inline std::size_t ToPlain(std::span<const std::uint8_t> bytes, std::
 KES_TARGET inline std::size_t FromPlain(const std::uint8_t* given, std::size_t size,
                                         std::uint8_t* bytes) noexcept {
   if (size < 1 || size >= kLanes) return 0;
-  const bool negative = given[0] == '-';
-  const std::uint64_t sign = static_cast<std::uint64_t>(negative | (given[0] == '+'));
+  const unsigned negative = given[0] == '-';
+  const std::uint64_t sign = negative | static_cast<unsigned>(given[0] == '+');
   const std::uint64_t inside = LowBits(size) & ~sign;
   const __m512i text = _mm512_maskz_loadu_epi8(inside, given);
   const __m512i values = _mm512_sub_epi8(text, Broadcast('0'));
@@ -130,16 +136,17 @@ KES_TARGET inline std::size_t FromPlain(const std::uint8_t* given, std::size_t s
   const __m512i aligned = Rotated(row, first - half - 2);
   const __m512i pairs = _mm512_maddubs_epi16(aligned, _mm512_set1_epi16(0x010A));
   const __m256i base100 = _mm512_cvtepi16_epi8(pairs);
-  const __m256i flip = _mm256_set1_epi8(static_cast<char>(negative ? 0xFF : 0));
-  const __m256i shift = _mm256_set1_epi8(static_cast<char>(negative ? 102 : 1));
+  const unsigned flipped = 0xFF & (0u - negative);
+  const __m256i flip = _mm256_set1_epi8(static_cast<char>(flipped));
+  const __m256i shift = _mm256_set1_epi8(static_cast<char>(1 ^ (flipped & (1 ^ 102))));
   const __m256i mantissa = _mm256_add_epi8(_mm256_xor_si256(base100, flip), shift);
-  const int exponent_byte = (exponent + kExponentBias) ^ (negative ? 0xFF : 0);
-  const bool terminated = negative & (count < kMaxDigits);
-  const auto end = static_cast<__mmask32>(2u * terminated << count);
+  const unsigned exponent_byte = static_cast<unsigned>(exponent + kExponentBias) ^ flipped;
+  const unsigned terminated = negative & static_cast<unsigned>(count < kMaxDigits);
+  const auto end = static_cast<__mmask32>(2 * terminated << count);
   __m256i number =
       _mm256_mask_mov_epi8(mantissa, 1, _mm256_set1_epi8(static_cast<char>(exponent_byte)));
   number = _mm256_mask_mov_epi8(number, end, _mm256_set1_epi8(static_cast<char>(kTerminator)));
-  const auto stored = static_cast<unsigned>(1 + count + terminated);
+  const unsigned stored = 1 + static_cast<unsigned>(count) + terminated;
   _mm256_mask_storeu_epi8(bytes, static_cast<__mmask32>(LowBits(stored)), number);
   return stored;
 }
