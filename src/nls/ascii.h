@@ -25,4 +25,9 @@ constexpr std::string_view SkipSpaces(std::string_view text) noexcept {
   return text;
 }
 
+// Copies a text, which may be the empty one at null.
+inline void CopyChars(void* to, std::string_view from) noexcept {
+  if (!from.empty()) __builtin_memcpy(to, from.data(), from.size());
+}
+
 }  // namespace kestra::nls

@@ -93,7 +93,7 @@ int lxhdisp(const char* text, std::size_t length, lxhandle* handle, lxcontext* c
   constexpr std::size_t kRoom = sizeof handle->display_name - 1;
   const std::string_view name = lxpname(setting, Component::kFirst).substr(0, kRoom);
   memset(handle->display_name, 0, sizeof handle->display_name);
-  memcpy(handle->display_name, name.data(), name.size());
+  CopyChars(handle->display_name, name);
   handle->display_length = static_cast<std::uint8_t>(name.size());
   handle->flags &= ~std::uint32_t{KES_HANDLE_RTL};
   if (EqualIgnoringCase(lxpname(setting, Component::kSecond), "RTL")) {

@@ -79,7 +79,7 @@ bool StoreText(const Change& c, std::string_view value) noexcept {
   lxtext& text = c.handle.text[index];
   if (value.size() > sizeof text.bytes) return c.Fail(KES_NLS_DESTINATION_FULL);
   memset(&text, 0, sizeof text);
-  memcpy(text.bytes, value.data(), value.size());
+  CopyChars(text.bytes, value);
   text.length = static_cast<std::uint8_t>(value.size());
   const std::uint32_t bit = 1u << index;
   c.handle.text_set = value.empty() ? c.handle.text_set & ~bit : c.handle.text_set | bit;

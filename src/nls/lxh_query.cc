@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "kestra/convert.h"
+#include "nls/ascii.h"
 #include "nls/handle_parts.h"
 #include "nls/lxh_items.h"
 #include "nls/lxl_builtin.h"
@@ -16,9 +17,9 @@ namespace {
 class Composer {
  public:
   void Append(std::string_view text) noexcept {
-    const std::size_t size = std::min(text.size(), sizeof bytes_ - length_);
-    memcpy(bytes_ + length_, text.data(), size);
-    length_ += size;
+    const std::string_view fits = text.substr(0, sizeof bytes_ - length_);
+    CopyChars(bytes_ + length_, fits);
+    length_ += fits.size();
   }
   std::string_view text() const noexcept { return {bytes_, length_}; }
 
