@@ -1,8 +1,8 @@
 // NLS_LANG texts and item values, on the small data set.
 //
-// Input: a byte for the mode, then lines; the first line is the specification, each further line a
-// byte for the item and its value. Laws: a handle that strict mode accepts is rebuilt from its own
-// NLS_LANG text with the same parts; an item that was set answers what was set.
+// Input: a byte for the mode, then lines; the first line is a specification text, each further line
+// a byte for the item and its value. Laws: a handle that strict mode accepts is rebuilt from its
+// own NLS_LANG text with the same parts; an item that was set answers what was set.
 #include <cstdlib>
 #include <cstring>
 #include <string>
