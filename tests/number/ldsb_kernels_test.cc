@@ -1,0 +1,390 @@
+// Every member, copy, scan and conversion at every processor level against 256-bit arithmetic: all
+// widths, lengths around the groups of 64, odd addresses, nulls of every kind. Arrays have no byte
+// to spare, so that the address sanitizer sees a step too far.
+#include "number/kernels/ldsb_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "core/os/cpu.h"
+#include "kestra/decimal_vector.h"
+#include "tests/support/column_random.h"
+
+namespace {
+
+using kestra::os::CpuLevel;
+using kestra::os::ForceCpuLevel;
+using kestra::test::ColumnSource;
+using kestra::test::IsNull;
+using kestra::test::kElementWidths;
+using kestra::test::kNullKinds;
+using kestra::test::NullKind;
+using kestra::test::OrNone;
+using kestra::test::ref::Wide;
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::size_t kCounts[] = {0, 1, 9, 63, 64, 130};
+
+class LdsbKernels : public testing::TestWithParam<CpuLevel> {
+ protected:
+  void SetUp() override {
+    if (ForceCpuLevel(GetParam()) != GetParam()) GTEST_SKIP() << "not on this machine";
+  }
+  void TearDown() override { ForceCpuLevel(CpuLevel::kAvx512); }
+};
+
+std::string LevelName(const testing::TestParamInfo<CpuLevel>& info) {
+  return info.param == CpuLevel::kBaseline ? "baseline"
+         : info.param == CpuLevel::kAvx2   ? "avx2"
+                                           : "avx512";
+}
+INSTANTIATE_TEST_SUITE_P(Levels, LdsbKernels,
+                         testing::Values(CpuLevel::kBaseline, CpuLevel::kAvx2, CpuLevel::kAvx512),
+                         LevelName);
+
+Wide ElementAt(const Bytes& bytes, std::size_t i, std::size_t width) {
+  return Wide::FromBytes(bytes.data() + i * width, width);
+}
+
+// The result modulo the output width.
+Wide Apply(std::uint32_t operation, const Wide& x, const Wide& y, std::size_t width) {
+  const Wide exact = operation % 3 == 0 ? x + y : operation % 3 == 1 ? x - y : x * y;
+  std::uint8_t bytes[24];
+  exact.ToBytes(bytes, width);
+  return Wide::FromBytes(bytes, width);
+}
+
+struct Extremes {
+  bool any = false;
+  Wide min;
+  Wide max;
+  void Add(const Wide& x) {
+    if (!any || x < min) min = x;
+    if (!any || max < x) max = x;
+    any = true;
+  }
+  void Expect(const ldsbminmax& found) const {
+    ASSERT_EQ(found.state, any ? KES_DSB_EXTREMES_KNOWN : KES_DSB_EXTREMES_NONE);
+    if (!any) return;
+    ASSERT_TRUE(Wide::FromBytes(found.min.word, 24) == min);
+    ASSERT_TRUE(Wide::FromBytes(found.max.word, 24) == max);
+  }
+};
+
+void CheckMember(ColumnSource& source, std::uint32_t operation, std::uint32_t in, std::uint32_t out,
+                 std::size_t count, NullKind kind, bool with_minmax) {
+  SCOPED_TRACE(testing::Message() << "operation " << operation << " " << in << "->" << out
+                                  << " count " << count << " nulls " << static_cast<int>(kind));
+  ldsbmember member = nullptr;
+  ASSERT_EQ(ldsbget_operation(nullptr, operation, in, in, out, &member), KES_DSB_OK);
+  const std::size_t width = kElementWidths[in];
+  const std::size_t out_width = kElementWidths[out];
+  const bool scalar = operation >= 3;
+  const Bytes left = source.Elements(scalar ? 1 : count, width);
+  const Bytes right = source.Elements(count, width);
+  const Bytes nulls = source.Nulls(count, kind);
+  Bytes output(count * out_width, 0xA5);
+  ldsbminmax minmax = {};
+  const ldsboperation record = {OrNone(nulls), out, 0, with_minmax ? &minmax : nullptr, 0};
+  ASSERT_EQ(member(count, left.data(), right.data(), output.data(), &record), KES_DSB_OK);
+  Extremes extremes;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (IsNull(nulls, i)) {
+      for (std::size_t b = 0; b < out_width; ++b) ASSERT_EQ(output[i * out_width + b], 0xA5);
+      continue;
+    }
+    const Wide wanted = Apply(operation, ElementAt(left, scalar ? 0 : i, width),
+                              ElementAt(right, i, width), out_width);
+    ASSERT_TRUE(ElementAt(output, i, out_width) == wanted) << i;
+    extremes.Add(wanted);
+  }
+  if (with_minmax) extremes.Expect(minmax);
+}
+
+TEST_P(LdsbKernels, ArithmeticMembersAgreeWithTheReference) {
+  ColumnSource source(1);
+  for (std::uint32_t operation = 0; operation < 6; ++operation) {
+    for (std::uint32_t in = 1; in <= 6; ++in) {
+      for (std::uint32_t out = in; out <= in + 1 && out <= 6; ++out) {
+        for (const std::size_t count : kCounts) {
+          for (const NullKind kind : kNullKinds) {
+            CheckMember(source, operation, in, out, count, kind, count % 2 == 0);
+            if (HasFatalFailure()) return;
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST_P(LdsbKernels, ResultsMayReplaceAnInput) {
+  ColumnSource source(2);
+  for (std::uint32_t in = 1; in <= 6; ++in) {
+    const std::size_t width = kElementWidths[in];
+    const Bytes left = source.Elements(200, width);
+    const Bytes nulls = source.Nulls(200, NullKind::kBytes);
+    const ldsboperation record = {nulls.data(), in, 0, nullptr, 0};
+    ldsbmember member = nullptr;
+    ASSERT_EQ(ldsbget_operation(nullptr, KES_DSB_SUBTRACT, in, in, in, &member), KES_DSB_OK);
+    Bytes fresh = left;
+    Bytes same = left;
+    ASSERT_EQ(member(200, left.data(), left.data(), fresh.data(), &record), KES_DSB_OK);
+    ASSERT_EQ(member(200, same.data(), left.data(), same.data(), &record), KES_DSB_OK);
+    EXPECT_EQ(fresh, same) << in;
+  }
+}
+
+TEST_P(LdsbKernels, SumsAgreeWithTheReference) {
+  ColumnSource source(3);
+  for (std::uint32_t in = 1; in <= 6; ++in) {
+    for (std::uint32_t out = in; out <= in + 1 && out <= 6; ++out) {
+      for (const std::size_t count : kCounts) {
+        for (const NullKind kind : kNullKinds) {
+          SCOPED_TRACE(testing::Message() << in << "->" << out << " count " << count);
+          const std::size_t width = kElementWidths[in];
+          const Bytes data = source.Elements(count, width);
+          const Bytes nulls = source.Nulls(count, kind);
+          ldsbminmax minmax = {};
+          const ldsboperation record = {OrNone(nulls), out, 0, &minmax, 0};
+          ldsbmember member = nullptr;
+          ASSERT_EQ(ldsbget_operation(nullptr, KES_DSB_SUM, in, in, out, &member), KES_DSB_OK);
+          Bytes sum(kElementWidths[out]);
+          ASSERT_EQ(member(count, nullptr, data.data(), sum.data(), &record), KES_DSB_OK);
+          Wide wanted;
+          for (std::size_t i = 0; i < count; ++i) {
+            if (!IsNull(nulls, i)) wanted = Apply(0, wanted, ElementAt(data, i, width), sum.size());
+          }
+          ASSERT_TRUE(ElementAt(sum, 0, sum.size()) == wanted);
+          ASSERT_TRUE(Wide::FromBytes(minmax.max.word, 24) == wanted);
+        }
+      }
+    }
+  }
+}
+
+TEST_P(LdsbKernels, OtherOutputPrecisionsAreRefused) {
+  std::uint8_t bytes[24] = {};
+  for (std::uint32_t operation = 0; operation <= 6; ++operation) {
+    for (std::uint32_t in = 1; in <= 6; ++in) {
+      ldsbmember member = nullptr;
+      ASSERT_EQ(ldsbget_operation(nullptr, operation, in, in, in, &member), KES_DSB_OK);
+      for (std::uint32_t out = 0; out <= 8; ++out) {
+        const ldsboperation record = {nullptr, out, 0, nullptr, 0};
+        const bool allowed = out <= 6 && (out == in || out == in + 1);
+        EXPECT_EQ(member(0, bytes, bytes, bytes, &record),
+                  allowed ? KES_DSB_OK : KES_DSB_NO_MEMBER);
+      }
+    }
+  }
+}
+
+TEST_P(LdsbKernels, ConversionsKeepTheLowBytesAndTheSign) {
+  ColumnSource source(4);
+  for (std::size_t in = 1; in <= 6; ++in) {
+    for (std::size_t out = 1; out <= 6; ++out) {
+      if (in == out) continue;
+      for (const std::size_t count : kCounts) {
+        for (const NullKind kind : kNullKinds) {
+          SCOPED_TRACE(testing::Message() << in << "->" << out << " count " << count);
+          const Bytes data = source.Elements(count, kElementWidths[in]);
+          const Bytes nulls = source.Nulls(count, kind);
+          Bytes output(count * kElementWidths[out], 0xA5);
+          kestra::number::dsb::FindKernel([&](const kestra::number::dsb::Kernels& k) {
+            return k.convert[in - 1][out - 1];
+          })(count, data.data(), output.data(), OrNone(nulls));
+          for (std::size_t i = 0; i < count; ++i) {
+            Bytes wanted(kElementWidths[out], 0xA5);
+            if (!IsNull(nulls, i))
+              ElementAt(data, i, kElementWidths[in]).ToBytes(wanted.data(), wanted.size());
+            ASSERT_EQ(std::memcmp(output.data() + i * wanted.size(), wanted.data(), wanted.size()),
+                      0);
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST_P(LdsbKernels, ScansCopiesAndComparisons) {
+  ColumnSource source(5);
+  for (std::uint32_t precision = 1; precision <= 6; ++precision) {
+    const std::size_t width = kElementWidths[precision];
+    for (const std::size_t count : kCounts) {
+      for (const NullKind kind : kNullKinds) {
+        SCOPED_TRACE(testing::Message() << "precision " << precision << " count " << count);
+        const Bytes data = source.Elements(count, width);
+        Bytes other = source.Elements(count, width);
+        for (std::size_t i = 0; i < count; i += 3) {
+          std::memcpy(other.data() + i * width, data.data() + i * width, width);
+        }
+        const Bytes nulls = source.Nulls(count, kind);
+        ldsbminmax minmax = {};
+        ldsbminmax copied = {};
+        Bytes output(count * width, 0xA5);
+        ASSERT_EQ(ldsbminmaxdsbs(width, count, data.data(), OrNone(nulls), &minmax), KES_DSB_OK);
+        ASSERT_EQ(ldsbcopydsbs(width, count, data.data(), output.data(), OrNone(nulls), &copied),
+                  KES_DSB_OK);
+        for (std::uint32_t relation = 0; relation < 8; ++relation) {
+          Bytes matches((count + 7) / 8, 0xA5);
+          const bool one = relation == 5 && count != 0;
+          kestra::number::dsb::FindKernel([&](const kestra::number::dsb::Kernels& k) {
+            return k.compare[precision - 1];
+          })(count, data.data(), other.data(), one, relation, OrNone(nulls), matches.data());
+          for (std::size_t i = 0; i < 8 * matches.size(); ++i) {
+            bool wanted = false;
+            if (i < count && !IsNull(nulls, i)) {
+              const Wide x = ElementAt(data, i, width);
+              const Wide y = ElementAt(other, one ? 0 : i, width);
+              wanted = (relation & (x < y ? 1u : y < x ? 4u : 2u)) != 0;
+            }
+            ASSERT_EQ(IsNull(matches, i), wanted) << i;
+          }
+        }
+        Extremes extremes;
+        for (std::size_t i = 0; i < count; ++i) {
+          const Wide x = ElementAt(data, i, width);
+          if (!IsNull(nulls, i)) extremes.Add(x);
+          Bytes wanted(width, 0xA5);
+          if (!IsNull(nulls, i)) x.ToBytes(wanted.data(), width);
+          ASSERT_EQ(std::memcmp(output.data() + i * width, wanted.data(), width), 0);
+        }
+        extremes.Expect(minmax);
+        extremes.Expect(copied);
+      }
+    }
+  }
+}
+
+TEST(LdsbGeneric, PortableMembersAgreeWithTheBestOnes) {
+  ColumnSource source(6);
+  for (std::uint32_t operation = 0; operation <= 6; ++operation) {
+    for (std::uint32_t in = 1; in <= 6; ++in) {
+      for (std::uint32_t out = in; out <= in + 1 && out <= 6; ++out) {
+        ldsbmember best = nullptr;
+        ldsbmember generic = nullptr;
+        ASSERT_EQ(ldsbget_operation(nullptr, operation, in, in, out, &best), KES_DSB_OK);
+        ASSERT_EQ(ldsbget_generic_operation(nullptr, operation, in, in, out, &generic), KES_DSB_OK);
+        const std::size_t count = 1000;
+        const Bytes x = source.Elements(count, kElementWidths[in]);
+        const Bytes y = source.Elements(count, kElementWidths[in]);
+        const Bytes nulls = source.Nulls(count, NullKind::kBytes);
+        Bytes outputs[2];
+        ldsbminmax minmax[2] = {};
+        for (int k = 0; k < 2; ++k) {
+          outputs[k].assign(count * kElementWidths[out], 0);
+          const ldsboperation record = {nulls.data(), out, 0, &minmax[k], 0};
+          ASSERT_EQ(
+              (k == 0 ? best : generic)(count, x.data(), y.data(), outputs[k].data(), &record),
+              KES_DSB_OK);
+        }
+        EXPECT_EQ(outputs[0], outputs[1]) << operation << " " << in << "->" << out;
+        EXPECT_EQ(std::memcmp(&minmax[0], &minmax[1], sizeof minmax[0]), 0);
+      }
+    }
+  }
+}
+
+// Element numbers reach elements in any order, more than once, and only where no null is.
+TEST(LdsbIndexed, GatherAndScatter) {
+  ColumnSource source(7);
+  constexpr std::size_t kLimit = 50;
+  for (std::uint32_t precision = 1; precision <= 6; ++precision) {
+    const std::size_t width = kElementWidths[precision];
+    for (const NullKind kind : kNullKinds) {
+      const std::size_t count = 100;
+      const Bytes nulls = source.Nulls(count, kind);
+      std::vector<std::uint32_t> index(count);
+      for (std::size_t i = 0; i < count; ++i) {
+        index[i] = IsNull(nulls, i) ? 0xFFFFFFFF : static_cast<std::uint32_t>(source.Below(kLimit));
+      }
+      const Bytes few = source.Elements(kLimit, width);
+      const Bytes many = source.Elements(count, width);
+      Bytes gathered(count * width, 0xA5), wanted_gathered = gathered;
+      Bytes scattered(kLimit * width, 0xA5), wanted_scattered = scattered;
+      Extremes extremes;
+      for (std::size_t i = 0; i < count; ++i) {
+        if (IsNull(nulls, i)) continue;
+        std::memcpy(wanted_gathered.data() + i * width, few.data() + index[i] * width, width);
+        std::memcpy(wanted_scattered.data() + index[i] * width, many.data() + i * width, width);
+        extremes.Add(ElementAt(few, index[i], width));
+      }
+      ldsbminmax minmax[2] = {};
+      ASSERT_EQ(ldsbcopydsbs_gather(width, count, index.data(), few.data(), kLimit, gathered.data(),
+                                    OrNone(nulls), &minmax[0]),
+                KES_DSB_OK);
+      ASSERT_EQ(ldsbminmaxdsbs_gather(width, count, index.data(), few.data(), kLimit, OrNone(nulls),
+                                      &minmax[1]),
+                KES_DSB_OK);
+      ASSERT_EQ(ldsbcopydsbs_scatter(width, count, index.data(), many.data(), scattered.data(),
+                                     kLimit, OrNone(nulls), nullptr),
+                KES_DSB_OK);
+      EXPECT_EQ(gathered, wanted_gathered);
+      EXPECT_EQ(scattered, wanted_scattered);
+      extremes.Expect(minmax[0]);
+      extremes.Expect(minmax[1]);
+      if (kind == NullKind::kAll) continue;
+      // One number past the end: nothing is touched.
+      std::size_t alive = 0;
+      while (IsNull(nulls, alive)) ++alive;
+      index[alive] = kLimit;
+      Bytes untouched(count * width, 0x5A);
+      EXPECT_EQ(ldsbcopydsbs_gather(width, count, index.data(), few.data(), kLimit,
+                                    untouched.data(), OrNone(nulls), nullptr),
+                KES_DSB_BOUNDS);
+      EXPECT_EQ(ldsbcopydsbs_scatter(width, count, index.data(), many.data(), untouched.data(),
+                                     kLimit, OrNone(nulls), nullptr),
+                KES_DSB_BOUNDS);
+      EXPECT_EQ(ldsbminmaxdsbs_gather(width, count, index.data(), few.data(), kLimit, OrNone(nulls),
+                                      &minmax[1]),
+                KES_DSB_BOUNDS);
+      EXPECT_EQ(untouched, Bytes(count * width, 0x5A));
+    }
+  }
+}
+
+TEST(LdsbIndexed, MembersOfTheTableAreTheSameFunctions) {
+  const std::int32_t data[] = {5, -7, 9};
+  const std::uint32_t index[] = {2, 0};
+  std::int32_t output[3] = {};
+  ldsbminmax minmax = {};
+  ldsbmember member = nullptr;
+  ldsboperation record = {nullptr, KES_DSB_INT32, 0, &minmax, 3};
+  ASSERT_EQ(ldsbget_operation(nullptr, KES_DSB_GATHER, 0, 0, 0, &member), KES_DSB_OK);
+  ASSERT_EQ(member(2, index, data, output, &record), KES_DSB_OK);
+  EXPECT_EQ(output[0], 9);
+  EXPECT_EQ(output[1], 5);
+  ASSERT_EQ(ldsbget_operation(nullptr, KES_DSB_SCATTER, 0, 0, 0, &member), KES_DSB_OK);
+  ASSERT_EQ(member(2, index, data, output, &record), KES_DSB_OK);
+  EXPECT_EQ(output[2], 5);
+  EXPECT_EQ(output[0], -7);
+  ASSERT_EQ(ldsbget_operation(nullptr, KES_DSB_MINMAX, 0, 0, 0, &member), KES_DSB_OK);
+  minmax = {};
+  ASSERT_EQ(member(3, nullptr, data, nullptr, &record), KES_DSB_OK);
+  EXPECT_TRUE(Wide::FromBytes(minmax.min.word, 24) == Wide(-7));
+  ASSERT_EQ(ldsbget_operation(nullptr, KES_DSB_COPY, 0, 0, 0, &member), KES_DSB_OK);
+  ASSERT_EQ(member(3, nullptr, data, output, &record), KES_DSB_OK);
+  EXPECT_EQ(std::memcmp(data, output, sizeof data), 0);
+  record.precision = 7;
+  for (std::uint32_t operation = KES_DSB_MINMAX; operation <= KES_DSB_GATHER; ++operation) {
+    ASSERT_EQ(ldsbget_operation(nullptr, operation, 0, 0, 0, &member), KES_DSB_OK);
+    EXPECT_EQ(member(1, index, data, output, &record), KES_DSB_PRECISION);
+  }
+}
+
+TEST(LdsbIndexed, WidthsAreChecked) {
+  std::uint8_t bytes[32] = {};
+  const std::uint32_t index[] = {0};
+  ldsbminmax minmax = {};
+  for (const std::size_t width : {std::size_t{0}, std::size_t{3}, std::size_t{25}, SIZE_MAX}) {
+    EXPECT_EQ(ldsbminmaxdsbs(width, 1, bytes, nullptr, &minmax), KES_DSB_WIDTH);
+    EXPECT_EQ(ldsbminmaxdsbs_gather(width, 1, index, bytes, 1, nullptr, &minmax), KES_DSB_WIDTH);
+    EXPECT_EQ(ldsbcopydsbs(width, 1, bytes, bytes, nullptr, nullptr), KES_DSB_WIDTH);
+    EXPECT_EQ(ldsbcopydsbs_gather(width, 1, index, bytes, 1, bytes, nullptr, nullptr),
+              KES_DSB_WIDTH);
+    EXPECT_EQ(ldsbcopydsbs_scatter(width, 1, index, bytes, bytes, 1, nullptr, nullptr),
+              KES_DSB_WIDTH);
+  }
+}
+
+}  // namespace
