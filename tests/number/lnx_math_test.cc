@@ -305,6 +305,7 @@ TEST(LnxMath, WithinHalfAUnitOfTheLastDigitOfMpfr) {
         status = measure.binary(x.data(), x.size(), y.data(), y.size(), result.data(), &length);
         measure.mpfr_binary(exact.get(), a.get(), b.get(), MPFR_RNDN);
       }
+      if (measure.binary == lnxlog && Hex(x) == "C1 02") continue;  // no logarithms to base 1
       ASSERT_EQ(status, 0) << measure.name << " " << Hex(x);
       result.resize(length);
       ASSERT_EQ(lnxchk(result.data(), length), 1) << measure.name << " " << Hex(x);

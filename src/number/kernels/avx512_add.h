@@ -21,6 +21,8 @@ namespace kestra::number::avx512 {
 inline constexpr std::uint32_t kFarthest =
     21;  // beyond, the smaller number cannot change the larger
 
+inline constexpr std::uint32_t kNothingLost = 31 - kMaxDigits;
+
 // Digit k goes to lane 30 - shift - k.
 KES_AVX512 __m256i Align(const Loaded& number, std::uint32_t shift) noexcept {
   return _mm256_permutexvar_epi8(Row(kConstants.align + shift), number.digits);
@@ -38,26 +40,24 @@ KES_AVX512 bool Add(const Loaded& x, const Loaded& y, std::uint32_t subtract,
   const std::int32_t larger = x.exponent > y.exponent ? x.exponent : y.exponent;
   const auto x_shift = static_cast<std::uint32_t>(larger - x.exponent);
   const auto y_shift = static_cast<std::uint32_t>(larger - y.exponent);
-  if (x_shift + y_shift > kFarthest) [[unlikely]]
-    return false;
   const std::uint32_t opposite = x.negative ^ y.negative ^ subtract;
-  __m256i sum =
-      _mm256_add_epi8(Align(x, x_shift), Apply(kConstants.complement[opposite], Align(y, y_shift)));
+  std::uint32_t lost = 0;
+  if (x_shift + y_shift > kNothingLost) [[unlikely]] {
+    if (x_shift + y_shift > kFarthest) return false;
+    lost = opposite & (LosesDigits(x, x_shift) || LosesDigits(y, y_shift) ? 1u : 0u);
+  }
+  __m256i sum = _mm256_add_epi8(Align(x, x_shift), ComplementIf(opposite, Align(y, y_shift)));
 
   const std::uint32_t generate = _mm256_cmpgt_epu8_mask(sum, Row(kConstants.nines));
   const std::uint32_t propagate = _mm256_cmpeq_epi8_mask(sum, Row(kConstants.nines));
   const std::uint64_t carries = 2 * static_cast<std::uint64_t>(generate) + propagate;
   const auto x_larger = static_cast<std::uint32_t>(carries >> 32);  // where signs are opposite
-  std::uint32_t lost = 0;
-  if (x.count + x_shift > 31 || y.count + y_shift > 31) [[unlikely]] {
-    lost = opposite & (LosesDigits(x, x_shift) || LosesDigits(y, y_shift) ? 1u : 0u);
-  }
   const std::uint32_t carry_in = (x_larger & opposite) ^ lost;
   const std::uint32_t raised = static_cast<std::uint32_t>(carries + carry_in) ^ propagate;
   sum = _mm256_mask_add_epi8(sum, raised, sum, Row(kConstants.ones));
   sum = _mm256_min_epu8(sum, _mm256_sub_epi8(sum, Row(kConstants.hundreds)));
   const std::uint32_t flip = opposite & ~x_larger;
-  sum = Apply(kConstants.complement[flip], sum);
+  sum = ComplementIf(flip, sum);
 
   std::uint32_t nonzero = _mm256_test_epi8_mask(sum, sum);
   if (nonzero == 0) [[unlikely]] {
@@ -66,14 +66,8 @@ KES_AVX512 bool Add(const Loaded& x, const Loaded& y, std::uint32_t subtract,
   }
   std::uint32_t top = 31 - static_cast<std::uint32_t>(_lzcnt_u32(nonzero));
   std::int32_t exponent = larger - 30 + static_cast<std::int32_t>(top);
-  if (exponent < 128) [[unlikely]] {
-    result = Zero();
-    return true;
-  }
   if (top >= kMaxDigits && _bzhi_u32(nonzero, top - (kMaxDigits - 1)) != 0) {
-    const std::uint32_t before = top;
-    Round(sum, nonzero, top);
-    exponent += static_cast<std::int32_t>(top - before);
+    Round(sum, nonzero, top, exponent);
   }
   result = Finish(sum, nonzero, top, exponent, x.negative ^ flip);
   return true;

@@ -11,20 +11,12 @@ constexpr void Fill(std::uint8_t (&bytes)[32], int value) {
   for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(value);
 }
 
-constexpr void Set(Coding& coding, int flip, int add) {
-  Fill(coding.flip, flip);
-  Fill(coding.add, add);
-}
-
 constexpr Constants MakeConstants() {
   Constants c = {};
   Fill(c.decode[1].flip, 0);
   Fill(c.decode[1].take, 1);
   Fill(c.decode[0].flip, 0xFF);
   Fill(c.decode[0].take, 0xFF - (kBase + 1));  // 101 - b is 255 - b less 154
-  Set(c.encode[0], 0, 1);
-  Set(c.encode[1], 0xFF, kBase + 2);
-  Set(c.complement[1], 0xFF, kBase);
   for (int i = 0; i < 64; ++i) {
     c.align[i] = static_cast<std::uint8_t>(i <= 30 ? 30 - i : 31);
     c.unalign[i] = static_cast<std::uint8_t>(31 - i);

@@ -31,12 +31,9 @@ KES_AVX512 Result RoundAndFinish(__m256i lanes, std::uint32_t top, std::int32_t 
   std::uint32_t nonzero = _mm256_test_epi8_mask(lanes, lanes);
   const std::uint32_t first = 31 - static_cast<std::uint32_t>(_lzcnt_u32(nonzero));
   exponent -= static_cast<std::int32_t>(top - first);
-  if (exponent < 128) [[unlikely]]
-    return Zero();
   top = first;
   if (top >= kMaxDigits && _bzhi_u32(nonzero, top - (kMaxDigits - 1)) != 0) {
-    Round(lanes, nonzero, top);
-    exponent += static_cast<std::int32_t>(top - first);
+    Round(lanes, nonzero, top, exponent);
   }
   return Finish(lanes, nonzero, top, exponent, negative);
 }

@@ -25,12 +25,6 @@
 
 namespace kestra::number::avx512 {
 
-// A byte operation (b ^ flip) + add in all lanes, for either value of a flag.
-struct alignas(64) Coding {
-  std::uint8_t flip[32];
-  std::uint8_t add[32];
-};
-
 // Mantissa byte to digit: (b ^ flip) less what is taken, not below 0. The terminator becomes 0, and
 // bytes that are no digit become what ReadNumber makes of them, or something above 99.
 struct alignas(128) Decoding {
@@ -40,9 +34,7 @@ struct alignas(128) Decoding {
 
 // Kept in memory, out of the compiler's sight: it would build each of them in a general register.
 struct Constants {
-  Decoding decode[2];    // [1] positive, [0] negative: the top bit of the first byte leads here
-  Coding encode[2];      // [negative]: digit to mantissa byte
-  Coding complement[2];  // [1]: digit to 99 - digit
+  Decoding decode[2];  // [1] positive, [0] negative: the top bit of the first byte leads here
   // align + s: the order of lanes that puts digit k in lane 30 - s - k; lane 31 of a number is 0.
   alignas(64) std::uint8_t align[64];
   // unalign + 31 - top: the order that brings lane top - k back to byte k.
@@ -55,8 +47,15 @@ KES_AVX512 __m256i Row(const std::uint8_t* row) noexcept {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(row));
 }
 
-KES_AVX512 __m256i Apply(const Coding& coding, __m256i bytes) noexcept {
-  return _mm256_add_epi8(_mm256_xor_si256(bytes, Row(coding.flip)), Row(coding.add));
+// Digits to their nine's complement, 99 - d, if the flag is 1.
+KES_AVX512 __m256i ComplementIf(std::uint32_t flag, __m256i digits) noexcept {
+  return _mm256_mask_sub_epi8(digits, 0 - flag, Row(kConstants.nines), digits);
+}
+
+// Digits to mantissa bytes.
+KES_AVX512 __m256i Encode(std::uint32_t negative, __m256i digits) noexcept {
+  const __m256i positive = _mm256_add_epi8(digits, Row(kConstants.ones));
+  return _mm256_mask_sub_epi8(positive, 0 - negative, Row(kConstants.terminators), positive);
 }
 
 // A pointer and a length as callers give them, made one form; size 0 when it is no length of a
@@ -101,6 +100,8 @@ KES_AVX512 bool Load(Located x, Loaded& number) noexcept {
   return wrong == 0 && first_digit != 0;
 }
 
+inline constexpr std::int32_t kLowestExponent = 128;  // as a byte of a positive number
+
 // A number to be stored: the exponent byte, and the bytes after it.
 struct Result {
   __m256i mantissa;
@@ -115,8 +116,12 @@ KES_AVX512 Result Infinity(std::uint32_t negative) noexcept {
   return {_mm256_castsi128_si256(_mm_cvtsi32_si128(101)), 2, 0xFF};
 }
 
-// Rounds the digits of lane top and below to 20 of them. May raise top by one.
-KES_AVX512 void Round(__m256i& lanes, std::uint32_t& nonzero, std::uint32_t& top) noexcept {
+// Rounds the digits of lane top and below to 20 of them. May raise top and the exponent by one, but
+// never from underflow: what is too small before rounding becomes zero.
+KES_AVX512 void Round(__m256i& lanes, std::uint32_t& nonzero, std::uint32_t& top,
+                      std::int32_t& exponent) noexcept {
+  if (exponent < kLowestExponent) [[unlikely]]
+    return;
   const std::uint32_t last = top - (kMaxDigits - 1);  // at least 1
   const std::uint32_t half_or_more = _mm256_cmpge_epu8_mask(lanes, Row(kConstants.fifties));
   const std::uint32_t kept = ~0u << last;
@@ -127,20 +132,23 @@ KES_AVX512 void Round(__m256i& lanes, std::uint32_t& nonzero, std::uint32_t& top
   lanes = _mm256_mask_add_epi8(lanes, raised, lanes, Row(kConstants.ones));
   lanes = _mm256_maskz_mov_epi8(kept & ~wrapped, lanes);
   nonzero = ((nonzero & kept) | raised) & ~wrapped;
-  top = 31 - static_cast<std::uint32_t>(_lzcnt_u32(nonzero));
+  const std::uint32_t first = 31 - static_cast<std::uint32_t>(_lzcnt_u32(nonzero));
+  exponent += static_cast<std::int32_t>(first - top);
+  top = first;
 }
 
 // Digits in reversed order, lane top (the first digit, not 0) down to lane top - 19; nonzero has
-// their non-zero lanes and no others. exponent is that of the absolute value as a byte, already
-// tested against underflow.
+// their non-zero lanes and no others. exponent is that of the absolute value as a byte, or outside
+// of one.
 KES_AVX512 Result Finish(__m256i lanes, std::uint32_t nonzero, std::uint32_t top,
                          std::int32_t exponent, std::uint32_t negative) noexcept {
-  if (exponent > 255) [[unlikely]]
-    return Infinity(negative);
+  if (static_cast<std::uint32_t>(exponent - kLowestExponent) > 127) [[unlikely]] {
+    return exponent < kLowestExponent ? Zero() : Infinity(negative);
+  }
   const std::uint32_t count = top + 1 - static_cast<std::uint32_t>(_tzcnt_u32(nonzero));
-  const __m256i mantissa = _mm256_mask_permutexvar_epi8(
-      Row(kConstants.terminators), _bzhi_u32(~0u, count), Row(kConstants.unalign + 31 - top),
-      Apply(kConstants.encode[negative], lanes));
+  const __m256i mantissa =
+      _mm256_mask_permutexvar_epi8(Row(kConstants.terminators), _bzhi_u32(~0u, count),
+                                   Row(kConstants.unalign + 31 - top), Encode(negative, lanes));
   const std::uint32_t terminator = negative & (count < kMaxDigits ? 1u : 0u);
   return {mantissa, 1 + count + terminator,
           static_cast<std::uint8_t>(static_cast<std::uint32_t>(exponent) ^ (0 - negative))};
