@@ -12,6 +12,7 @@
 #include "kestra/convert.h"
 #include "kestra/object.h"
 #include "nls/lxg_entry.h"
+#include "nls/lxg_runs.h"
 
 namespace kestra::nls {
 namespace {
@@ -32,6 +33,24 @@ void CopyBytes(Conversion& c) noexcept {
   c.full = c.in < c.in_end;
 }
 
+// The two commonest conversions into UTF-8 go to their kernel at once: for short texts the choice of
+// a path is most of the work. False: something is left for the path.
+bool RunShortCut(Conversion& c, CharsetView source) noexcept {
+  const kernels::ConvertKernels& run = kernels::GetConvertKernels();
+  if (source.id() == 2000) {
+    const std::size_t size = c.source_left() & ~std::size_t{1};
+    const kernels::Progress done = run.utf16be_to_utf8(c.in, size, c.out, c.room());
+    Advance(c, done.consumed, done.written, done.characters);
+    return done.consumed == size;
+  }
+  if (source.id() == 1 && source.ascii_runs()) {
+    const std::size_t done = run.copy_ascii(c.in, std::min(c.source_left(), c.room()), c.out);
+    Advance(c, done, done, done);
+    return c.in == c.in_end;
+  }
+  return false;
+}
+
 void RunPath(Conversion& c, const lxobject* to, const lxobject* from, convert::Markup markup,
              lxcontext* context) noexcept {
   if (IsRaw(to) || IsRaw(from)) {
@@ -40,6 +59,7 @@ void RunPath(Conversion& c, const lxobject* to, const lxobject* from, convert::M
   }
   const CharsetView source(from);
   const CharsetView destination(to);
+  if (destination.id() == 873 && markup == convert::Markup::kNone && RunShortCut(c, source)) return;
   const SetKind source_kind = convert::ResolveByteOrder(c, convert::KindOf(source));
   const SetKind destination_kind = convert::KindOf(destination);
   const convert::Path path = convert::FindPath(source_kind, destination_kind);

@@ -149,8 +149,9 @@ class Gb18030Encoder {
                                 std::size_t room) const noexcept {
     kernels::Progress done;
     for (;;) {
-      const kernels::Progress part = table_.EncodeUnits(
-          kernels, units + done.consumed, count - done.consumed, out + done.written, room);
+      const kernels::Progress part =
+          table_.EncodeUnits(kernels, units + done.consumed, count - done.consumed,
+                             out + done.written, room - done.written);
       done.consumed += part.consumed;
       done.written += part.written;
       done.characters += part.characters;

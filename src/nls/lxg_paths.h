@@ -23,7 +23,30 @@ enum class SetKind : std::uint8_t {
   kIso2022,
 };
 
-SetKind KindOf(CharsetView set) noexcept;
+inline SetKind KindOf(CharsetView set) noexcept {
+  switch (set.id()) {
+    case 871:
+      return SetKind::kUtf8Units;
+    case 872:
+      return SetKind::kUtfEbcdic;
+    case 873:
+      return SetKind::kUtf8;
+    case 1000:
+      return SetKind::kUtf16Marked;
+    case 2000:
+      return SetKind::kUtf16Be;
+    case 2002:
+      return SetKind::kUtf16Le;
+    case 854:
+      return SetKind::kGb18030;
+    default:
+      break;
+  }
+  if (set.id() >= 9994 && set.id() <= 9999) return SetKind::kIso2022;
+  if (set.class_byte() == 1) return SetKind::kStateful;
+  if ((set.flags() & nlb::charset::kMultibyteFlag) == 0) return SetKind::kSingle;
+  return set.encode_width() == 4 ? SetKind::kMultibyteWide : SetKind::kMultibyte;
+}
 
 // For a source: settles the byte order of id 1000 by its mark, which is passed over, else
 // big-endian; cuts the odd last byte off any UTF-16 source.

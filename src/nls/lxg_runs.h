@@ -12,11 +12,12 @@
 #pragma once
 
 #include "nls/kernels/convert_kernels.h"
+#include "nls/lxg_table_codec.h"
 #include "nls/lxg_unicode_codec.h"
 
 namespace kestra::nls::convert {
 
-inline constexpr std::size_t kMaxBlock = 512;  // units
+inline constexpr std::size_t kMaxBlock = 1024;  // units
 inline constexpr std::size_t kMinBlock = 16;
 inline constexpr int kSlowSteps = 8;
 
@@ -51,7 +52,8 @@ inline kernels::Progress MeasureUnits(const Decoder& decoder, const std::uint8_t
 }
 
 template <typename Decoder, typename Encoder>
-inline void ConvertText(Conversion& c, const Decoder& decoder, const Encoder& encoder) noexcept {
+inline void ConvertThroughUnits(Conversion& c, const Decoder& decoder,
+                                const Encoder& encoder) noexcept {
   if constexpr (
       !requires { &Decoder::DecodeUnits; } || !requires { &Encoder::EncodeUnits; }) {
     const bool ascii = decoder.ascii_runs() && encoder.ascii_runs();
@@ -101,37 +103,84 @@ inline void ConvertText(Conversion& c, const Decoder& decoder, const Encoder& en
   }
 }
 
-using Utf16Kernel = kernels::Progress (*)(const std::uint8_t*, std::size_t, std::uint8_t*,
-                                          std::size_t);
-
 template <typename Decoder, typename Encoder>
-inline void ConvertByKernel(Conversion& c, Utf16Kernel kernel) noexcept {
+inline void ConvertText(Conversion& c, const Decoder& decoder, const Encoder& encoder) noexcept {
+  ConvertThroughUnits(c, decoder, encoder);
+}
+
+inline constexpr std::size_t kWorthCollecting = 1024;
+
+template <typename Encoder>
+inline void ConvertText(Conversion& c, const MultibyteDecoder& decoder,
+                        const Encoder& encoder) noexcept {
+  if (c.source_left() < kWorthCollecting) {
+    ConvertThroughUnits(c, decoder, encoder);
+  } else {
+    kernels::LeadRows rows;
+    ConvertThroughUnits(c, decoder.CollectRows(rows), encoder);
+  }
+}
+
+// The pairs that have a kernel of their own.
+template <typename Kernel, typename Decoder, typename Encoder>
+inline void ConvertByKernel(Conversion& c, const Decoder& decoder, const Encoder& encoder,
+                            Kernel kernel) noexcept {
   do {
     const kernels::Progress done = kernel(c.in, c.source_left(), c.out, c.room());
     Advance(c, done.consumed, done.written, done.characters);
     if (c.in == c.in_end) return;
-  } while (ConvertFew(c, Decoder{}, Encoder{}));
+  } while (ConvertFew(c, decoder, encoder));
 }
 
-inline void ConvertText(Conversion& c, const Utf16Decoder<std::endian::big>&,
-                        const Utf8Encoder&) noexcept {
-  ConvertByKernel<Utf16Decoder<std::endian::big>, Utf8Encoder>(
-      c, kernels::GetConvertKernels().utf16be_to_utf8);
+inline void ConvertText(Conversion& c, const Utf16Decoder<std::endian::big>& decoder,
+                        const Utf8Encoder& encoder) noexcept {
+  ConvertByKernel(c, decoder, encoder, kernels::GetConvertKernels().utf16be_to_utf8);
 }
-inline void ConvertText(Conversion& c, const Utf16Decoder<std::endian::little>&,
-                        const Utf8Encoder&) noexcept {
-  ConvertByKernel<Utf16Decoder<std::endian::little>, Utf8Encoder>(
-      c, kernels::GetConvertKernels().utf16le_to_utf8);
+inline void ConvertText(Conversion& c, const Utf16Decoder<std::endian::little>& decoder,
+                        const Utf8Encoder& encoder) noexcept {
+  ConvertByKernel(c, decoder, encoder, kernels::GetConvertKernels().utf16le_to_utf8);
 }
-inline void ConvertText(Conversion& c, const Utf8Decoder&,
-                        const Utf16Encoder<std::endian::big>&) noexcept {
-  ConvertByKernel<Utf8Decoder, Utf16Encoder<std::endian::big>>(
-      c, kernels::GetConvertKernels().utf8_to_utf16be);
+inline void ConvertText(Conversion& c, const Utf8Decoder& decoder,
+                        const Utf16Encoder<std::endian::big>& encoder) noexcept {
+  ConvertByKernel(c, decoder, encoder, kernels::GetConvertKernels().utf8_to_utf16be);
 }
-inline void ConvertText(Conversion& c, const Utf8Decoder&,
-                        const Utf16Encoder<std::endian::little>&) noexcept {
-  ConvertByKernel<Utf8Decoder, Utf16Encoder<std::endian::little>>(
-      c, kernels::GetConvertKernels().utf8_to_utf16le);
+inline void ConvertText(Conversion& c, const Utf8Decoder& decoder,
+                        const Utf16Encoder<std::endian::little>& encoder) noexcept {
+  ConvertByKernel(c, decoder, encoder, kernels::GetConvertKernels().utf8_to_utf16le);
+}
+inline void ConvertText(Conversion& c, const SingleDecoder& decoder,
+                        const Utf8Encoder& encoder) noexcept {
+  const kernels::ConvertKernels& run = kernels::GetConvertKernels();
+  ConvertByKernel(c, decoder, encoder, [&](const auto* in, auto size, auto* out, auto room) {
+    const std::size_t most = size < room ? size : room;
+    kernels::Progress done;
+    if (decoder.ascii_runs()) {
+      done.consumed = done.written = done.characters = run.copy_ascii(in, most, out);
+      if (done.consumed == size) return done;
+    }
+    const kernels::Progress rest =
+        run.single_to_utf8(decoder.code_points(), decoder.ascii_runs(), in + done.consumed,
+                           size - done.consumed, out + done.written, room - done.written);
+    return kernels::Progress{done.consumed + rest.consumed, done.written + rest.written,
+                             done.characters + rest.characters};
+  });
+}
+inline void ConvertText(Conversion& c, const Utf8Decoder& decoder,
+                        const TableEncoder<1>& encoder) noexcept {
+  const kernels::ConvertKernels& run = kernels::GetConvertKernels();
+  ConvertByKernel(c, decoder, encoder, [&](const auto* in, auto size, auto* out, auto room) {
+    const std::size_t most = size < room ? size : room;
+    kernels::Progress done;
+    if (encoder.ascii_runs()) {
+      done.consumed = done.written = done.characters = run.copy_ascii(in, most, out);
+      if (done.consumed == size) return done;
+    }
+    const kernels::Progress rest =
+        run.utf8_to_single(encoder.bytes_table(), encoder.ascii_runs(), in + done.consumed,
+                           size - done.consumed, out + done.written, room - done.written);
+    return kernels::Progress{done.consumed + rest.consumed, done.written + rest.written,
+                             done.characters + rest.characters};
+  });
 }
 
 }  // namespace kestra::nls::convert

@@ -33,6 +33,7 @@ class SingleDecoder {
         kernels.single_to_units(code_points_, in, size < room ? size : room, units);
     return {done, done, done};
   }
+  const std::uint16_t* code_points() const noexcept { return code_points_; }
 
  private:
   const std::uint16_t* code_points_;
@@ -53,10 +54,21 @@ class MultibyteDecoder {
         static_cast<std::uint32_t>(set.table_size(nlb::charset::kDecodeTable) / (wide ? 4u : 2u));
     table_.wide = wide;
     table_.ascii = set.ascii_runs();
+    table_.longer = set.max_bytes() > 2;
     if (set.table_size(nlb::charset::kLeadTable) >= 512) {
       table_.row_count = static_cast<std::uint32_t>(set.table_size(nlb::charset::kRowTable) /
                                                     nlb::charset::kRowSize);
     }
+  }
+
+  // The same decoder with its rows collected, which pays for longer texts; rows outlives it.
+  MultibyteDecoder CollectRows(kernels::LeadRows& rows) const noexcept {
+    MultibyteDecoder decoder = *this;
+    if (table_.row_count != 0) {
+      CollectLeadRows(table_, rows);
+      decoder.table_.lead_rows = &rows;
+    }
+    return decoder;
   }
 
   bool ascii_runs() const noexcept { return table_.ascii; }
@@ -101,28 +113,30 @@ class MultibyteDecoder {
 
  private:
   kernels::MultibyteDecodeTable table_{};
+};  // gains the rows, and nothing else
+  mutable kernels::LeadRows lead_rows_;
 };
 
 // Both kinds of sets; kWidth is the number of bytes of a cell.
 template <std::uint32_t kWidth>
 class TableEncoder {
  public:
-  explicit TableEncoder(CharsetView set) noexcept
-      : index_(set.table(nlb::charset::kEncodeIndex)),
-        cells_(set.table(nlb::charset::kEncodeTable)),
-        index_size_(set.encode_index_size()),
-        block_count_(static_cast<std::uint32_t>(set.table_size(nlb::charset::kEncodeTable) /
-                                                (nlb::charset::kBlockSize * kWidth))),
-        maps_nul_(set.maps_nul()),
-        ascii_(set.ascii_runs()) {
-    if (index_size_ > set.table_size(nlb::charset::kEncodeIndex) / 2) index_size_ = 0;
+  explicit TableEncoder(CharsetView set) noexcept : maps_nul_(set.maps_nul()) {
+    table_.index = set.table(nlb::charset::kEncodeIndex);
+    table_.cells = set.table(nlb::charset::kEncodeTable);
+    table_.index_size = set.encode_index_size();
+    table_.block_count = static_cast<std::uint32_t>(set.table_size(nlb::charset::kEncodeTable) /
+                                                    (nlb::charset::kBlockSize * kWidth));
+    table_.width = kWidth;
+    table_.ascii = set.ascii_runs();
+    if (table_.index_size > set.table_size(nlb::charset::kEncodeIndex) / 2) table_.index_size = 0;
     const std::uint32_t length = set.replacement_length();
     replacement_.length = length >= 1 && length <= 4 ? length : 1;
     std::memcpy(&replacement_.bytes, set.replacement(), replacement_.length);
   }
 
-  bool ascii_runs() const noexcept { return ascii_; }
-  static constexpr std::size_t kUnitSize = kWidth;
+  bool ascii_runs() const noexcept { return table_.ascii; }
+  Encoded replacement() const noexcept { return replacement_; }
 
   Encoded Encode(std::uint32_t code_point) const noexcept {
     const std::uint32_t number = Find(code_point);
@@ -135,77 +149,36 @@ class TableEncoder {
     const auto leading = static_cast<std::uint32_t>(__builtin_clz(number)) & ~7u;
     return {__builtin_bswap32(number << leading), 4 - leading / 8};
   }
-  Encoded replacement() const noexcept { return replacement_; }
 
-  // Room for kUnitSize bytes a unit and 4 more.
+  static constexpr std::size_t kUnitSize = kWidth;
+
   kernels::Progress EncodeUnits(const kernels::ConvertKernels& kernels, const std::uint16_t* units,
-                                std::size_t count, std::uint8_t* out, std::size_t) const noexcept {
+                                std::size_t count, std::uint8_t* out,
+                                std::size_t room) const noexcept {
     if constexpr (kWidth == 1) {
-      const kernels::ByteEncodeTable table{index_, cells_, index_size_, block_count_, maps_nul_};
-      const std::size_t done = kernels.units_to_single(table, units, count, out);
+      const std::size_t done = kernels.units_to_single(bytes_table(), units, count, out);
       return {done, done, done};
     } else {
-      const TableEncoder table = *this;  // a copy that the stores cannot change
-      std::uint8_t* q = out;
-      std::size_t i = 0;
-      while (i < count) {
-        // Runs of ASCII pay only when they are long; single letters go through the table.
-        if (table.ascii_ && count - i >= 8 &&
-            ((LoadAt<std::uint64_t>(units + i, 0) | LoadAt<std::uint64_t>(units + i, 8)) &
-             0xFF80FF80FF80FF80) == 0) {
-          const std::size_t run = kernels.narrow_ascii(units + i, count - i, q);
-          i += run;
-          q += run;
-          continue;
-        }
-        const std::size_t stop = count - i < 8 ? count : i + 8;
-        for (; i < stop; ++i) {
-          const std::uint32_t number = table.Find(units[i]);
-          if (number == 0) [[unlikely]]
-            return {i, static_cast<std::size_t>(q - out), i};
-          q += StoreNumber(q, number);
-        }
-      }
-      return {i, static_cast<std::size_t>(q - out), i};
+      return kernels.units_to_multibyte(table_, units, count, out, room);
     }
+  }
+
+  kernels::ByteEncodeTable bytes_table() const noexcept {
+    return {table_.index, table_.cells, table_.index_size, table_.block_count, maps_nul_};
   }
 
  private:
-  // The cell of a code point: the bytes as one number, 0 for none (and for the byte 00).
+  // The bytes as one number, 0 for none (and for the byte 00).
   std::uint32_t Find(std::uint32_t code_point) const noexcept {
-    const std::uint32_t slot = code_point >> nlb::charset::kBlockShift;
-    if (slot >= index_size_) return 0;
-    const std::uint32_t block = Load16(index_, std::size_t{2} * slot);
-    if (block >= block_count_) return 0;
-    const std::size_t cell = std::size_t{block} * nlb::charset::kBlockSize +
-                             (code_point & (nlb::charset::kBlockSize - 1));
-    if constexpr (kWidth == 1) return cells_[cell];
-    if constexpr (kWidth == 2) return Load16(cells_, 2 * cell);
-    return Load32(cells_, 4 * cell);
-  }
-
-  // Writes the bytes of a number, and up to kWidth in all; returns how many count.
-  static std::size_t StoreNumber(std::uint8_t* out, std::uint32_t number) noexcept {
-    if constexpr (kWidth == 2) {
-      const std::uint32_t two = number >> 8 != 0 ? 1 : 0;
-      const auto bytes = static_cast<std::uint16_t>(
-          __builtin_bswap16(static_cast<std::uint16_t>(number << (8 - 8 * two))));
-      std::memcpy(out, &bytes, sizeof bytes);
-      return 1 + two;
+    if constexpr (kWidth == 1) {
+      return FindByteCell(bytes_table(), code_point);
     } else {
-      const auto leading = static_cast<std::uint32_t>(__builtin_clz(number)) & ~7u;
-      const std::uint32_t bytes = __builtin_bswap32(number << leading);
-      std::memcpy(out, &bytes, sizeof bytes);
-      return 4 - leading / 8;
+      return FindEncodeCell(table_, code_point);
     }
   }
 
-  const std::uint8_t* index_;
-  const std::uint8_t* cells_;
-  std::uint32_t index_size_;
-  std::uint32_t block_count_;
+  kernels::MultibyteEncodeTable table_{};
   bool maps_nul_;
-  bool ascii_;
   Encoded replacement_;
 };
 

@@ -7,6 +7,7 @@
 // GCC 12 takes the undefined vectors inside its own headers for uninitialized variables.
 #if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #endif
 #include <immintrin.h>
 
@@ -54,6 +55,10 @@ KES_AVX512 inline __m512i ByteNumbers() noexcept {
                           0x0F0E0D0C0B0A0908, 0x0706050403020100);
 }
 
+KES_AVX512 inline __m512i WordNumbers() noexcept {
+  return _mm512_cvtepu8_epi16(_mm512_castsi512_si256(ByteNumbers()));
+}
+
 // Writes the first `size` bytes of a vector into a room that holds at least that many.
 KES_AVX512 inline void Store(std::uint8_t* out, std::size_t room, __m512i bytes,
                              std::size_t size) noexcept {
@@ -74,7 +79,71 @@ KES_AVX512 inline __m512i SwapUnits(__m512i units) noexcept {
 KES_AVX512 inline __m512i OneBack() noexcept { return _mm512_sub_epi8(ByteNumbers(), Bytes(1)); }
 KES_AVX512 inline __m512i TwoBack() noexcept { return _mm512_sub_epi8(ByteNumbers(), Bytes(2)); }
 
+// Up to 64 bytes of UTF-8, classified: one bit for each byte.
+struct Utf8Block {
+  __m512i bytes;
+  std::uint64_t trail;     // continues a character
+  std::uint64_t expected;  // should
+  std::uint64_t lead3_up;  // begins a character of three or four bytes
+  std::uint64_t lead4_up;  // of four
+  std::size_t consumed;    // whole, well-formed characters from the start, in bytes
+  bool last;               // a malformed one follows
+};
+
+KES_AVX512 inline Utf8Block LoadUtf8Block(const std::uint8_t* p, std::size_t left) noexcept {
+  Utf8Block block;
+  const std::size_t count = left < 64 ? left : 64;
+  const std::uint64_t mask = FirstBits(count);
+  const __m512i bytes = _mm512_maskz_loadu_epi8(mask, p);
+  const std::uint64_t not_ascii = _mm512_movepi8_mask(bytes);
+  const std::uint64_t lead = _mm512_cmpge_epu8_mask(bytes, Bytes(0xC2));
+  const std::uint64_t lead3_up = _mm512_cmpge_epu8_mask(bytes, Bytes(0xE0));
+  const std::uint64_t lead4_up = _mm512_cmpge_epu8_mask(bytes, Bytes(0xF0));
+  const std::uint64_t trail = _mm512_cmplt_epi8_mask(bytes, Bytes(0xC0));
+  const std::uint64_t expected = lead << 1 | lead3_up << 2 | lead4_up << 3;
+  // What may not stand where it does; C0 and C1 are neither lead nor trail.
+  std::uint64_t bad = (not_ascii & ~lead & ~trail) | (trail ^ expected);
+  if (lead3_up != 0) {
+    const std::uint64_t from_a0 = _mm512_cmpge_epu8_mask(bytes, Bytes(0xA0));
+    const std::uint64_t e0 = _mm512_cmpeq_epi8_mask(bytes, Bytes(0xE0));
+    const std::uint64_t ed = _mm512_cmpeq_epi8_mask(bytes, Bytes(0xED));
+    bad |= (e0 << 1 & ~from_a0) | (ed << 1 & from_a0);
+    if (lead4_up != 0) {
+      const std::uint64_t from_90 = _mm512_cmpge_epu8_mask(bytes, Bytes(0x90));
+      const std::uint64_t f0 = _mm512_cmpeq_epi8_mask(bytes, Bytes(0xF0));
+      const std::uint64_t f4 = _mm512_cmpeq_epi8_mask(bytes, Bytes(0xF4));
+      bad |= _mm512_cmpge_epu8_mask(bytes, Bytes(0xF5));
+      bad |= (f0 << 1 & ~from_90) | (f4 << 1 & from_90);
+    }
+  }
+  // A last character that reaches past the bytes at hand begins the next step.
+  const std::uint64_t cut =
+      (lead & ~(mask >> 1)) | (lead3_up & ~(mask >> 2)) | (lead4_up & ~(mask >> 3));
+  std::size_t consumed = cut == 0 ? count : static_cast<std::size_t>(_tzcnt_u64(cut));
+  bad &= FirstBits(consumed + 1);
+  block.last = bad != 0;
+  if (bad != 0) [[unlikely]] {
+    // The first bad byte either should have continued a character, which then is bad as a whole,
+    // or stands between characters.
+    consumed = static_cast<std::size_t>(_tzcnt_u64(bad));
+    if ((expected >> consumed & 1) != 0) {
+      consumed = 63 - static_cast<std::size_t>(_lzcnt_u64(lead & FirstBits(consumed)));
+    }
+  }
+  block.bytes = bytes;
+  block.trail = trail;
+  block.expected = expected;
+  block.lead3_up = lead3_up;
+  block.lead4_up = lead4_up;
+  block.consumed = consumed;
+  return block;
+}
+
 // The kernels, by file.
+// convert_avx512.cc
+std::size_t CopyAscii(const std::uint8_t* in, std::size_t size, std::uint8_t* out) noexcept;
+std::size_t WidenAscii(const std::uint8_t* in, std::size_t size, std::uint16_t* out) noexcept;
+std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count, std::uint8_t* out) noexcept;
 // convert_avx512_unicode.cc
 Progress Utf16BeToUtf8(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
                        std::size_t room) noexcept;
@@ -91,8 +160,14 @@ std::size_t SingleToUnits(const std::uint16_t* code_points, const std::uint8_t* 
                           std::size_t size, std::uint16_t* out) noexcept;
 std::size_t UnitsToSingle(const ByteEncodeTable& table, const std::uint16_t* in, std::size_t count,
                           std::uint8_t* out) noexcept;
+Progress SingleToUtf8(const std::uint16_t* code_points, bool ascii, const std::uint8_t* in,
+                      std::size_t size, std::uint8_t* out, std::size_t room) noexcept;
+Progress Utf8ToSingle(const ByteEncodeTable& table, bool ascii, const std::uint8_t* in,
+                      std::size_t size, std::uint8_t* out, std::size_t room) noexcept;
 // convert_avx512_multibyte.cc
 Progress MultibyteToUnits(const MultibyteDecodeTable& table, const std::uint8_t* in,
                           std::size_t size, std::uint16_t* out, std::size_t room) noexcept;
+Progress UnitsToMultibyte(const MultibyteEncodeTable& table, const std::uint16_t* in,
+                          std::size_t count, std::uint8_t* out, std::size_t room) noexcept;
 
 }  // namespace kestra::nls::kernels::avx512

@@ -6,8 +6,6 @@
 #include "nls/kernels/avx512.h"
 
 namespace kestra::nls::kernels::avx512 {
-namespace {
-
 KES_AVX512 std::size_t CopyAscii(const std::uint8_t* in, std::size_t size,
                                  std::uint8_t* out) noexcept {
   std::size_t i = 0;
@@ -69,15 +67,16 @@ KES_AVX512 std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count,
   return count;
 }
 
-}  // namespace
 }  // namespace kestra::nls::kernels::avx512
 
 namespace kestra::nls::kernels {
 
 constinit const ConvertKernels kAvx512ConvertKernels = {
-    avx512::CopyAscii,      avx512::WidenAscii,    avx512::NarrowAscii,   avx512::Utf16BeToUtf8,
-    avx512::Utf16LeToUtf8,  avx512::Utf8ToUtf16Be, avx512::Utf8ToUtf16Le, avx512::Utf16BeToUnits,
-    avx512::Utf16LeToUnits, avx512::SingleToUnits, avx512::UnitsToSingle, avx512::MultibyteToUnits,
+    avx512::CopyAscii,     avx512::WidenAscii,       avx512::NarrowAscii,
+    avx512::Utf16BeToUtf8, avx512::Utf16LeToUtf8,    avx512::Utf8ToUtf16Be,
+    avx512::Utf8ToUtf16Le, avx512::Utf16BeToUnits,   avx512::Utf16LeToUnits,
+    avx512::SingleToUnits, avx512::UnitsToSingle,    avx512::SingleToUtf8,
+    avx512::Utf8ToSingle,  avx512::MultibyteToUnits, avx512::UnitsToMultibyte,
 };
 
 }  // namespace kestra::nls::kernels

@@ -179,46 +179,15 @@ KES_AVX512 inline Progress Utf8ToUtf16(const std::uint8_t* in, std::size_t size,
     }
     const auto left = static_cast<std::size_t>(end - p);
     if (left == 0) break;
-    const std::size_t count = left < 64 ? left : 64;
-    const std::uint64_t mask = FirstBits(count);
-    const __m512i bytes = _mm512_maskz_loadu_epi8(mask, p);
-    const std::uint64_t not_ascii = _mm512_movepi8_mask(bytes);
-    const std::uint64_t lead = _mm512_cmpge_epu8_mask(bytes, Bytes(0xC2));
-    const std::uint64_t lead3_up = _mm512_cmpge_epu8_mask(bytes, Bytes(0xE0));
-    const std::uint64_t lead4_up = _mm512_cmpge_epu8_mask(bytes, Bytes(0xF0));
-    const std::uint64_t trail = _mm512_cmplt_epi8_mask(bytes, Bytes(0xC0));
-    // What may not stand where it does; C0 and C1 are neither lead nor trail.
-    const std::uint64_t expected = lead << 1 | lead3_up << 2 | lead4_up << 3;
-    std::uint64_t bad = (not_ascii & ~lead & ~trail) | (trail ^ expected);
-    if (lead3_up != 0) {
-      const std::uint64_t from_a0 = _mm512_cmpge_epu8_mask(bytes, Bytes(0xA0));
-      const std::uint64_t e0 = _mm512_cmpeq_epi8_mask(bytes, Bytes(0xE0));
-      const std::uint64_t ed = _mm512_cmpeq_epi8_mask(bytes, Bytes(0xED));
-      bad |= (e0 << 1 & ~from_a0) | (ed << 1 & from_a0);
-      if (lead4_up != 0) {
-        const std::uint64_t from_90 = _mm512_cmpge_epu8_mask(bytes, Bytes(0x90));
-        const std::uint64_t f0 = _mm512_cmpeq_epi8_mask(bytes, Bytes(0xF0));
-        const std::uint64_t f4 = _mm512_cmpeq_epi8_mask(bytes, Bytes(0xF4));
-        bad |= _mm512_cmpge_epu8_mask(bytes, Bytes(0xF5));
-        bad |= (f0 << 1 & ~from_90) | (f4 << 1 & from_90);
-      }
-    }
-    // A last character that reaches past the bytes at hand begins the next step.
-    const std::uint64_t cut =
-        (lead & ~(mask >> 1)) | (lead3_up & ~(mask >> 2)) | (lead4_up & ~(mask >> 3));
-    std::size_t consumed = cut == 0 ? count : static_cast<std::size_t>(_tzcnt_u64(cut));
-    bool last = false;
-    bad &= FirstBits(consumed + 1);
-    if (bad != 0) [[unlikely]] {
-      // The first bad byte either should have continued a character, which then is bad as a whole,
-      // or stands between characters.
-      consumed = static_cast<std::size_t>(_tzcnt_u64(bad));
-      if ((expected >> consumed & 1) != 0) {
-        consumed = 63 - static_cast<std::size_t>(_lzcnt_u64(lead & FirstBits(consumed)));
-      }
-      last = true;
-    }
+    const Utf8Block block = LoadUtf8Block(p, left);
+    std::size_t consumed = block.consumed;
     if (consumed == 0) break;
+    bool last = block.last;
+    const __m512i bytes = block.bytes;
+    const std::uint64_t lead3_up = block.lead3_up;
+    const std::uint64_t lead4_up = block.lead4_up;
+    const std::uint64_t trail = block.trail;
+    const std::uint64_t expected = block.expected;
     const std::uint64_t inside = FirstBits(consumed);
     // A unit is made at the last byte of each character; of a character of four bytes also at the
     // third, which makes the high surrogate.

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/os/cpu.h"
 #include "nls/object_view.h"
 
 namespace kestra::nls::kernels {
@@ -32,6 +33,21 @@ struct ByteEncodeTable {
   bool maps_nul;
 };
 
+inline std::uint32_t FindByteCell(const ByteEncodeTable& table, std::uint32_t code_point) noexcept {
+  const std::uint32_t slot = code_point >> 6;
+  if (slot >= table.index_size) return 0;
+  const std::uint32_t block = LoadAt<std::uint16_t>(table.index, std::size_t{2} * slot);
+  return block < table.block_count ? table.cells[std::size_t{block} * 64 + (code_point & 63)] : 0u;
+}
+
+// The rows of the first bytes 80..FF, collected for long texts: the cell of the first trail byte,
+// that byte, and the number of trail bytes (0: no row).
+struct LeadRows {
+  std::uint32_t cell[128];
+  std::uint8_t first[128];
+  std::uint8_t count[128];
+};
+
 // The tables of a multibyte source.
 struct MultibyteDecodeTable {
   const std::uint16_t* code_points;  // by byte, FFFF: not a character by itself
@@ -41,8 +57,10 @@ struct MultibyteDecodeTable {
   const std::uint8_t* cells;
   std::uint32_t row_count;  // 0 also when the leads are missing
   std::uint32_t cell_count;
-  bool wide;   // cells of four bytes, else of two
-  bool ascii;  // bytes below 80 are ASCII
+  bool wide;                  // cells of four bytes, else of two
+  bool ascii;                 // bytes below 80 are ASCII
+  bool longer;                // there are characters of more than two bytes
+  const LeadRows* lead_rows;  // null: not collected
 };
 
 // Number of the cell that a trail byte chooses in a row; kNoCell: none.
@@ -58,6 +76,41 @@ inline std::uint32_t FindRowCell(const MultibyteDecodeTable& table, std::uint32_
 inline std::uint32_t LoadCell(const MultibyteDecodeTable& table, std::uint32_t cell) noexcept {
   return table.wide ? LoadAt<std::uint32_t>(table.cells, std::size_t{4} * cell)
                     : LoadAt<std::uint16_t>(table.cells, std::size_t{2} * cell);
+}
+
+// The tables of a multibyte destination: cells of width bytes, a character's bytes as one number.
+struct MultibyteEncodeTable {
+  const std::uint8_t* index;
+  const std::uint8_t* cells;
+  std::uint32_t index_size;
+  std::uint32_t block_count;
+  std::uint32_t width;  // 2 or 4
+  bool ascii;
+};
+
+// The cell of a code point; 0 for none, and for U+0000.
+inline std::uint32_t FindEncodeCell(const MultibyteEncodeTable& table,
+                                    std::uint32_t code_point) noexcept {
+  const std::uint32_t slot = code_point >> 6;
+  if (slot >= table.index_size) return 0;
+  const std::uint32_t block = LoadAt<std::uint16_t>(table.index, std::size_t{2} * slot);
+  if (block >= table.block_count) return 0;
+  const std::size_t cell = std::size_t{block} * 64 + (code_point & 63);
+  return table.width == 2 ? LoadAt<std::uint16_t>(table.cells, 2 * cell)
+                          : LoadAt<std::uint32_t>(table.cells, 4 * cell);
+}
+
+inline void CollectLeadRows(const MultibyteDecodeTable& table, LeadRows& rows) noexcept {
+  for (std::size_t i = 0; i < 128; ++i) {
+    const std::uint32_t row = LoadAt<std::uint16_t>(table.leads, 2 * (i + 128)) - 1u;
+    rows.cell[i] = rows.first[i] = rows.count[i] = 0;
+    if (row >= table.row_count) continue;
+    const std::uint8_t* entry = table.rows + std::size_t{8} * row;
+    if (entry[0] > entry[1]) continue;
+    rows.cell[i] = LoadAt<std::uint32_t>(entry, 4);
+    rows.first[i] = entry[0];
+    rows.count[i] = static_cast<std::uint8_t>(entry[1] - entry[0] + 1);
+  }
 }
 
 // Text in, text out; sizes and rooms in bytes.
@@ -86,17 +139,32 @@ struct ConvertKernels {
   // Units to as many bytes.
   std::size_t (*units_to_single)(const ByteEncodeTable& table, const std::uint16_t* in,
                                  std::size_t count, std::uint8_t* out) noexcept;
+  // Single-byte text straight to UTF-8 and back; ascii: bytes below 80 are ASCII.
+  Progress (*single_to_utf8)(const std::uint16_t* code_points, bool ascii, const std::uint8_t* in,
+                             std::size_t size, std::uint8_t* out, std::size_t room) noexcept;
+  Progress (*utf8_to_single)(const ByteEncodeTable& table, bool ascii, const std::uint8_t* in,
+                             std::size_t size, std::uint8_t* out, std::size_t room) noexcept;
   // One- and two-byte characters of the basic plane.
   Progress (*multibyte_to_units)(const MultibyteDecodeTable& table, const std::uint8_t* in,
                                  std::size_t size, std::uint16_t* out, std::size_t room) noexcept;
+  // The room, in bytes, is at least table.width for each unit.
+  Progress (*units_to_multibyte)(const MultibyteEncodeTable& table, const std::uint16_t* in,
+                                 std::size_t count, std::uint8_t* out, std::size_t room) noexcept;
 };
 
 extern const ConvertKernels kScalarConvertKernels;
 #if defined(__x86_64__) && defined(__GNUC__)
 extern const ConvertKernels kAvx512ConvertKernels;
+inline const ConvertKernels* const kConvertKernels[] = {
+    &kScalarConvertKernels, &kScalarConvertKernels, &kAvx512ConvertKernels};
+#else
+inline const ConvertKernels* const kConvertKernels[] = {
+    &kScalarConvertKernels, &kScalarConvertKernels, &kScalarConvertKernels};
 #endif
 
-// Those of the processor's level (core/os/cpu.h).
-const ConvertKernels& GetConvertKernels() noexcept;
+// Those of the processor's level.
+inline const ConvertKernels& GetConvertKernels() noexcept {
+  return *kConvertKernels[static_cast<int>(os::GetCpuLevel())];
+}
 
 }  // namespace kestra::nls::kernels

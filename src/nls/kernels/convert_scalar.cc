@@ -2,7 +2,6 @@
 #include <bit>
 #include <cstring>
 
-#include "core/os/cpu.h"
 #include "nls/kernels/convert_kernels.h"
 #include "nls/lxg_unicode_codec.h"
 
@@ -160,15 +159,39 @@ std::size_t UnitsToSingle(const ByteEncodeTable& table, const std::uint16_t* in,
                           std::uint8_t* out) noexcept {
   for (std::size_t i = 0; i < count; ++i) {
     const std::uint32_t unit = in[i];
-    const std::uint32_t slot = unit >> 6;
-    if (slot >= table.index_size) return i;
-    std::uint16_t block;
-    std::memcpy(&block, table.index + std::size_t{2} * slot, sizeof block);
-    if (block >= table.block_count) return i;
-    out[i] = table.cells[std::size_t{block} * 64 + (unit & 63)];
+    out[i] = static_cast<std::uint8_t>(FindByteCell(table, unit));
     if (out[i] == 0 && (unit != 0 || !table.maps_nul)) return i;
   }
   return count;
+}
+
+Progress SingleToUtf8(const std::uint16_t* code_points, bool, const std::uint8_t* in,
+                      std::size_t size, std::uint8_t* out, std::size_t room) noexcept {
+  std::size_t i = 0;
+  std::size_t written = 0;
+  for (; i < size && room - written >= kStoreSize; ++i) {
+    const std::uint32_t code_point = code_points[in[i]];
+    if (code_point >= kReplacementCharacter || convert::IsSurrogate(code_point)) break;
+    const convert::Encoded encoded = convert::Utf8Encoder::EncodeUnit(code_point);
+    std::memcpy(out + written, &encoded.bytes, kStoreSize);
+    written += encoded.length;
+  }
+  return {i, written, i};
+}
+
+Progress Utf8ToSingle(const ByteEncodeTable& table, bool, const std::uint8_t* in, std::size_t size,
+                      std::uint8_t* out, std::size_t room) noexcept {
+  std::size_t at = 0;
+  std::size_t made = 0;
+  while (at < size && made < room) {
+    const Decoded character = convert::Utf8Decoder{}.Next(in + at, in + size);
+    if (character.code_point == 0 || character.code_point >= kReplacementCharacter) break;
+    const std::uint32_t byte = FindByteCell(table, character.code_point);
+    if (byte == 0) break;
+    out[made++] = static_cast<std::uint8_t>(byte);
+    at += character.length;
+  }
+  return {at, made, made};
 }
 
 Progress MultibyteToUnits(const MultibyteDecodeTable& table, const std::uint8_t* in,
@@ -195,6 +218,50 @@ Progress MultibyteToUnits(const MultibyteDecodeTable& table, const std::uint8_t*
   return {at, made, made};
 }
 
+template <std::uint32_t kWidth>
+Progress UnitsToWidth(MultibyteEncodeTable table, const std::uint16_t* in, std::size_t count,
+                      std::uint8_t* out) noexcept {
+  table.width = kWidth;  // by value: stores to out cannot change it
+  std::uint8_t* q = out;
+  std::size_t i = 0;
+  while (i < count) {
+    // Runs of ASCII pay only when they are long; single letters go through the table.
+    if (table.ascii && count - i >= 8 &&
+        ((LoadWord(in + i) | LoadWord(in + i + 4)) & 0xFF80FF80FF80FF80) == 0) {
+      const std::size_t run = NarrowAscii(in + i, count - i, q);
+      i += run;
+      q += run;
+      continue;
+    }
+    const std::size_t stop = count - i < 8 ? count : i + 8;
+    for (; i < stop; ++i) {
+      const std::uint32_t number = FindEncodeCell(table, in[i]);
+      if (number == 0) [[unlikely]]
+        return {i, static_cast<std::size_t>(q - out), i};
+      // The first byte is the highest of the number; what lies behind the last is overwritten.
+      if constexpr (kWidth == 2) {
+        const std::uint32_t two = number >> 8 != 0 ? 1 : 0;
+        const std::uint16_t bytes =
+            __builtin_bswap16(static_cast<std::uint16_t>(number << (8 - 8 * two)));
+        std::memcpy(q, &bytes, sizeof bytes);
+        q += 1 + two;
+      } else {
+        const auto leading = static_cast<std::uint32_t>(__builtin_clz(number)) & ~7u;
+        const std::uint32_t bytes = __builtin_bswap32(number << leading);
+        std::memcpy(q, &bytes, sizeof bytes);
+        q += 4 - leading / 8;
+      }
+    }
+  }
+  return {i, static_cast<std::size_t>(q - out), i};
+}
+
+Progress UnitsToMultibyte(const MultibyteEncodeTable& table, const std::uint16_t* in,
+                          std::size_t count, std::uint8_t* out, std::size_t) noexcept {
+  return table.width == 2 ? UnitsToWidth<2>(table, in, count, out)
+                          : UnitsToWidth<4>(table, in, count, out);
+}
+
 }  // namespace
 
 constinit const ConvertKernels kScalarConvertKernels = {
@@ -209,14 +276,10 @@ constinit const ConvertKernels kScalarConvertKernels = {
     Utf16ToUnits<std::endian::little>,
     SingleToUnits,
     UnitsToSingle,
+    SingleToUtf8,
+    Utf8ToSingle,
     MultibyteToUnits,
+    UnitsToMultibyte,
 };
-
-const ConvertKernels& GetConvertKernels() noexcept {
-#if defined(__x86_64__) && defined(__GNUC__)
-  if (os::GetCpuLevel() == os::CpuLevel::kAvx512) return kAvx512ConvertKernels;
-#endif
-  return kScalarConvertKernels;
-}
 
 }  // namespace kestra::nls::kernels
