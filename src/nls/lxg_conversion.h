@@ -49,7 +49,7 @@ struct Conversion {
   bool more = false;  // KES_CONVERT_MORE
   bool full = false;  // the next character did not fit
   bool unavailable = false;
-  std::uint32_t shift_in = 0;   // states of the sets that have one, 0 at the start of a text
+  std::uint32_t shift_in = 0;  // states of the sets that have one, 0 at the start of a text
   std::uint32_t shift_out = 0;
   bool produced_replacement = false;
   std::uint64_t first_replaced = UINT64_MAX;

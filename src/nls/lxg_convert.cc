@@ -33,8 +33,8 @@ void CopyBytes(Conversion& c) noexcept {
   c.full = c.in < c.in_end;
 }
 
-// The two commonest conversions into UTF-8 go to their kernel at once: for short texts the choice of
-// a path is most of the work. False: something is left for the path.
+// The two commonest conversions into UTF-8 go to their kernel at once: for short texts the choice
+// of a path is most of the work. False: something is left for the path.
 bool RunShortCut(Conversion& c, CharsetView source) noexcept {
   const kernels::ConvertKernels& run = kernels::GetConvertKernels();
   if (source.id() == 2000) {

@@ -113,8 +113,6 @@ class MultibyteDecoder {
 
  private:
   kernels::MultibyteDecodeTable table_{};
-};  // gains the rows, and nothing else
-  mutable kernels::LeadRows lead_rows_;
 };
 
 // Both kinds of sets; kWidth is the number of bytes of a cell.
