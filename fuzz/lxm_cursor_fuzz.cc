@@ -1,0 +1,88 @@
+// Walking and classifying any text in any set: the cursor reaches the end, stays inside, and agrees
+// with itself.
+//
+// Input: set, options, then the text. Laws: every step advances by what it returns, or by one byte
+// when it returns 0; the classes nest (a digit is alphanumeric, what is graphic is printable ...).
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "kestra/charset.h"
+
+namespace {
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+struct Handles {
+  lxcontext context;
+  std::vector<lxhandle> handles;
+};
+
+Handles& AllHandles() {
+  static Handles all;
+  if (!all.handles.empty()) return all;
+  setenv("KESTRA_HOME", KESTRA_BUILD_DIR "/home", 1);
+  std::uint32_t error = 0;
+  lxinitc(&all.context, lxlinit(nullptr, 0, &error), nullptr, 0);
+  Require(error == 0);
+  lxhandle handle;
+  Require(lxhLaToId(nullptr, 0, &handle, 0, &all.context) != nullptr);
+  for (std::uint32_t id = 1; id < 10000; ++id) {
+    if (id != 1000 && id != 2002 && lxhid2name(KES_ITEM_CHARSET, id, &all.context) == nullptr) {
+      continue;
+    }
+    Require(lxpcset(id, &handle, &all.context) == 1);
+    all.handles.push_back(handle);
+  }
+  return all;
+}
+
+void CheckClasses(const lxcursor& cursor, lxcontext* context) {
+  const bool letter = lxmalpx(&cursor, context) != 0;
+  const bool digit = lxmdigx(&cursor, context) != 0;
+  const bool graphic = lxmgrax(&cursor, context) != 0;
+  const bool printable = lxmprix(&cursor, context) != 0;
+  Require((lxmalnx(&cursor, context) != 0) == (letter || digit));
+  Require(!letter || graphic);
+  Require(!digit || graphic);
+  Require(lxmpunx(&cursor, context) == 0 || graphic);
+  Require(!graphic || printable);
+  Require(lxmcntx(&cursor, context) == 0 || !graphic);
+  lxmuppx(&cursor, context);
+  lxmlowx(&cursor, context);
+  lxmspax(&cursor, context);
+  lxmxdix(&cursor, context);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 2) return 0;
+  Handles& all = AllHandles();
+  const lxhandle& handle = all.handles[data[0] % all.handles.size()];
+  const std::size_t length = size - 2;
+  const std::unique_ptr<std::uint8_t[]> text(new std::uint8_t[length]);
+  if (length != 0) std::memcpy(text.get(), data + 2, length);
+
+  lxcursor cursor;
+  lxmopen(text.get(), length, &cursor, &handle, &all.context, data[1] & 1u);
+  const std::uint8_t* const end = text.get() + length;
+  Require(cursor.position >= text.get() && cursor.position <= end);
+  while (cursor.position < end) {
+    CheckClasses(cursor, &all.context);
+    const std::uint8_t* before = cursor.position;
+    const std::size_t step = lxmfwdx(&cursor, &all.context);
+    Require(cursor.position == before + (step == 0 ? 1 : step));
+    Require(cursor.position <= end);
+  }
+  Require(lxmfwdx(&cursor, &all.context) == 0 && cursor.position == end);
+
+  std::uint32_t charset = data[0] == 0 ? 0 : handle.charset_id;
+  std::uint32_t status = 1;
+  const std::size_t mark = lxBomDetect(text.get(), length, &charset, &status);
+  Require(mark <= length && (status == 0 || status == 2000));
+  return 0;
+}
