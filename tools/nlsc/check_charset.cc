@@ -29,6 +29,7 @@ class CharsetCheck {
     CheckFields();
     CheckSizes();
     CheckOneByte();
+    if (reader_.gb18030()) CheckGb18030Rows();
     if (reader_.has_tables()) {
       CheckDecoding();
       CheckEncoding();
@@ -79,6 +80,20 @@ class CharsetCheck {
           object_.U8(layout::kWidthsAt) >> 4u);
     if (object_.U32(layout::kEncodeIndexAt) > 0x110000 >> layout::kBlockShift) {
       Fault("the encode index reaches beyond U+10FFFF");
+    }
+  }
+
+  // Rows for the first bytes 81..FE, all of them alike, one after the other.
+  void CheckGb18030Rows() {
+    const BytesReader leads = object_.Table(layout::kLeadTable);
+    const BytesReader rows = object_.Table(layout::kRowTable);
+    for (std::uint32_t first = 0x81; first <= 0xFE; ++first) {
+      const std::uint32_t row = first - 0x81;
+      const std::size_t at = row * layout::kRowSize;
+      if (leads.U16(2 * first) != row + 1 || rows.U8(at) != layout::kGb18030FirstTrail ||
+          rows.U8(at + 1) != 0xFE || rows.U32(at + 4) != row * layout::kGb18030Row) {
+        return Fault("the row of {:02X} is not in its place", first);
+      }
     }
   }
 
