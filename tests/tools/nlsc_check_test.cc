@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <regex>
 
 #include "nls/nlb_format.h"
 #include "tests/tools/nlsc_support.h"
@@ -152,11 +151,13 @@ TEST(NlscCheck, FindsFaultsOfABootFile) {
   }
 }
 
-// The lines that differ between twins are among the first five.
-std::string WithoutOrder(const std::string& text) {
-  static const std::regex order("(little|big)-endian|checksum: [0-9A-F]{8}");
-  const std::size_t head = std::min<std::size_t>(text.size(), 300);
-  return std::regex_replace(text.substr(0, head), order, "") + text.substr(head);
+// The text without the two lines that tell twins apart.
+std::string WithoutOrder(std::string text) {
+  for (const char* line : {"\nformat: ", "\nchecksum: "}) {
+    const std::size_t begin = text.find(line);
+    if (begin != std::string::npos) text.erase(begin, text.find('\n', begin + 1) - begin);
+  }
+  return text;
 }
 
 TEST(NlscDump, SaysTheSameOfBothByteOrders) {
