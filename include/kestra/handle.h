@@ -217,6 +217,15 @@ KES_API const char *lxphid2name(uint32_t kind, uint32_t id, uint32_t *flags,
                                 lxcontext *context) KES_NOEXCEPT;
 KES_API uint32_t lxhname2id(uint32_t kind, const char *name, lxcontext *context) KES_NOEXCEPT;
 
+/* lxhnames: the names of a kind one after the other, by ascending id; the kinds are those of
+ * lxhid2name. index counts from 0. Character sets end with the ids that have names but no directory
+ * entry (1000, 2002).
+ * id       may be null; the id of the name.
+ * Result   the name, static for the life of the area; null with error 26 past the last one, and
+ * with 13 for an unknown kind. Threads  no shared state but the area, which is only read. */
+KES_API const char *lxhnames(uint32_t kind, size_t index, uint32_t *id,
+                             lxcontext *context) KES_NOEXCEPT;
+
 /* lxhdisp: applies an NLS_DISPLAY value, "NAME_RTL.CHARSET". Returns 1, or 0 when the character set
  * cannot be displayed (then there is none). */
 KES_API int lxhdisp(const char *text, size_t length, lxhandle *handle,

@@ -40,6 +40,14 @@ KES_API size_t lxfgno(char *name, uint32_t type, uint32_t id) KES_NOEXCEPT;
  * user-defined objects are measured by their file. 0: not a name, or not there. */
 KES_API size_t lxlgsz(const char *name, lxarea *area) KES_NOEXCEPT;
 
+/* lxlorigin: where the area's data comes from: the directory of its boot file, or the path of the
+ * data library that carries it. The search is made anew, so that a change of the environment or of
+ * the files since the area was made shows.
+ * path     room bytes, NUL-terminated unless room is 0; an answer that does not fit is not given.
+ * Result   its length without the NUL; 0 for the built-in data and when nothing is found any more.
+ */
+KES_API size_t lxlorigin(char *path, size_t room, lxcontext *context) KES_NOEXCEPT;
+
 /* lxdgetobj: the object of a slot, loaded on first use; null when it cannot be loaded or is not of
  * the given type. Any number of threads may ask for the same slot. */
 KES_API lxobject *lxdgetobj(uint32_t slot, uint32_t type, lxcontext *context) KES_NOEXCEPT;
