@@ -1,5 +1,5 @@
-// A progress bar on standard error for work that takes longer than a second. Silent when standard
-// error is no terminal.
+// A progress bar on standard error for work that takes longer than a second: steps done, or bytes
+// with their rate. Silent when standard error is no terminal.
 #pragma once
 
 #include <unistd.h>
@@ -14,9 +14,11 @@ namespace kestra::tools {
 
 class Progress {
  public:
-  // total: number of steps, 0 unknown (then the count alone is shown).
-  Progress(std::string_view what, std::size_t total, bool enabled = true)
-      : what_(what), total_(total), shown_(enabled && isatty(STDERR_FILENO) == 1) {}
+  enum class Unit { kSteps, kBytes };
+
+  // total: number of steps or bytes, 0 unknown (then the count alone is shown).
+  Progress(std::string_view what, std::size_t total, bool enabled = true, Unit unit = Unit::kSteps)
+      : what_(what), total_(total), unit_(unit), shown_(enabled && isatty(STDERR_FILENO) == 1) {}
   ~Progress() { Clear(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -38,16 +40,26 @@ class Progress {
   void Draw() {
     std::string line = "\r" + what_ + " ";
     if (total_ != 0) {
-      const std::size_t filled = kWidth * (done_ < total_ ? done_ : total_) / total_;
+      const std::size_t done = done_ < total_ ? done_ : total_;
+      const std::size_t filled = static_cast<std::size_t>(
+          static_cast<double>(kWidth) * static_cast<double>(done) / static_cast<double>(total_));
       line += "[" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "] ";
-      line += std::to_string(done_) + "/" + std::to_string(total_);
+    }
+    if (unit_ == Unit::kBytes) {
+      const std::chrono::duration<double> elapsed = Clock::now() - start_;
+      const auto rate = static_cast<std::size_t>(static_cast<double>(done_) / elapsed.count());
+      line += Megabytes(done_) + (total_ != 0 ? " of " + Megabytes(total_) : "") + ", " +
+              Megabytes(rate) + "/s";
     } else {
-      line += std::to_string(done_);
+      line += std::to_string(done_) + (total_ != 0 ? "/" + std::to_string(total_) : "");
     }
     line += "\x1B[K";  // erase to the end of the line
     std::fwrite(line.data(), 1, line.size(), stderr);
     std::fflush(stderr);
     drawn_any_ = true;
+  }
+  static std::string Megabytes(std::size_t bytes) {
+    return std::to_string(bytes / 1000000) + " MB";
   }
   void Clear() {
     if (drawn_any_) std::fputs("\r\x1B[K", stderr);
@@ -55,6 +67,7 @@ class Progress {
 
   std::string what_;
   std::size_t total_;
+  Unit unit_;
   std::size_t done_ = 0;
   bool shown_;
   bool drawn_any_ = false;

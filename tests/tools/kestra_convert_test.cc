@@ -1,0 +1,338 @@
+// kestra convert as a user runs it: output, report and exit code over tables of command lines, and
+// the laws of a filter: the same result however the input arrives, and no file half written.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/support/child_process.h"
+
+namespace kestra::test {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+const ChildEnvironment kHome = {{"KESTRA_HOME", KESTRA_BUILD_DIR "/home"}};
+
+ChildResult Convert(Arguments arguments, std::string_view input = "", std::size_t piece = 0) {
+  arguments.insert(arguments.begin(), "convert");
+  return RunTool("kestra", arguments, input, kHome, piece);
+}
+
+struct Case {
+  const char* what;
+  Arguments arguments;
+  std::string input;
+  std::string out;
+  int exit_code;
+  std::vector<std::string> in_report;  // each must appear on standard error
+};
+
+std::string Bytes(const char* text, std::size_t size) { return {text, size}; }
+
+const Case kCases[] = {
+    {"our names", {"-f", "WE8ISO8859P1", "-t", "AL32UTF8"}, "caf\xE9\n", "caf\xC3\xA9\n", 0, {}},
+    {"names in any case", {"-f", "we8iso8859p1", "-t", "al32utf8"}, "\xE9", "\xC3\xA9", 0, {}},
+    {"registered aliases", {"-f", "Latin1", "-t", "utf-8"}, "\xE9", "\xC3\xA9", 0, {}},
+    {"aliases with other punctuation",
+     {"-f", "iso 8859 1", "-t", "utf_8"},
+     "\xE9",
+     "\xC3\xA9",
+     0,
+     {}},
+    {"nothing at all", {"-f", "utf-8", "-t", "latin1"}, "", "", 0, {}},
+    {"EBCDIC", {"-f", "utf-8", "-t", "IBM1047"}, "ABC", "\xC1\xC2\xC3", 0, {}},
+    {"a character that the target lacks is replaced and reported with its place",
+     {"-f", "utf-8", "-t", "US7ASCII"},
+     "first\nsec\xC3\xB6nd \xE2\x82\xAC\n",
+     "first\nsec?nd ?\n",
+     1,
+     {"2 places", "standard input:2:4: byte 9: C3 B6: U+00F6 does not exist in US7ASCII",
+      "standard input:2:8: byte 14: E2 82 AC: U+20AC"}},
+    {"a supplementary character is one column",
+     {"-f", "utf-8", "-t", "US7ASCII"},
+     "\xF0\x9F\x98\x80\xC3\xA9",
+     "??",
+     1,
+     {":1:1: byte 0: F0 9F 98 80: U+1F600", ":1:2: byte 4: C3 A9: U+00E9"}},
+    {"malformed input is told apart from unmappable",
+     {"-f", "utf-8", "-t", "AL16UTF16"},
+     "a\xFF\n",
+     Bytes("\0a\xFF\xFD\0\n", 6),
+     1,
+     {"1 place", ":1:2: byte 1: FF: not AL32UTF8 text"}},
+    {"a text that ends within a character",
+     {"-f", "utf-8", "-t", "AL16UTF16"},
+     "a\xE2\x82",
+     Bytes("\0a\xFF\xFD", 4),
+     1,
+     {":1:2: byte 1: E2 82: the text ends within a character of AL32UTF8"}},
+    {"half a UTF-16 code unit",
+     {"-f", "AL16UTF16", "-t", "utf-8"},
+     Bytes("\0a\0", 3),
+     "a\xEF\xBF\xBD",
+     1,
+     {":1:2: byte 2: 00: the text ends within a character of AL16UTF16"}},
+    {"a replacement character in the source is no loss",
+     {"-f", "utf-8", "-t", "AL16UTF16LE"},
+     "\xEF\xBF\xBD",
+     "\xFD\xFF",
+     0,
+     {}},
+    {"lines of UTF-16",
+     {"-f", "AL16UTF16LE", "-t", "US7ASCII"},
+     Bytes("a\0\n\0\x0A\x0A\xAC\x20", 8),
+     "a\n??",
+     1,
+     {":2:1: byte 4: 0A 0A: U+0A0A", ":2:2: byte 6: AC 20: U+20AC"}},
+    {"strict stops at the first",
+     {"-f", "utf-8", "-t", "US7ASCII", "--strict"},
+     "ab\xC3\xB6\xE2\x82\xAC",
+     "ab",
+     1,
+     {"stopped", ":1:3: byte 2: C3 B6: U+00F6"}},
+    {"a mark is kept where it can be",
+     {"-f", "utf-8", "-t", "AL16UTF16"},
+     "\xEF\xBB\xBF"
+     "a",
+     Bytes("\xFE\xFF\0a", 4),
+     0,
+     {}},
+    {"a mark goes where the target has none",
+     {"-f", "utf-8", "-t", "US7ASCII"},
+     "\xEF\xBB\xBF"
+     "a",
+     "a",
+     0,
+     {}},
+    {"a mark is stripped on demand",
+     {"-f", "utf-8", "-t", "utf-8", "--bom", "strip"},
+     "\xEF\xBB\xBF"
+     "a",
+     "a",
+     0,
+     {}},
+    {"a mark is added once",
+     {"-f", "utf-8", "-t", "AL16UTF16LE", "--bom=add"},
+     "\xEF\xBB\xBF"
+     "a",
+     Bytes("\xFF\xFE"
+           "a\0",
+           4),
+     0,
+     {}},
+    {"UTF16 takes its order from the mark",
+     {"-f", "UTF16", "-t", "utf-8"},
+     Bytes("\xFF\xFE"
+           "a\0",
+           4),
+     "a",
+     0,
+     {}},
+    {"UTF16 without a mark is big-endian",
+     {"-f", "UTF16", "-t", "utf-8"},
+     Bytes("\0a", 2),
+     "a",
+     0,
+     {}},
+    {"a mark of the other order wins and is told",
+     {"-f", "AL16UTF16", "-t", "utf-8", "--bom", "strip"},
+     Bytes("\xFF\xFE"
+           "a\0",
+           4),
+     "a",
+     0,
+     {"the byte-order mark says AL16UTF16LE"}},
+    {"an unknown set suggests the nearest",
+     {"-f", "WE8ISO8859P11", "-t", "utf-8"},
+     "",
+     "",
+     2,
+     {"unknown character set 'WE8ISO8859P11'", "WE8ISO8859P1"}},
+    {"a missing file",
+     {"-f", "utf-8", "-t", "latin1", "/no/such/file"},
+     "",
+     "",
+     4,
+     {"/no/such/file: cannot open"}},
+    {"a directory", {"-f", "utf-8", "-t", "latin1", "/"}, "", "", 4, {"/: is a directory"}},
+    {"no target", {"-f", "utf-8"}, "", "", 2, {"--to is required"}},
+    {"an unknown option suggests the nearest",
+     {"-f", "utf-8", "-t", "utf-8", "--stict"},
+     "",
+     "",
+     2,
+     {"--strict"}},
+};
+
+TEST(KestraConvert, Table) {
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.what);
+    const ChildResult result = Convert(c.arguments, c.input);
+    EXPECT_EQ(result.out, c.out);
+    EXPECT_EQ(result.exit_code, c.exit_code) << result.err;
+    for (const std::string& text : c.in_report) {
+      EXPECT_NE(result.err.find(text), std::string::npos) << text << "\nin\n" << result.err;
+    }
+    if (c.exit_code == 0 && c.in_report.empty()) {
+      EXPECT_EQ(result.err, "");
+    }
+  }
+}
+
+// Text of several blocks with characters of every length, and with bytes that are no UTF-8.
+std::string MixedText(std::size_t characters, bool damaged) {
+  std::mt19937 random(7);
+  const std::string parts[] = {"a", "\n", "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xFF"};
+  std::string text;
+  for (std::size_t i = 0; i < characters; ++i) {
+    const bool plain = random() % 16 != 0;
+    text += parts[plain ? random() % 5 : damaged ? 5 : 0];
+  }
+  return text;
+}
+
+// Line, column and offset of each 0xFF, by walking the text one character at a time.
+std::vector<std::string> PlacesOf(const std::string& text, std::size_t limit) {
+  std::vector<std::string> places;
+  std::size_t line = 1;
+  std::size_t column = 1;
+  for (std::size_t i = 0; i < text.size() && places.size() < limit;) {
+    const auto lead = static_cast<unsigned char>(text[i]);
+    if (lead == 0xFF) {
+      places.push_back(":" + std::to_string(line) + ":" + std::to_string(column) + ": byte " +
+                       std::to_string(i) + ": FF: not AL32UTF8 text");
+    }
+    ++column;
+    if (lead == '\n') {
+      ++line;
+      column = 1;
+    }
+    i += lead == 0xFF || lead < 0x80 ? 1u : lead < 0xE0 ? 2u : lead < 0xF0 ? 3u : 4u;
+  }
+  return places;
+}
+
+TEST(KestraConvert, PlacesAreExactInLongInputThatArrivesInPieces) {
+  const std::string text = MixedText(150'000, true);
+  const std::vector<std::string> places = PlacesOf(text, SIZE_MAX);
+  const Arguments arguments = {"-f", "utf-8", "-t", "utf-8", "--reports", "100000"};
+  const ChildResult whole = Convert(arguments, text);
+  EXPECT_EQ(whole.exit_code, 1);
+  std::size_t at = 0;
+  for (const std::string& place : places) {
+    const std::size_t found = whole.err.find(place, at);
+    ASSERT_NE(found, std::string::npos) << place;
+    at = found;
+  }
+  EXPECT_NE(whole.err.find(std::to_string(places.size()) + " places"), std::string::npos);
+  for (const std::size_t piece : {977u, 4093u, 65537u}) {
+    const ChildResult pieces = Convert(arguments, text, piece);
+    EXPECT_TRUE(pieces.out == whole.out) << piece;
+    EXPECT_TRUE(pieces.err == whole.err) << piece;
+  }
+}
+
+TEST(KestraConvert, ThereAndBackThroughUnicodeFormsLosesNothing) {
+  const std::string text = MixedText(200'000, false);
+  for (const char* set : {"AL16UTF16", "AL16UTF16LE", "UTF8", "AL32UTFEBCDIC"}) {
+    const ChildResult there = Convert({"-f", "utf-8", "-t", set}, text);
+    ASSERT_EQ(there.exit_code, 0) << set << there.err;
+    const ChildResult back = Convert({"-f", set, "-t", "utf-8"}, there.out, 5003);
+    EXPECT_EQ(back.exit_code, 0) << set << back.err;
+    EXPECT_TRUE(back.out == text) << set;
+  }
+}
+
+TEST(KestraConvert, SetsWithStatesRoundTripRealText) {
+  struct {
+    const char* text;
+    const char* set;
+  } const kTexts[] = {{"japanese", "ISO2022JP"},
+                      {"japanese", "JA16IBM939"},
+                      {"korean", "ISO2022KR"},
+                      {"korean", "KO16IBM933"},
+                      {"chinese", "ZS16IBM1388"}};
+  for (const auto& c : kTexts) {
+    SCOPED_TRACE(c.set);
+    std::string text =
+        ReadFile(KESTRA_SOURCE_DIR "/scripts/demo_text/" + std::string(c.text) + ".txt");
+    for (int doubling = 0; doubling < 9; ++doubling) text += text;
+    const ChildResult there = Convert({"-f", "utf-8", "-t", c.set, "--strict"}, text);
+    ASSERT_EQ(there.exit_code, 0) << there.err;
+    const ChildResult back = Convert({"-f", c.set, "-t", "utf-8", "--strict"}, there.out, 4099);
+    EXPECT_EQ(back.exit_code, 0) << back.err;
+    EXPECT_TRUE(back.out == text);
+  }
+}
+
+TEST(KestraConvert, OutputFileIsReplacedWholeOrNotAtAll) {
+  const ScratchDirectory scratch;
+  const std::string target = scratch / "out";
+  WriteFile(target, "old");
+  chmod(target.c_str(), 0640);
+
+  EXPECT_EQ(
+      Convert({"-f", "utf-8", "-t", "US7ASCII", "--strict", "-o", target}, "a\xC3\xA9").exit_code,
+      1);
+  EXPECT_EQ(ReadFile(target), "old");
+  EXPECT_EQ(
+      Convert({"-f", "utf-8", "-t", "latin1", "-o", target, "-", "/no/such/file"}, "a").exit_code,
+      4);
+  EXPECT_EQ(ReadFile(target), "old");
+  EXPECT_EQ(Convert({"-f", "utf-8", "-t", "latin1", "-o", target}, "\xC3\xA9").exit_code, 0);
+  EXPECT_EQ(ReadFile(target), "\xE9");
+  EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms(0640));
+  // In place: the input is read before the output takes its name.
+  EXPECT_EQ(Convert({"-f", "latin1", "-t", "utf-8", "-o", target, target}).exit_code, 0);
+  EXPECT_EQ(ReadFile(target), "\xC3\xA9");
+  // A link stays a link to the file that is replaced.
+  const std::string link = scratch / "link";
+  std::filesystem::create_symlink(target, link);
+  EXPECT_EQ(Convert({"-f", "utf-8", "-t", "utf-8", "-o", link}, "new").exit_code, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(ReadFile(target), "new");
+  // Nothing stays behind.
+  std::size_t entries = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(scratch.path())) {
+    ++entries;
+  }
+  EXPECT_EQ(entries, 2u);
+}
+
+TEST(KestraConvert, FullDiskIsAnInputOutputError) {
+  for (const std::size_t size : {std::size_t{3}, std::size_t{1} << 20}) {
+    const ChildResult result =
+        Convert({"-f", "utf-8", "-t", "utf-8", "-o", "/dev/full"}, std::string(size, 'x'));
+    EXPECT_EQ(result.exit_code, 4);
+    EXPECT_NE(result.err.find("No space left on device"), std::string::npos) << result.err;
+  }
+}
+
+TEST(KestraConvert, ReaderThatLeavesEndsItSilently) {
+  const ScratchDirectory scratch;
+  WriteFile(scratch / "big", std::string(1 << 20, 'x'));
+  const std::string command = std::string(KESTRA_BUILD_DIR "/bin/kestra") +
+                              " convert -f utf-8 -t utf-8 " + (scratch / "big") +
+                              " | head -c 5 >/dev/null";
+  const ChildResult result = RunTool("/bin/sh", {"-c", command}, "", kHome);
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(KestraConvert, ReportInJson) {
+  const ChildResult result =
+      Convert({"--json", "-f", "utf-8", "-t", "US7ASCII"}, "a\n\xE2\x82\xAC");
+  EXPECT_EQ(result.out, "a\n?");
+  EXPECT_EQ(result.exit_code, 1);
+  for (const char* text : {"\"unconvertible\": 1", "\"offset\": 2", "\"line\": 2", "\"column\": 1",
+                           "\"bytes\": \"E2 82 AC\"", "\"code_points\": \"U+20AC\"",
+                           "\"reason\": \"not in target\"", "\"characters\": 3"}) {
+    EXPECT_NE(result.err.find(text), std::string::npos) << text << "\nin\n" << result.err;
+  }
+}
+
+}  // namespace
+}  // namespace kestra::test

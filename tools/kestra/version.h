@@ -1,0 +1,8 @@
+// --version: of the library, its data and Unicode.
+#pragma once
+
+namespace kestra::tools {
+
+int PrintVersion(bool json);
+
+}  // namespace kestra::tools
