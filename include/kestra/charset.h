@@ -71,6 +71,58 @@ KES_API int lxmuppx(const lxcursor *cursor, lxcontext *context) KES_NOEXCEPT; /*
 KES_API int lxmxdix(const lxcursor *cursor,
                     lxcontext *context) KES_NOEXCEPT; /* hexadecimal digit */
 
+/* The wide form of a character is the number that its bytes make, the first byte highest: the bytes
+ * C6 FC are 0xC6FC. In a stateful set more than one byte means the shifted state.
+ *
+ * lxwfrmb: text to wide characters. Shift bytes are left out; a character cut off by the end gives
+ * one wide character for each of its bytes.
+ * room     number of wide characters that fit.
+ * Result   wide characters written; status.consumed tells the bytes. Errors 6 full, 34 character
+ * set not available. lxwtomb: wide characters to text, in a stateful set with the shifts they need
+ * and a return to the single-byte state at the end, for which room is kept. Result   bytes written;
+ * status.characters_total tells the wide characters taken. Error 6 full. */
+KES_API size_t lxwfrmb(uint32_t *wide, size_t room, const uint8_t *text, size_t length,
+                       const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API size_t lxwtomb(uint8_t *destination, size_t room, const uint32_t *wide, size_t count,
+                       const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+
+/* Classification of a wide character, as the functions above answer it under a cursor; 0 for a
+ * number that is no character of the handle's set. */
+KES_API int lxwalnx(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API int lxwalpx(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API int lxwcntx(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API int lxwdigx(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API int lxwgrax(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API int lxwlowx(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API int lxwprix(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API int lxwpunx(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API int lxwspax(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API int lxwuppx(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+KES_API int lxwxdix(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+
+/* What lxcscan finds. */
+enum {
+  KES_SCAN_WELL_FORMED = 0,
+  KES_SCAN_MALFORMED = 1, /* at length stands no character of the set */
+  KES_SCAN_CUT_OFF = 2    /* at length begins a character that the end of the text cuts off */
+};
+typedef struct lxscan {
+  uint64_t length; /* bytes of the well-formed part in front */
+  uint64_t
+      characters;   /* in it, as lxmfwdx steps: UTF-16 and the forms over its units count units */
+  uint64_t columns; /* that it takes on a fixed-width display: 2 for wide East Asian characters and
+                       emoji, 0 for combining marks and controls, else 1 */
+  uint32_t verdict; /* KES_SCAN_ */
+  uint32_t shift_state; /* behind it */
+  uint64_t spare[4];
+} lxscan;
+
+/* lxcscan: reads a text up to the first place that a conversion would replace.
+ * text     may be null with length 0.
+ * Result   result->length. Error 34: the handle's character set cannot be loaded. */
+KES_API size_t lxcscan(const uint8_t *text, size_t length, lxscan *result, const lxhandle *handle,
+                       lxcontext *context) KES_NOEXCEPT;
+
 /* lxBomDetect: the byte-order mark at the start of a text.
  * charset  in: declared id, 0 unknown; out: the id that the mark tells.
  * status   may be null; 0, or 2000 when the mark contradicts the declared byte order.

@@ -202,36 +202,6 @@ class Blocks {
   xml::References references_;
 };
 
-bool OpenDecoder(SetKind kind, CharsetView set, const Iso2022& composed,
-                 BlockDecoder& decoder) noexcept {
-  switch (kind) {
-    case SetKind::kUtf8:
-      return Open(decoder, Utf8Decoder{});
-    case SetKind::kUtf8Units:
-      return Open(decoder, Cesu8Decoder{});
-    case SetKind::kUtfEbcdic:
-      return Open(decoder, UtfEbcdicDecoder{});
-    case SetKind::kUtf16Be:
-      return Open(decoder, Utf16Decoder<std::endian::big>{});
-    case SetKind::kUtf16Le:
-      return Open(decoder, Utf16Decoder<std::endian::little>{});
-    case SetKind::kSingle:
-      return Open(decoder, SingleDecoder(set));
-    case SetKind::kMultibyte:
-    case SetKind::kMultibyteWide:
-      return Open(decoder, MultibyteDecoder(set));
-    case SetKind::kGb18030:
-      return Open(decoder, Gb18030Decoder(set));
-    case SetKind::kStateful:
-      decoder.Set(StatefulDecoder::Read, StatefulDecoder(set));
-      return true;
-    case SetKind::kIso2022:
-      return composed.Open(decoder);
-    default:
-      return false;
-  }
-}
-
 bool OpenEncoder(SetKind kind, CharsetView set, const Iso2022& composed,
                  BlockEncoder& encoder) noexcept {
   switch (kind) {
@@ -266,6 +236,36 @@ bool OpenEncoder(SetKind kind, CharsetView set, const Iso2022& composed,
 }
 
 }  // namespace
+
+bool OpenDecoder(SetKind kind, CharsetView set, const Iso2022& composed,
+                 BlockDecoder& decoder) noexcept {
+  switch (kind) {
+    case SetKind::kUtf8:
+      return Open(decoder, Utf8Decoder{});
+    case SetKind::kUtf8Units:
+      return Open(decoder, Cesu8Decoder{});
+    case SetKind::kUtfEbcdic:
+      return Open(decoder, UtfEbcdicDecoder{});
+    case SetKind::kUtf16Be:
+      return Open(decoder, Utf16Decoder<std::endian::big>{});
+    case SetKind::kUtf16Le:
+      return Open(decoder, Utf16Decoder<std::endian::little>{});
+    case SetKind::kSingle:
+      return Open(decoder, SingleDecoder(set));
+    case SetKind::kMultibyte:
+    case SetKind::kMultibyteWide:
+      return Open(decoder, MultibyteDecoder(set));
+    case SetKind::kGb18030:
+      return Open(decoder, Gb18030Decoder(set));
+    case SetKind::kStateful:
+      decoder.Set(StatefulDecoder::Read, StatefulDecoder(set));
+      return true;
+    case SetKind::kIso2022:
+      return composed.Open(decoder);
+    default:
+      return false;
+  }
+}
 
 void ConvertByBlocks(Conversion& c, CharsetView source, SetKind source_kind,
                      CharsetView destination, SetKind destination_kind, Markup markup,

@@ -20,6 +20,8 @@
 
 namespace kestra::nls::convert {
 
+class Iso2022;
+
 struct Block {
   static constexpr std::uint32_t kSize = 512;
   std::uint32_t count;               // characters
@@ -97,6 +99,10 @@ class BlockEncoder {
   ReturnFunction return_ = nullptr;
   alignas(8) unsigned char coder_[96];
 };
+
+// The reader of a set. False: a data object that it needs cannot be loaded.
+bool OpenDecoder(SetKind kind, CharsetView set, const Iso2022& composed,
+                 BlockDecoder& decoder) noexcept;
 
 // What becomes of a text between reading and writing.
 enum class Markup : std::uint8_t {

@@ -60,7 +60,8 @@ bool WriteReference(Conversion& c, const BlockEncoder& to, std::uint32_t code_po
   constexpr std::uint32_t kMost = 10;  // &#x10FFFF;
   std::uint32_t text[kMost] = {'&', '#', 'x'};
   std::uint32_t length = 3;
-  int shift = code_point > 0xFFFF ? 20 : code_point > 0xFFF ? 12 : code_point > 0xFF ? 8 : 4;
+  int shift = 4;
+  while (code_point >> (shift + 4) != 0) shift += 4;
   for (; shift >= 0; shift -= 4) {
     text[length++] = static_cast<std::uint32_t>("0123456789ABCDEF"[code_point >> shift & 0xF]);
   }

@@ -29,19 +29,6 @@ std::uint32_t ClassOfCell(CharsetView set, std::size_t cell) noexcept {
   return WordOfClass(set, set.table(nlb::charset::kClassTable)[cell]);
 }
 
-std::uint32_t ClassOfCodePoint(CharsetView set, std::uint32_t code_point) noexcept {
-  if (code_point > convert::kMaxCodePoint) return 0;
-  const std::uint8_t* classes = set.table(nlb::charset::kClassTable);
-  const std::size_t size = set.table_size(nlb::charset::kClassTable);
-  constexpr std::size_t kIndexBytes = 2 * nlb::charset::kClassIndexSize;
-  if (size < kIndexBytes) return 0;
-  const std::size_t cell = kIndexBytes +
-                           std::size_t{Load16(classes, std::size_t{2} * (code_point >> 8))} *
-                               nlb::charset::kClassBlockSize +
-                           (code_point & 0xFF);
-  return cell < size ? WordOfClass(set, classes[cell]) : 0;
-}
-
 // The code point of a character of the computed sets.
 std::uint32_t DecodeCodePoint(CharsetView set, SetKind kind, const std::uint8_t* p,
                               const std::uint8_t* end) noexcept {
@@ -66,6 +53,30 @@ std::uint32_t DecodeCodePoint(CharsetView set, SetKind kind, const std::uint8_t*
   }
 }
 
+}  // namespace
+
+// The ids without an object of their own are served by that of big-endian UTF-16.
+SetKind KindOfHandle(const lxcursor& cursor) noexcept {
+  if (cursor.handle->charset_id == 2002) return SetKind::kUtf16Le;
+  const SetKind kind = convert::KindOf(CharsetView(cursor.charset));
+  return kind == SetKind::kUtf16Marked ? SetKind::kUtf16Be : kind;
+}
+
+std::uint32_t ClassOfCodePoint(CharsetView set, std::uint32_t code_point) noexcept {
+  if (code_point > convert::kMaxCodePoint) return 0;
+  const std::uint8_t* classes = set.table(nlb::charset::kClassTable);
+  const std::size_t size = set.table_size(nlb::charset::kClassTable);
+  constexpr std::size_t kIndexBytes = 2 * nlb::charset::kClassIndexSize;
+  if (size < kIndexBytes) return 0;
+  const std::size_t cell = kIndexBytes +
+                           std::size_t{Load16(classes, std::size_t{2} * (code_point >> 8))} *
+                               nlb::charset::kClassBlockSize +
+                           (code_point & 0xFF);
+  return cell < size ? WordOfClass(set, classes[cell]) : 0;
+}
+
+namespace {
+
 std::uint32_t ClassOfMultibyte(const lxcursor& cursor, const std::uint8_t* end) noexcept {
   const CharsetView set(cursor.charset);
   switch (set.class_kind()) {
@@ -78,9 +89,7 @@ std::uint32_t ClassOfMultibyte(const lxcursor& cursor, const std::uint8_t* end) 
       return ClassOfCell(set, cell);
     }
     case nlb::charset::kByCodePoint: {
-      // The id 2002 is served by the object of another id.
-      SetKind kind = convert::KindOf(set);
-      if (cursor.handle->charset_id == 2002) kind = SetKind::kUtf16Le;
+      const SetKind kind = KindOfHandle(cursor);
       return ClassOfCodePoint(set, DecodeCodePoint(set, kind, cursor.position, end));
     }
     default:
@@ -88,7 +97,8 @@ std::uint32_t ClassOfMultibyte(const lxcursor& cursor, const std::uint8_t* end) 
   }
 }
 
-// The class word of the character under the cursor, 0 at the end and for one that is cut off.
+}  // namespace
+
 std::uint32_t ClassWord(const lxcursor& cursor) noexcept {
   const std::size_t left = BytesLeft(cursor);
   if (left == 0 || cursor.charset == nullptr) return 0;
@@ -106,6 +116,8 @@ std::uint32_t ClassWord(const lxcursor& cursor) noexcept {
   }
   return ClassOfMultibyte(cursor, cursor.start + cursor.length);
 }
+
+namespace {
 
 int Test(const lxcursor* cursor, lxcontext* context, std::uint32_t bits) noexcept {
   context->error = KES_NLS_OK;

@@ -2,6 +2,7 @@
 #include "nls/lxm_cursor.h"
 
 #include "kestra/charset.h"
+#include "kestra/object.h"
 #include "nls/object_view.h"
 
 namespace kestra::nls::cursor {
@@ -52,7 +53,8 @@ lxcursor* lxmopen(const uint8_t* text, size_t length, lxcursor* cursor, const lx
   cursor->options = options;
   cursor->single_byte = (handle->flags & KES_CHARSET_SINGLE) != 0;
   cursor->stateful = (handle->flags & KES_CHARSET_STATEFUL) != 0;
-  cursor->charset = lxhcsobj(handle, context);
+  // The object whose classes serve the set: 1000 and 2002 have none of their own.
+  cursor->charset = lxdgetobj(handle->charset_slot, KES_OBJECT_CHARSET, context);
   if (cursor->charset != nullptr) {
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(cursor->charset);
     cursor->class_table = reinterpret_cast<const std::uint16_t*>(bytes + handle->class_table);

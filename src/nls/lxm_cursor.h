@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "kestra/charset.h"
+#include "nls/lxg_paths.h"
 
 namespace kestra::nls::cursor {
 
@@ -28,5 +29,14 @@ std::size_t SkipShifts(const lxhandle& handle, const std::uint8_t* p, const std:
 // Length of the character under the cursor without shift bytes; left is at least 1. May be more
 // than is left.
 std::size_t CharacterLength(const lxcursor& cursor, std::size_t left) noexcept;
+
+// How the text of the cursor is read: by its set, with the byte order of the handle's id.
+convert::SetKind KindOfHandle(const lxcursor& cursor) noexcept;
+
+// The class word of the character under the cursor; 0 at the end, and for one that is cut off.
+std::uint32_t ClassWord(const lxcursor& cursor) noexcept;
+
+// The class word of a code point, in sets that keep classes by code point; 0 for what is none.
+std::uint32_t ClassOfCodePoint(CharsetView set, std::uint32_t code_point) noexcept;
 
 }  // namespace kestra::nls::cursor

@@ -49,13 +49,15 @@ class Stateful : public testing::Test {
   // The source and the room end at pages that trap.
   Outcome Convert(std::uint32_t to, std::uint32_t from, std::string_view source, std::size_t room,
                   std::uint32_t options = 0) {
-    GuardedBuffer in(source.size());
-    GuardedBuffer out(room);
-    if (!source.empty()) std::memcpy(in.data(), source.data(), source.size());
-    const std::size_t n = lxgcnvb(out.data(), Set(to), room, in.data(), Set(from), source.size(),
-                                  options, session_.context());
+    EXPECT_LE(source.size(), source_.size());
+    EXPECT_LE(room, room_.size());
+    std::uint8_t* in = source_.data() + source_.size() - source.size();
+    std::uint8_t* out = room_.data() + room_.size() - room;
+    if (!source.empty()) std::memcpy(in, source.data(), source.size());
+    const std::size_t n =
+        lxgcnvb(out, Set(to), room, in, Set(from), source.size(), options, session_.context());
     EXPECT_LE(n, room);
-    return {std::string(reinterpret_cast<char*>(out.data()), n), session_.context()->status,
+    return {std::string(reinterpret_cast<char*>(out), n), session_.context()->status,
             session_.context()->error};
   }
   Outcome Convert(std::uint32_t to, std::uint32_t from, std::string_view source) {
@@ -86,6 +88,8 @@ class Stateful : public testing::Test {
   }
 
   NlsSession session_{FullHome()};
+  GuardedBuffer source_{1 << 20};
+  GuardedBuffer room_{1 << 24};
 };
 
 testing::AssertionResult Same(const Outcome& got, const Outcome& wanted) {
