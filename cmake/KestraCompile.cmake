@@ -19,4 +19,6 @@ endif()
 add_library(kestra_runtime_flags INTERFACE)
 target_compile_options(kestra_runtime_flags INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+  # Tables computed by the compiler: clang counts steps.
+  $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fconstexpr-steps=100000000>
   -ffunction-sections -fdata-sections)
