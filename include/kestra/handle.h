@@ -210,7 +210,8 @@ KES_API size_t lxhlinfo(const lxhandle *handle, uint32_t item, uint8_t *buffer, 
 KES_API uint32_t lxhninfo(const lxhandle *handle, uint32_t item, lxcontext *context) KES_NOEXCEPT;
 
 /* Ids and names. kind: 60 language, 78 territory, 79 character set, 80 linguistic sort; 81 calendar
- * too. Names are static for the life of the area. Errors 13 unknown kind, 26 not found (null or 0).
+ * too. Names are static for the life of the area. The sets 1000, 2002 and 9994 to 9999 have names
+ * without having a directory entry. Errors 13 unknown kind, 26 not found (null or 0).
  * flags    may be null; bits 14-15 the id word's flags, bits 16-31 the entry's two flag bytes. */
 KES_API const char *lxhid2name(uint32_t kind, uint32_t id, lxcontext *context) KES_NOEXCEPT;
 KES_API const char *lxphid2name(uint32_t kind, uint32_t id, uint32_t *flags,

@@ -29,6 +29,22 @@ bool TypeOf(std::uint32_t kind, std::uint32_t& type) noexcept {
   }
 }
 
+// Name of a character set without a directory entry: the one in its built-in object.
+const char* UnlistedName(std::uint32_t id) noexcept {
+  const lxobject* set = builtin::Iso2022(id);
+  if (id == builtin::kUtf16Id) set = builtin::Utf16();
+  if (id == builtin::kAl16Utf16LeId) set = builtin::Al16Utf16Le();
+  return set == nullptr ? nullptr : reinterpret_cast<const char*>(set) + nlb::kNameAt;
+}
+
+// The ISO-2022 sets have no place in a handle, so only here they have ids.
+std::uint32_t Iso2022Id(std::string_view name) noexcept {
+  for (std::uint32_t id = builtin::kIso2022FirstId; id <= builtin::kIso2022LastId; ++id) {
+    if (EqualIgnoringCase(UnlistedName(id), name)) return id;
+  }
+  return 0;
+}
+
 }  // namespace
 }  // namespace kestra::nls
 
@@ -41,8 +57,9 @@ const char* lxphid2name(std::uint32_t kind, std::uint32_t id, std::uint32_t* fla
   if (flags != nullptr) *flags = 0;
   if (context == nullptr || context->area == nullptr) return nullptr;
   context->error = KES_NLS_OK;
-  if (kind == KES_ITEM_CHARSET && id == builtin::kUtf16Id) return "UTF16";
-  if (kind == KES_ITEM_CHARSET && id == builtin::kAl16Utf16LeId) return "AL16UTF16LE";
+  if (kind == KES_ITEM_CHARSET) {
+    if (const char* name = UnlistedName(id)) return name;
+  }
   std::uint32_t type = 0;
   if (!TypeOf(kind, type)) {
     context->error = KES_NLS_UNKNOWN_KIND;
@@ -76,6 +93,7 @@ std::uint32_t lxhname2id(std::uint32_t kind, const char* name, lxcontext* contex
   std::uint32_t id = 0;
   if (type == KES_OBJECT_CHARSET) {
     id = lxpcget(text.data(), text.size(), context);
+    if (id == 0) id = Iso2022Id(text);
   } else if (const std::uint32_t slot = Boot(context->area).FindName(type, text)) {
     id = Boot(context->area).entry(slot).id();
   }

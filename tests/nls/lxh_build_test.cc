@@ -120,6 +120,8 @@ TEST_F(LxhBuild, IdsAndNamesBothWays) {
   EXPECT_STREQ(lxhid2name(79, 2002, context), "AL16UTF16LE");
   EXPECT_STREQ(lxhid2name(79, 1000, context), "UTF16");
   EXPECT_EQ(lxhname2id(79, "al16utf16le", context), 2002u);
+  EXPECT_EQ(lxhname2id(79, "ISO2022JP", context), 9999u) << "for conversion only";
+  EXPECT_EQ(lxpcget("ISO2022JP", 9, context), 0u) << "not for handles";
   EXPECT_EQ(lxhname2id(79, "NOSUCHSET", context), 0u);
   EXPECT_EQ(context->error, KES_NLS_UNKNOWN_ID);
   EXPECT_EQ(lxhid2name(61, 1, context), nullptr);
