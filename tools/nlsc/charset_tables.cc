@@ -1,5 +1,6 @@
 #include "charset_tables.h"
 
+#include <array>
 #include <stdexcept>
 
 #include "nls/nlb_format.h"
@@ -47,8 +48,9 @@ void FillOneByteClasses(CharsetModel& model, const UnicodeData& unicode) {
 
 void FillCodePointClasses(CharsetModel& model, const UnicodeData& unicode) {
   ClassWords words;
-  std::map<std::vector<std::uint8_t>, std::uint16_t> known;
-  std::vector<std::uint8_t> block(layout::kClassBlockSize);
+  using Block = std::array<std::uint8_t, layout::kClassBlockSize>;
+  std::map<Block, std::uint16_t> known;
+  Block block;
   model.class_kind = layout::kByCodePoint;
   for (char32_t first = 0; first < kCodePoints; first += layout::kClassBlockSize) {
     for (std::size_t i = 0; i < block.size(); ++i) {
