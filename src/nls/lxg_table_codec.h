@@ -119,7 +119,9 @@ class MultibyteDecoder {
 template <std::uint32_t kWidth>
 class TableEncoder {
  public:
-  explicit TableEncoder(CharsetView set) noexcept : maps_nul_(set.maps_nul()) {
+  explicit TableEncoder(CharsetView set) noexcept
+      : zero_code_point_(set.single()[0] == nlb::charset::kNoCharacter ? kNone : set.single()[0]),
+        maps_nul_(set.maps_nul()) {
     table_.index = set.table(nlb::charset::kEncodeIndex);
     table_.cells = set.table(nlb::charset::kEncodeTable);
     table_.index_size = set.encode_index_size();
@@ -139,8 +141,9 @@ class TableEncoder {
   Encoded Encode(std::uint32_t code_point) const noexcept {
     const std::uint32_t number = Find(code_point);
     if (number == 0) {
-      if (code_point == 0 && maps_nul_) return {0, 1};
-      return {};
+      // An empty cell also stands for the byte 00, which in one set is not U+0000.
+      const bool is_byte_zero = code_point == 0 ? maps_nul_ : code_point == zero_code_point_;
+      return is_byte_zero ? Encoded{0, 1} : Encoded{};
     }
     if constexpr (kWidth == 1) return {number, 1};
     // The first byte is the highest of the number: turn it round.
@@ -176,6 +179,8 @@ class TableEncoder {
   }
 
   kernels::MultibyteEncodeTable table_{};
+  static constexpr std::uint32_t kNone = 0xFFFFFFFF;
+  std::uint32_t zero_code_point_;
   bool maps_nul_;
   Encoded replacement_;
 };
