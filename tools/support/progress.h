@@ -38,20 +38,23 @@ class Progress {
   static constexpr std::size_t kWidth = 30;
 
   void Draw() {
-    std::string line = "\r" + what_ + " ";
+    std::string line = "\r";
+    line.append(what_).append(" ");
     if (total_ != 0) {
       const std::size_t done = done_ < total_ ? done_ : total_;
       const std::size_t filled = static_cast<std::size_t>(
           static_cast<double>(kWidth) * static_cast<double>(done) / static_cast<double>(total_));
-      line += "[" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "] ";
+      line.append("[").append(filled, '#').append(kWidth - filled, '.').append("] ");
     }
     if (unit_ == Unit::kBytes) {
       const std::chrono::duration<double> elapsed = Clock::now() - start_;
       const auto rate = static_cast<std::size_t>(static_cast<double>(done_) / elapsed.count());
-      line += Megabytes(done_) + (total_ != 0 ? " of " + Megabytes(total_) : "") + ", " +
-              Megabytes(rate) + "/s";
+      line.append(Megabytes(done_));
+      if (total_ != 0) line.append(" of ").append(Megabytes(total_));
+      line.append(", ").append(Megabytes(rate)).append("/s");
     } else {
-      line += std::to_string(done_) + (total_ != 0 ? "/" + std::to_string(total_) : "");
+      line.append(std::to_string(done_));
+      if (total_ != 0) line.append("/").append(std::to_string(total_));
     }
     line += "\x1B[K";  // erase to the end of the line
     std::fwrite(line.data(), 1, line.size(), stderr);
