@@ -102,6 +102,15 @@ std::uint32_t KindOfItem(std::uint32_t item) {
   }
 }
 
+// A sort's name without the suffix that asks for a level.
+std::string_view WithoutLevel(std::uint32_t item, std::string_view value) {
+  constexpr std::size_t kSuffix = 3;
+  if (item != KES_ITEM_SORT || value.size() <= kSuffix) return value;
+  const std::string_view suffix = value.substr(value.size() - kSuffix);
+  const bool level = EditDistance(suffix, "_AI") == 0 || EditDistance(suffix, "_CI") == 0;
+  return level ? value.substr(0, value.size() - kSuffix) : value;
+}
+
 bool KnownName(Session& session, std::uint32_t item, const std::string& value) {
   switch (item) {
     case KES_ITEM_DATE_LANGUAGE:
@@ -135,9 +144,10 @@ void CheckParameter(Session& session, std::size_t index, lxhandle& handle,
   const std::uint32_t error = session.context()->error;
   if (!KnownName(session, item, value)) {
     const std::uint32_t code = error != 0 ? error : static_cast<std::uint32_t>(KES_NLS_UNKNOWN_ID);
-    findings.push_back({name, value, code,
-                        fmt::format("unknown name '{}'{}", value,
-                                    DidYouMean(value, NamesOf(session, KindOfItem(item))))});
+    findings.push_back(
+        {name, value, code,
+         fmt::format("unknown name '{}'{}", value,
+                     DidYouMean(WithoutLevel(item, value), NamesOf(session, KindOfItem(item))))});
   } else if (error != 0) {
     findings.push_back({name, value, error, ErrorText(error)});
   } else if (done == 0) {
@@ -218,7 +228,11 @@ LangParts ReadLangParts(Session& session) {
 std::vector<Finding> CheckEnvironment(Session& session) {
   std::vector<Finding> findings;
   if (session.minimal()) {
-    findings.push_back({"", "", KES_NLS_NO_BOOT_FILE, ErrorText(KES_NLS_NO_BOOT_FILE)});
+    std::string text = ErrorText(KES_NLS_NO_BOOT_FILE);
+    for (const char* name : {"KES_NLS_PROFILE33", "KES_NLS10", "KESTRA_HOME"}) {
+      if (!Variable(name).empty()) text += fmt::format("; {}={}", name, Variable(name));
+    }
+    findings.push_back({"", "", KES_NLS_NO_BOOT_FILE, text});
   }
   for (const char* name : {"KESTRA_HOME", "KES_NLS10", "KES_NLS_PROFILE33"}) {
     CheckDirectory(name, findings);
@@ -255,6 +269,8 @@ std::vector<Setting> ResolveSettings(Session& session, const lxhandle& handle,
   const std::string territory = session.Item(handle, KES_ITEM_TERRITORY);
   const char* charset = lxhid2name(kCharsetKind, handle.charset_id, session.context());
   const std::string by_language = "language " + language;
+  // Names and the long date are in the language of dates, which may be another.
+  const std::string by_date_language = "language " + session.Item(handle, KES_ITEM_DATE_LANGUAGE);
   const std::string by_territory = "territory " + territory;
   const std::string built_in = "default";
 
@@ -284,7 +300,7 @@ std::vector<Setting> ResolveSettings(Session& session, const lxhandle& handle,
   add("timestamp with zone", KES_ITEM_TIMESTAMP_TZ_FORMAT, by_territory);
   add("short date", KES_ITEM_SHORT_DATE, by_territory);
   add("short time", KES_ITEM_TIME, by_territory);
-  add("long date", KES_ITEM_LONG_DATE, by_language);
+  add("long date", KES_ITEM_LONG_DATE, by_date_language);
   const std::uint32_t first_day = lxhninfo(&handle, KES_ITEM_FIRST_DAY, session.context());
   settings.push_back(
       {"week begins on", session.Item(handle, KES_ITEM_DAY + first_day % 7), by_territory});
