@@ -130,7 +130,10 @@ struct State {
     return word;
   }
   void EndLine(Set set) noexcept {
-    if ((set & kChinese) != 0) g[1] = g[2] = g[3] = kAscii;
+    if ((set & kChinese) != 0) {
+      g[1] = g[2] = g[3] = kAscii;
+      shifted = false;  // there is nothing to be shifted to
+    }
     if (set == kJp2) g[2] = kAscii;
   }
 };

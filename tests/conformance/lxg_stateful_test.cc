@@ -389,6 +389,8 @@ constexpr TextCase kCases[] = {
     {"shift-out without a designation", 9997, "0E 56 50", "FF FD 00 56 00 50", 0},
     {"designation, shift, line end forgets", 9997, "1B 24 29 41 0E 56 50 0A 56 50",
      "4E 2D 00 0A 00 56 00 50", kNone},
+    {"... and the shift with it", 9997, "1B 24 29 41 0E 0A 1B 24 29 41 56 50 0E 56 50",
+     "00 0A 00 56 00 50 4E 2D", kNone},
     {"second plane for one character", 9997, "1B 24 2A 48 1B 4E 21 2D 41", "4E 0F 00 41", kNone},
     {"Korean with and without a header", 9998, "1B 24 29 43 0E 47 51 0F 41", "D5 5C 00 41", kNone},
     {"... without", 9998, "0E 47 51 0F 41", "D5 5C 00 41", kNone},
