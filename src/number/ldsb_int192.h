@@ -21,10 +21,13 @@ struct Int192 {
 
   constexpr Int192() = default;
   constexpr Int192(std::uint64_t w0, std::uint64_t w1, std::uint64_t w2) noexcept : w{w0, w1, w2} {}
+  // Signs by 64-bit shifts: gcc 12 vectorises loops over 128-bit shifts of narrow values wrongly.
+  constexpr explicit Int192(std::int64_t value) noexcept
+      : w{static_cast<std::uint64_t>(value), static_cast<std::uint64_t>(value >> 63),
+          static_cast<std::uint64_t>(value >> 63)} {}
   constexpr explicit Int192(int128 value) noexcept
       : w{static_cast<std::uint64_t>(value), static_cast<std::uint64_t>(value >> 64),
-          static_cast<std::uint64_t>(value >> 127)} {}
-  constexpr explicit Int192(std::int64_t value) noexcept : Int192(static_cast<int128>(value)) {}
+          static_cast<std::uint64_t>(static_cast<std::int64_t>(value >> 64) >> 63)} {}
 
   constexpr bool IsNegative() const noexcept { return w[2] >> 63 != 0; }
   constexpr bool IsZero() const noexcept { return (w[0] | w[1] | w[2]) == 0; }
@@ -38,19 +41,22 @@ static_assert(sizeof(Int192) == sizeof(ldsbint));
 static_assert(std::endian::native == std::endian::little,
               "elements are read as they lie in memory");
 
+// Carries by comparing words: compilers turn these into add and set, which runs twice as fast as
+// sums of 128 bits taken apart.
 KES_DSB_INLINE constexpr Int192 operator+(const Int192& x, const Int192& y) noexcept {
-  const uint128 low = static_cast<uint128>(x.w[0]) + y.w[0];
-  const uint128 mid = static_cast<uint128>(x.w[1]) + y.w[1] + static_cast<std::uint64_t>(low >> 64);
-  return {static_cast<std::uint64_t>(low), static_cast<std::uint64_t>(mid),
-          x.w[2] + y.w[2] + static_cast<std::uint64_t>(mid >> 64)};
+  const std::uint64_t w0 = x.w[0] + y.w[0];
+  const std::uint64_t c0 = w0 < x.w[0];
+  const std::uint64_t mid = x.w[1] + y.w[1];
+  const std::uint64_t w1 = mid + c0;
+  const std::uint64_t c1 = static_cast<std::uint64_t>(mid < x.w[1]) + (w1 < c0);
+  return {w0, w1, x.w[2] + y.w[2] + c1};
 }
 
 KES_DSB_INLINE constexpr Int192 operator-(const Int192& x, const Int192& y) noexcept {
-  const uint128 low = static_cast<uint128>(x.w[0]) - y.w[0];
-  const uint128 mid =
-      static_cast<uint128>(x.w[1]) - y.w[1] - (static_cast<std::uint64_t>(low >> 64) & 1);
-  return {static_cast<std::uint64_t>(low), static_cast<std::uint64_t>(mid),
-          x.w[2] - y.w[2] - (static_cast<std::uint64_t>(mid >> 64) & 1)};
+  const std::uint64_t b0 = x.w[0] < y.w[0];
+  const std::uint64_t mid = x.w[1] - y.w[1];
+  const std::uint64_t b1 = static_cast<std::uint64_t>(x.w[1] < y.w[1]) + (mid < b0);
+  return {x.w[0] - y.w[0], mid - b0, x.w[2] - y.w[2] - b1};
 }
 
 KES_DSB_INLINE constexpr Int192 operator-(const Int192& x) noexcept { return Int192() - x; }
@@ -72,13 +78,12 @@ KES_DSB_INLINE constexpr bool operator==(const Int192& x, const Int192& y) noexc
 }
 
 KES_DSB_INLINE constexpr bool operator<(const Int192& x, const Int192& y) noexcept {
-  const uint128 low = static_cast<uint128>(x.w[0]) - y.w[0];
-  const uint128 mid =
-      static_cast<uint128>(x.w[1]) - y.w[1] - (static_cast<std::uint64_t>(low >> 64) & 1);
-  const int128 high = static_cast<int128>(static_cast<std::int64_t>(x.w[2])) -
-                      static_cast<std::int64_t>(y.w[2]) -
-                      static_cast<int128>(static_cast<std::uint64_t>(mid >> 64) & 1);
-  return high < 0;
+  const std::uint64_t b0 = x.w[0] < y.w[0];
+  const std::uint64_t mid = x.w[1] - y.w[1];
+  const std::uint64_t b1 = static_cast<std::uint64_t>(x.w[1] < y.w[1]) | (mid < b0);
+  const auto high_x = static_cast<std::int64_t>(x.w[2]);
+  const auto high_y = static_cast<std::int64_t>(y.w[2]);
+  return (high_x < high_y) | ((high_x == high_y) & (b1 != 0));
 }
 
 KES_DSB_INLINE constexpr Int192 Magnitude(const Int192& x) noexcept {

@@ -64,8 +64,10 @@ KES_DSB_INLINE Out Convert(const In& value) noexcept {
     return value;
   } else if constexpr (sizeof(In) == sizeof(Int192)) {
     return static_cast<Out>(value.Low128());
+  } else if constexpr (sizeof(Out) == sizeof(Int192) && sizeof(In) <= 8) {
+    return Int192(static_cast<std::int64_t>(value));
   } else if constexpr (sizeof(Out) == sizeof(Int192)) {
-    return Int192(static_cast<int128>(value));
+    return Int192(value);
   } else {
     return static_cast<Out>(value);
   }
@@ -73,14 +75,34 @@ KES_DSB_INLINE Out Convert(const In& value) noexcept {
 
 template <class T>
 KES_DSB_INLINE T LoadAt(const void* array, std::size_t i) noexcept {
+  const char* p = static_cast<const char*>(array) + i * sizeof(T);
   T value;
-  std::memcpy(static_cast<void*>(&value), static_cast<const char*>(array) + i * sizeof(T),
-              sizeof(T));
+  if constexpr (sizeof(T) == sizeof(Int192)) {
+    // Word by word: copied as a whole it would go through memory once more.
+    for (int k = 0; k < 3; ++k) std::memcpy(&value.w[k], p + 8 * k, 8);
+  } else {
+    std::memcpy(&value, p, sizeof(T));
+  }
   return value;
 }
 template <class T>
 KES_DSB_INLINE void StoreAt(void* array, std::size_t i, const T& value) noexcept {
-  std::memcpy(static_cast<char*>(array) + i * sizeof(T), &value, sizeof(T));
+  char* p = static_cast<char*>(array) + i * sizeof(T);
+  if constexpr (sizeof(T) == sizeof(Int192)) {
+    for (int k = 0; k < 3; ++k) std::memcpy(p + 8 * k, &value.w[k], 8);
+  } else {
+    std::memcpy(p, &value, sizeof(T));
+  }
+}
+
+// Word by word, so that it is a conditional move and not a jump.
+template <class T>
+KES_DSB_INLINE void AssignIf(bool condition, T& to, const T& from) noexcept {
+  if constexpr (sizeof(T) == sizeof(Int192)) {
+    for (int k = 0; k < 3; ++k) to.w[k] = condition ? from.w[k] : to.w[k];
+  } else {
+    to = condition ? from : to;
+  }
 }
 
 struct AddOperation {
@@ -114,6 +136,27 @@ KES_DSB_INLINE std::uint64_t AliveBits(const std::uint8_t* nulls, std::size_t fi
   if (nulls != nullptr) std::memcpy(&bits, nulls + first / 8, 8);
   return ~bits;
 }
+
+// The same for all groups of a loop over n elements: the partial group is worked out first, so that
+// the loop has no call in it, which would push its registers to memory.
+class AliveGroups {
+ public:
+  KES_DSB_INLINE AliveGroups(const std::uint8_t* nulls, std::size_t n) noexcept
+      : nulls_(nulls),
+        full_(n / 64 * 64),
+        tail_(full_ == n ? 0 : AliveBits(nulls, full_, n - full_)) {}
+  KES_DSB_INLINE std::uint64_t At(std::size_t first) const noexcept {
+    if (first >= full_) return tail_;
+    std::uint64_t bits = 0;
+    if (nulls_ != nullptr) std::memcpy(&bits, nulls_ + first / 8, 8);
+    return ~bits;
+  }
+
+ private:
+  const std::uint8_t* nulls_;
+  std::size_t full_;
+  std::uint64_t tail_;
+};
 
 // Stores the bits of a comparison of the size elements from first on (see CompareKernel).
 KES_DSB_INLINE void StoreMatches(std::uint64_t below, std::uint64_t above, std::uint32_t relation,

@@ -24,6 +24,7 @@ struct Lanes;
 
 #define KES_DSB_LANES(T, MASK, BITS)                                                             \
   using Mask = MASK;                                                                             \
+  KES_DSB_LANE Mask MaskOf(std::uint64_t bits) noexcept { return static_cast<Mask>(bits); }      \
   static constexpr std::size_t kCount = 512 / BITS;                                              \
   KES_DSB_LANE __m512i Fill(T x) noexcept { return _mm512_set1_epi##BITS(x); }                   \
   KES_DSB_LANE __m512i Add(__m512i x, __m512i y) noexcept { return _mm512_add_epi##BITS(x, y); } \
@@ -96,5 +97,56 @@ struct Lanes<std::int64_t> {
 };
 
 #undef KES_DSB_LANES
+
+// 128-bit elements: two 64-bit lanes each, the lower word in the even one. A carry out of an even
+// lane is a bit of a compare mask, shifted to its odd neighbour.
+template <>
+struct Lanes<int128> {
+  using Mask = __mmask8;  // both lanes of an element
+  static constexpr std::size_t kCount = 4;
+  static constexpr Mask kEven = 0x55;
+  static constexpr Mask kOdd = 0xAA;
+
+  // The lanes of four elements, from the bits of them.
+  KES_DSB_LANE Mask MaskOf(std::uint64_t bits) noexcept {
+    return static_cast<Mask>(_pdep_u32(static_cast<unsigned>(bits), kEven) * 3);
+  }
+  KES_DSB_LANE __m512i Fill(int128 x) noexcept {
+    const auto low = static_cast<std::int64_t>(x);
+    const auto high = static_cast<std::int64_t>(x >> 64);
+    return _mm512_set_epi64(high, low, high, low, high, low, high, low);
+  }
+  KES_DSB_LANE __m512i Add(__m512i x, __m512i y) noexcept {
+    const __m512i sum = _mm512_add_epi64(x, y);
+    const auto carry = static_cast<Mask>((_mm512_cmplt_epu64_mask(sum, x) & kEven) << 1);
+    return _mm512_mask_sub_epi64(sum, carry, sum, _mm512_set1_epi64(-1));
+  }
+  KES_DSB_LANE __m512i Subtract(__m512i x, __m512i y) noexcept {
+    const auto borrow = static_cast<Mask>((_mm512_cmplt_epu64_mask(x, y) & kEven) << 1);
+    const __m512i difference = _mm512_sub_epi64(x, y);
+    return _mm512_mask_add_epi64(difference, borrow, difference, _mm512_set1_epi64(-1));
+  }
+  // The upper words decide, or the lower ones where those are equal. In general registers: shifts
+  // and logic between mask registers are slower.
+  KES_DSB_LANE Mask Below(__m512i x, __m512i y) noexcept {
+    const unsigned high = _mm512_cmplt_epi64_mask(x, y);
+    const unsigned equal = _mm512_cmpeq_epi64_mask(x, y);
+    const unsigned low = _mm512_cmplt_epu64_mask(x, y);
+    const unsigned below = (high | (equal & (low & kEven) << 1)) & kOdd;
+    return static_cast<Mask>(below | below >> 1);
+  }
+  KES_DSB_LANE __m512i MinMasked(__m512i x, Mask mask, __m512i y) noexcept {
+    return _mm512_mask_mov_epi64(x, static_cast<Mask>(mask & Below(y, x)), y);
+  }
+  KES_DSB_LANE __m512i MaxMasked(__m512i x, Mask mask, __m512i y) noexcept {
+    return _mm512_mask_mov_epi64(x, static_cast<Mask>(mask & Below(x, y)), y);
+  }
+  KES_DSB_LANE __m512i Load(const void* p, Mask mask) noexcept {
+    return _mm512_maskz_loadu_epi64(mask, p);
+  }
+  KES_DSB_LANE void Store(void* p, Mask mask, __m512i x) noexcept {
+    _mm512_mask_storeu_epi64(p, mask, x);
+  }
+};
 
 }  // namespace kestra::number::dsb

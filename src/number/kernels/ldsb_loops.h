@@ -20,32 +20,54 @@
 namespace kestra::number::dsb {
 
 inline constexpr std::size_t kGroup = 64;
+inline constexpr int kMany = 24;  // elements of a group from which on computing all 64 is faster
 
-template <class In, class Out, class Operation, bool kScalar>
+// Stores those of 64 results that are not null.
+template <class T>
+using StoreAlive = void (*)(const T* results, void* out, std::uint64_t alive) noexcept;
+
+// kStore: what mixed groups are stored with, after all 64 results are computed; null: element by
+// element.
+template <class In, class Out, class Operation, bool kScalar, StoreAlive<Out> kStore = nullptr>
 struct MemberLoop {
   const void* left;
   const void* right;
   void* out;
   In scalar;
 
-  KES_DSB_INLINE void One(std::size_t i) const noexcept {
+  KES_DSB_INLINE Out Result(std::size_t i) const noexcept {
     const In x = kScalar ? scalar : LoadAt<In>(left, i);
-    const In y = LoadAt<In>(right, i);
-    StoreAt<Out>(out, i, Operation::template Apply<Out>(Convert<Out>(x), Convert<Out>(y)));
+    return Operation::template Apply<Out>(Convert<Out>(x), Convert<Out>(LoadAt<In>(right, i)));
+  }
+  KES_DSB_INLINE void One(std::size_t i) const noexcept { StoreAt<Out>(out, i, Result(i)); }
+
+  static constexpr bool kStoresGroups = kStore != nullptr;
+  KES_DSB_INLINE void Group(std::size_t first, std::uint64_t alive) const noexcept {
+    Out results[kGroup];
+    KES_DSB_INDEPENDENT
+    for (std::size_t i = 0; i < kGroup; ++i) StoreAt<Out>(results, i, Result(first + i));
+    kStore(results, static_cast<char*>(out) + first * sizeof(Out), alive);
   }
 };
 
 template <class Loop>
 KES_DSB_INLINE void RunGroups(const Loop& loop, std::size_t n, const std::uint8_t* nulls) noexcept {
+  const AliveGroups groups(nulls, n);
   for (std::size_t first = 0; first < n; first += kGroup) {
-    std::uint64_t alive = AliveBits(nulls, first, n - first);
+    std::uint64_t alive = groups.At(first);
     if (alive == ~std::uint64_t{0}) {
       KES_DSB_INDEPENDENT
       for (std::size_t i = 0; i < kGroup; ++i) loop.One(first + i);
-    } else {
-      for (; alive != 0; alive &= alive - 1) {
-        loop.One(first + static_cast<std::size_t>(std::countr_zero(alive)));
+      continue;
+    }
+    if constexpr (requires { Loop::kStoresGroups; }) {
+      if (Loop::kStoresGroups && first + kGroup <= n && std::popcount(alive) > kMany) {
+        loop.Group(first, alive);
+        continue;
       }
+    }
+    for (; alive != 0; alive &= alive - 1) {
+      loop.One(first + static_cast<std::size_t>(std::countr_zero(alive)));
     }
   }
 }
@@ -55,19 +77,20 @@ KES_DSB_INLINE void MinMaxBody(std::size_t n, const void* data, const std::uint8
                                ldsbminmax* minmax) noexcept {
   T lo = HighestOf<T>();
   T hi = LowestOf<T>();
+  const AliveGroups groups(nulls, n);
   for (std::size_t first = 0; first < n; first += kGroup) {
-    std::uint64_t alive = AliveBits(nulls, first, n - first);
+    std::uint64_t alive = groups.At(first);
     if (alive == ~std::uint64_t{0}) {
       for (std::size_t i = 0; i < kGroup; ++i) {
         const T x = LoadAt<T>(data, first + i);
-        lo = x < lo ? x : lo;
-        hi = hi < x ? x : hi;
+        AssignIf(x < lo, lo, x);
+        AssignIf(hi < x, hi, x);
       }
     } else {
       for (; alive != 0; alive &= alive - 1) {
         const T x = LoadAt<T>(data, first + static_cast<std::size_t>(std::countr_zero(alive)));
-        lo = x < lo ? x : lo;
-        hi = hi < x ? x : hi;
+        AssignIf(x < lo, lo, x);
+        AssignIf(hi < x, hi, x);
       }
     }
   }
@@ -75,7 +98,7 @@ KES_DSB_INLINE void MinMaxBody(std::size_t n, const void* data, const std::uint8
 }
 
 // Results are looked through for their extremes in spans that are still in the first-level cache.
-template <class In, class Out, class Operation, bool kScalar>
+template <class In, class Out, class Operation, bool kScalar, StoreAlive<Out> kStore = nullptr>
 KES_DSB_INLINE void MemberBody(std::size_t n, const void* left, const void* right, void* out,
                                const std::uint8_t* nulls, ldsbminmax* minmax,
                                MinMaxKernel minmax_kernel) noexcept {
@@ -84,7 +107,7 @@ KES_DSB_INLINE void MemberBody(std::size_t n, const void* left, const void* righ
   const std::size_t step = minmax == nullptr ? n : kSpan;
   for (std::size_t first = 0; first < n; first += step) {
     const std::size_t size = n - first < step ? n - first : step;
-    const MemberLoop<In, Out, Operation, kScalar> loop = {
+    const MemberLoop<In, Out, Operation, kScalar, kStore> loop = {
         kScalar ? left : static_cast<const char*>(left) + first * sizeof(In),
         static_cast<const char*>(right) + first * sizeof(In),
         static_cast<char*>(out) + first * sizeof(Out), scalar};
@@ -98,8 +121,9 @@ template <class In, class Out>
 KES_DSB_INLINE void SumBody(std::size_t n, const void* data, void* out, const std::uint8_t* nulls,
                             ldsbminmax* minmax) noexcept {
   Wrap<Out> sum{};
+  const AliveGroups groups(nulls, n);
   for (std::size_t first = 0; first < n; first += kGroup) {
-    std::uint64_t alive = AliveBits(nulls, first, n - first);
+    std::uint64_t alive = groups.At(first);
     if (alive == ~std::uint64_t{0}) {
       for (std::size_t i = 0; i < kGroup; ++i) {
         sum = sum + static_cast<Wrap<Out>>(Convert<Out>(LoadAt<In>(data, first + i)));
@@ -130,6 +154,7 @@ template <class T>
 KES_DSB_INLINE void CompareBody(std::size_t n, const void* left, const void* right, bool one_right,
                                 std::uint32_t relation, const std::uint8_t* nulls,
                                 std::uint8_t* matches) noexcept {
+  const AliveGroups groups(nulls, n);
   for (std::size_t first = 0; first < n; first += kGroup) {
     const std::size_t size = n - first < kGroup ? n - first : kGroup;
     std::uint64_t below = 0;
@@ -140,7 +165,7 @@ KES_DSB_INLINE void CompareBody(std::size_t n, const void* left, const void* rig
       below |= std::uint64_t{x < y} << i;
       above |= std::uint64_t{y < x} << i;
     }
-    StoreMatches(below, above, relation, AliveBits(nulls, first, n - first), first, size, matches);
+    StoreMatches(below, above, relation, groups.At(first), first, size, matches);
   }
 }
 

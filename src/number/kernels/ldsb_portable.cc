@@ -71,6 +71,14 @@ constexpr Kernels MakeKernels() noexcept {
 
 }  // namespace
 
+void DecodeShort(std::size_t n, const std::uint8_t* const* numbers, const std::uint16_t* lengths,
+                 const std::uint8_t* nulls, std::int32_t scale, std::int64_t* out) noexcept {
+  for (std::size_t i = 0; i < n; ++i) {
+    const bool null = nulls != nullptr && (nulls[i / 8] >> i % 8 & 1) != 0;
+    out[i] = null ? 0 : DecodeShortOne(NumberAt(numbers, lengths, i), scale);
+  }
+}
+
 constinit const Kernels kPortableKernels = MakeKernels();
 
 }  // namespace kestra::number::dsb

@@ -1,0 +1,227 @@
+// Descriptors and operations. The first bytes choose, the rest are elements, bitmaps and NUMBERs in
+// allocations of exactly their size. Laws: every processor level gives the same status and the same
+// bytes; a sum of two columns less one of them is the other; NUMBERs that load read back as the
+// numbers they were; nulls are not written; allocations balance.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "core/os/cpu.h"
+#include "kestra/decimal_vector.h"
+#include "kestra/number.h"
+
+namespace {
+
+using kestra::os::CpuLevel;
+using Bytes = std::vector<std::uint8_t>;
+
+void Check(bool holds) {
+  if (!holds) __builtin_trap();
+}
+
+struct Input {
+  const std::uint8_t* data;
+  std::size_t size;
+  std::uint8_t Next() {
+    if (size == 0) return 0;
+    --size;
+    return *data++;
+  }
+  Bytes Take(std::size_t n) {
+    Bytes bytes(n);
+    const std::size_t have = n < size ? n : size;
+    if (have != 0) std::memcpy(bytes.data(), data, have);
+    data += have;
+    size -= have;
+    return bytes;
+  }
+};
+
+long live = 0;
+long calls_left = 0;
+void* Allocate(void*, std::size_t size, const char*) {
+  if (calls_left-- <= 0) return nullptr;
+  ++live;
+  return std::malloc(size);
+}
+void Release(void*, void* memory, const char*) {
+  --live;
+  std::free(memory);
+}
+
+constexpr std::size_t kWidths[] = {0, 1, 2, 4, 8, 16, 24};
+
+// A vector or scalar with everything in memory of its own.
+struct Column {
+  ldsbvector vector;
+  Bytes nulls;
+  std::uint8_t* buffer = nullptr;
+  ~Column() { std::free(buffer); }
+};
+
+void MakeColumn(Input& in, std::size_t count, Column& column) {
+  const std::uint8_t choice = in.Next();
+  const std::uint32_t precision = 1 + choice % 6u;
+  const auto scale = static_cast<std::int32_t>(static_cast<std::int8_t>(in.Next()));
+  const std::size_t width = kWidths[precision];
+  if ((choice & 0x40) != 0) {
+    const Bytes value = in.Take(width);
+    Check(ldsbvinit_sint(nullptr, &column.vector, precision, scale, value.data(), width) == 0);
+    return;
+  }
+  const std::size_t area = (count * width + 63) / 64 * 64;
+  column.buffer = static_cast<std::uint8_t*>(std::aligned_alloc(64, area == 0 ? 64 : area));
+  const Bytes elements = in.Take(count * width);
+  if (!elements.empty()) std::memcpy(column.buffer, elements.data(), elements.size());
+  // Small values are commoner than random bytes make them.
+  const std::size_t keep = 1 + (choice >> 4 & 3) * 2u;
+  for (std::size_t i = 0; i < count; ++i) {
+    std::uint8_t* element = column.buffer + i * width;
+    for (std::size_t b = keep; b < width; ++b) element[b] = element[keep - 1] >> 7 != 0 ? 0xFF : 0;
+  }
+  Check(ldsbvinitx(nullptr, &column.vector, precision, scale, count, column.buffer, area, nullptr,
+                   nullptr) == 0);
+  if ((choice & 0x80) != 0) {
+    column.nulls = in.Take((count + 7) / 8);
+    if (count != 0) column.vector.nulls = column.nulls.data();
+  }
+  if (in.Next() % 8 != 0) Check(ldsbvset_updminmax(nullptr, &column.vector) == 0);
+}
+
+// What a result holds: status, description, bitmap and the elements that are not null.
+Bytes Describe(int status, const ldsbvector& v) {
+  Bytes text(sizeof status);
+  std::memcpy(text.data(), &status, sizeof status);
+  if (status != 0) return text;
+  const auto add = [&text](const void* p, std::size_t n) {
+    const auto* bytes = static_cast<const std::uint8_t*>(p);
+    text.insert(text.end(), bytes, bytes + n);
+  };
+  add(&v, 16);
+  add(&v.extremes, sizeof v.extremes);
+  if (v.tag == KES_DSB_SCALAR) return text;
+  for (std::size_t i = 0; i < v.count; ++i) {
+    const bool null = v.nulls != nullptr && (v.nulls[i / 8] >> i % 8 & 1) != 0;
+    text.push_back(null ? 1 : 0);
+    if (!null) add(v.data + i * v.width, v.width);
+  }
+  return text;
+}
+
+void CheckOperation(Input& in) {
+  const std::size_t count = in.Next() % 200u;
+  const std::uint8_t choice = in.Next();
+  ldsboptions options = {};
+  if ((choice & 0x40) != 0)
+    options = {static_cast<std::uint32_t>(in.Next() & 33), in.Next() % 8u, {}};
+  const long allowed = (choice & 0x80) != 0 ? in.Next() % 5 : 100;
+  Column left, right;
+  MakeColumn(in, count, left);
+  MakeColumn(in, count, right);
+  ldsbctx ctx;
+  Check(ldsbinit(&ctx, Allocate, Release, nullptr) == 0);
+  Bytes described[2];
+  const CpuLevel levels[2] = {CpuLevel::kBaseline,
+                              (choice & 1) != 0 ? CpuLevel::kAvx512 : CpuLevel::kAvx2};
+  for (int k = 0; k < 2; ++k) {
+    kestra::os::ForceCpuLevel(levels[k]);
+    calls_left = allowed;
+    ldsbvector result, sum, back;
+    for (ldsbvector* v : {&result, &sum, &back}) Check(ldsbvinit(&ctx, v, nullptr, 0) == 0);
+    const std::uint32_t operation = choice / 2 % 3u;
+    const int status = ldsbvop(&ctx, operation, &result, &left.vector, &right.vector, &options);
+    described[k] = Describe(status, result);
+    if (status == 0) {
+      const Bytes total = Describe(ldsbvsum(&ctx, &sum, &result), sum);
+      described[k].insert(described[k].end(), total.begin(), total.end());
+      Bytes matches((result.count + 7) / 8);
+      const int compared =
+          ldsbvcompare(&ctx, choice / 8 % 8u, &left.vector, &right.vector, matches.data(), nullptr);
+      if (compared == 0) described[k].insert(described[k].end(), matches.begin(), matches.end());
+      // (x + y) - y is x at the scale of the sum, wherever nothing was cut off.
+      if (operation == KES_DSB_ADD && options.precision == 0 &&
+          left.vector.scale <= right.vector.scale &&
+          ldsbvop(&ctx, KES_DSB_SUBTRACT, &back, &result, &right.vector, nullptr) == 0) {
+        for (std::size_t i = 0; i < back.count && back.tag == KES_DSB_VECTOR; ++i) {
+          if (back.nulls != nullptr && (back.nulls[i / 8] >> i % 8 & 1) != 0) continue;
+          std::uint8_t want[24], got[24];
+          const ldsbvector& x = left.vector;
+          const std::size_t place = x.tag == KES_DSB_SCALAR ? 0 : i;
+          Check(ldsbvget_ints(&ctx, &x, place, 1, want, 24) == 0);
+          Check(ldsbvget_ints(&ctx, &back, i, 1, got, 24) == 0);
+          Check(std::memcmp(want, got, 24) == 0);
+        }
+      }
+    }
+    for (ldsbvector* v : {&result, &sum, &back}) Check(ldsbvfree(&ctx, v) == 0);
+    Check(live == 0);
+  }
+  kestra::os::ForceCpuLevel(CpuLevel::kAvx512);
+  Check(described[0] == described[1]);
+}
+
+void CheckNumbers(Input& in) {
+  const std::size_t count = in.Next() % 100u;
+  const std::uint8_t choice = in.Next();
+  const std::uint32_t precision = (choice & 1) != 0 ? 7 : in.Next() % 9u;
+  const std::int32_t scale =
+      (choice & 2) != 0 ? INT32_MAX : static_cast<std::int8_t>(in.Next());
+  Bytes nulls;
+  if ((choice & 4) != 0) nulls = in.Take((count + 7) / 8);
+  const std::uint8_t* bitmap = nulls.empty() ? nullptr : nulls.data();
+  std::vector<Bytes> numbers(count);
+  std::vector<const std::uint8_t*> pointers(count);
+  std::vector<std::uint16_t> lengths(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint8_t length = in.Next() % 24;
+    numbers[i] = in.Take(length == 0 ? 1 : length);
+    if (length == 0) {  // prefixed: the bytes that the prefix promises
+      const Bytes rest = in.Take(numbers[i][0]);
+      numbers[i].insert(numbers[i].end(), rest.begin(), rest.end());
+    }
+    numbers[i].shrink_to_fit();
+    pointers[i] = (choice & 8) != 0 && length == 23 ? nullptr : numbers[i].data();
+    lengths[i] = length;
+  }
+  Bytes described[2];
+  for (int k = 0; k < 2; ++k) {
+    kestra::os::ForceCpuLevel(k == 0 ? CpuLevel::kBaseline : CpuLevel::kAvx512);
+    ldsbvector vector;
+    Check(ldsbvinit(nullptr, &vector, nullptr, 0) == 0);
+    const int status = ldsbvset_ons(nullptr, &vector, precision, scale, 0, count, pointers.data(),
+                                    lengths.data(), bitmap, 0);
+    described[k] = Describe(status, vector);
+    if (status == 0) {
+      Bytes slots(22 * count);
+      Check(ldsbvget_ons(nullptr, &vector, 0, count, slots.data(), 22, nullptr) == 0);
+      for (std::size_t i = 0; i < count; ++i) {
+        const std::uint8_t* slot = slots.data() + 22 * i;
+        if (bitmap != nullptr && (bitmap[i / 8] >> i % 8 & 1) != 0) {
+          Check(*slot == 0);
+          continue;
+        }
+        std::uint8_t wanted[22] = {1, 0x80};  // what a null pointer counts as
+        if (pointers[i] != nullptr) lnxmul(pointers[i], lengths[i], lnxqpos1, 0, wanted, nullptr);
+        Check(lnxchk(slot, 0) == 1);
+        Check(std::memcmp(slot, wanted, 1u + *slot) == 0);
+      }
+    }
+    Check(ldsbvfree(nullptr, &vector) == 0);
+  }
+  kestra::os::ForceCpuLevel(CpuLevel::kAvx512);
+  Check(described[0] == described[1]);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  Input in = {data, size};
+  if ((in.Next() & 1) == 0) {
+    CheckOperation(in);
+  } else {
+    CheckNumbers(in);
+  }
+  return 0;
+}
