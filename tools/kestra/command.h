@@ -57,5 +57,6 @@ extern const Command kCharsetsCommand;
 extern const Command kLanguagesCommand;
 extern const Command kTerritoriesCommand;
 extern const Command kInspectCommand;
+extern const Command kCalcCommand;
 
 }  // namespace kestra::tools

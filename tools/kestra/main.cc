@@ -22,7 +22,8 @@ namespace kestra::tools {
 namespace {
 
 constexpr std::array kCommands = {&kConvertCommand,   &kLocaleCommand,      &kCharsetsCommand,
-                                  &kLanguagesCommand, &kTerritoriesCommand, &kInspectCommand};
+                                  &kLanguagesCommand, &kTerritoriesCommand, &kInspectCommand,
+                                  &kCalcCommand};
 
 int Complain(ExitCode code, const std::string& message) {
   fmt::print(stderr, "{} {}\n", Styled(STDERR_FILENO, Style::kRed, "kestra:"), Printable(message));
