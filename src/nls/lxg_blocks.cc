@@ -61,7 +61,12 @@ void ReadPlain(const void* coder, const std::uint8_t* in, const std::uint8_t* en
       std::uint16_t units[Block::kSize];
       const kernels::Progress done = decoder.DecodeUnits(
           kernels::GetConvertKernels(), p, static_cast<std::size_t>(end - p), units, limit - count);
-      count += SpreadUnits(units, done.written, block.code_points + count);
+      if (done.characters == done.written) {
+        for (std::size_t i = 0; i < done.written; ++i) block.code_points[count + i] = units[i];
+        count += static_cast<std::uint32_t>(done.written);
+      } else {
+        count += SpreadUnits(units, done.written, block.code_points + count);
+      }
       p += done.consumed;
     }
     for (std::size_t i = 0; i < kFewCharacters && p < end && count < limit; ++i) {

@@ -13,7 +13,8 @@ namespace kestra::nls::convert {
 class Gb18030Decoder {
  public:
   explicit Gb18030Decoder(CharsetView set) noexcept
-      : cells_(set.table(nlb::charset::kDecodeTable)),
+      : pairs_(set),
+        cells_(set.table(nlb::charset::kDecodeTable)),
         linear_(set.table(nlb::charset::kLinearTable)),
         cell_count_(set.decode_width() == 4
                         ? static_cast<std::uint32_t>(set.table_size(nlb::charset::kDecodeTable) / 4)
@@ -34,27 +35,32 @@ class Gb18030Decoder {
     return {kMalformed, p[1] < 0x80 ? 1u : 2u};
   }
 
+  // Two-byte characters have rows like those of the multibyte sets, so their kernel reads them; it
+  // stops at four bytes.
   kernels::Progress DecodeUnits(const kernels::ConvertKernels& kernels, const std::uint8_t* in,
                                 std::size_t size, std::uint16_t* units,
                                 std::size_t room) const noexcept {
-    const std::uint8_t* p = in;
-    const std::uint8_t* const end = in + size;
-    std::uint16_t* out = units;
-    std::uint16_t* const out_end = units + room;
-    std::size_t pairs = 0;
-    while (end - p >= 8 && out_end - out >= 8) {
-      if ((LoadAt<std::uint64_t>(p, 0) & 0x8080808080808080u) == 0) {
-        const auto most =
-            static_cast<std::size_t>(end - p < out_end - out ? end - p : out_end - out);
-        const std::size_t run = kernels.widen_ascii(p, most, out);
-        p += run;
-        out += run;
-        continue;
+    kernels::Progress done;
+    for (;;) {
+      const kernels::Progress part =
+          pairs_.DecodeUnits(kernels, in + done.consumed, size - done.consumed,
+                             units + done.written, room - done.written);
+      done.consumed += part.consumed;
+      done.written += part.written;
+      done.characters += part.characters;
+      const std::size_t before = done.consumed;
+      while (size - done.consumed >= 4 && room - done.written >= 2 &&
+             StepOfFour(in + done.consumed, units, done)) {
       }
-      if (!StepBranchFree(p, out) && !StepOfFour(p, out, pairs)) break;
+      if (done.consumed == before) return done;
     }
-    const auto written = static_cast<std::size_t>(out - units);
-    return {static_cast<std::size_t>(p - in), written, written - pairs};
+  }
+
+  // For longer texts, as in the multibyte sets.
+  Gb18030Decoder CollectRows(kernels::LeadRows& rows) const noexcept {
+    Gb18030Decoder decoder = *this;
+    decoder.pairs_ = pairs_.CollectRows(rows);
+    return decoder;
   }
 
  private:
@@ -83,47 +89,27 @@ class Gb18030Decoder {
     return {code_point - 1 < kMaxCodePoint ? code_point : kMalformed, 4};
   }
 
-  // One or two bytes to a unit; which of them is data, not a branch: in mixed text a branch would
-  // be mispredicted at every third character. False, and nothing read: neither.
-  bool StepBranchFree(const std::uint8_t*& p, std::uint16_t*& out) const noexcept {
-    const std::uint32_t first = p[0];
-    const std::uint32_t two = first >> 7;
-    const std::uint32_t second = p[1];
-    const std::uint32_t place =
-        (first - 0x81) * nlb::charset::kGb18030Row + (second - nlb::charset::kGb18030FirstTrail);
-    const std::uint32_t cell = two != 0 ? place : 0;
-    // A first byte of 80 or FF and a second of FF or below 40 lead to other cells or outside.
-    if (cell >= cell_count_) return false;
-    if ((two & static_cast<std::uint32_t>((second < nlb::charset::kGb18030FirstTrail) |
-                                          (second == 0xFF))) != 0) {
+  // Four bytes to one or two units. False: nothing plain.
+  bool StepOfFour(const std::uint8_t* p, std::uint16_t* units,
+                  kernels::Progress& done) const noexcept {
+    if (p[0] < 0x81 || !IsDigit(p[1])) return false;
+    const std::uint32_t code_point = NextOfFour(p, 4).code_point;
+    if (code_point > kMaxCodePoint || code_point == kReplacementCharacter ||
+        IsSurrogate(code_point)) {
       return false;
     }
-    const std::uint32_t decoded = Load32(cells_, std::size_t{4} * cell);
-    const std::uint32_t unit = two != 0 ? decoded : first;
-    if (unit - 1 >= kReplacementCharacter - 1 || IsSurrogate(unit)) return false;
-    *out++ = static_cast<std::uint16_t>(unit);
-    p += 1 + two;
-    return true;
-  }
-
-  // Four bytes to one or two units; there are eight bytes and room for eight units.
-  bool StepOfFour(const std::uint8_t*& p, std::uint16_t*& out, std::size_t& pairs) const noexcept {
-    if (p[0] < 0x81 || !IsDigit(p[1])) return false;
-    const Decoded character = NextOfFour(p, 4);
-    const std::uint32_t code_point = character.code_point;
     if (code_point >= 0x10000) {
-      if (code_point > kMaxCodePoint) return false;
-      *out++ = static_cast<std::uint16_t>(HighSurrogate(code_point));
-      *out++ = static_cast<std::uint16_t>(LowSurrogate(code_point));
-      ++pairs;
+      units[done.written++] = static_cast<std::uint16_t>(HighSurrogate(code_point));
+      units[done.written++] = static_cast<std::uint16_t>(LowSurrogate(code_point));
     } else {
-      if (code_point == kReplacementCharacter || IsSurrogate(code_point)) return false;
-      *out++ = static_cast<std::uint16_t>(code_point);
+      units[done.written++] = static_cast<std::uint16_t>(code_point);
     }
-    p += 4;
+    done.consumed += 4;
+    ++done.characters;
     return true;
   }
 
+  MultibyteDecoder pairs_;
   const std::uint8_t* cells_;
   const std::uint8_t* linear_;
   std::uint32_t cell_count_;

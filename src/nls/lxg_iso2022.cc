@@ -13,6 +13,8 @@
 #include "nls/lxg_iso2022.h"
 
 #include <array>
+#include <bit>
+#include <optional>
 
 #include "kestra/handle.h"
 #include "nls/lxg_stateful_codec.h"
@@ -92,12 +94,56 @@ constexpr Part kPreferences[] = {kRoman,    kKatakana, kJis0208, kJis0212, kJis0
                                  kJis0213b, kLatin1,   kGreek,   kGb2312,  kKsx1001,  kCns1,
                                  kCns2,     kCns3,     kCns4,    kCns5,    kCns6,     kCns7};
 
+constexpr std::size_t kSetCount = 6;
+constexpr std::uint8_t kNoRow = 0xFF;
+
+// The row by which a set designates a part.
+constexpr auto MakeRows() noexcept {
+  std::array<std::array<std::uint8_t, Iso2022::kPartCount>, kSetCount> rows{};
+  for (std::size_t set = 0; set < kSetCount; ++set) {
+    rows[set].fill(kNoRow);
+    for (std::size_t i = std::size(kDesignations); i-- > 0;) {
+      if ((kDesignations[i].sets >> set & 1) != 0) {
+        rows[set][kDesignations[i].part] = static_cast<std::uint8_t>(i);
+      }
+    }
+  }
+  return rows;
+}
+constexpr auto kRows = MakeRows();
+
 // Null: the set does not have the part.
 constexpr const Designation* FindDesignation(Set set, Part part) noexcept {
-  for (const Designation& row : kDesignations) {
-    if (row.part == part && (row.sets & set) != 0) return &row;
+  const std::uint8_t row = kRows[static_cast<std::size_t>(std::countr_zero<unsigned>(set))][part];
+  return row == kNoRow ? nullptr : &kDesignations[row];
+}
+
+// An escape sequence as the number that its bytes make, the first one lowest.
+constexpr std::uint32_t EscapeNumber(const Designation& row) noexcept {
+  std::uint32_t number = 0;
+  for (std::uint32_t i = 0; i < row.length; ++i) {
+    number |= static_cast<std::uint32_t>(static_cast<std::uint8_t>(row.escape[i])) << (8 * i);
   }
-  return nullptr;
+  return number;
+}
+// Writes four bytes.
+void StoreEscape(std::uint8_t* out, std::uint32_t number) noexcept {
+  if constexpr (std::endian::native == std::endian::big) number = __builtin_bswap32(number);
+  std::memcpy(out, &number, sizeof number);
+}
+constexpr auto MakeEscapeNumbers() noexcept {
+  std::array<std::uint32_t, std::size(kDesignations)> numbers{};
+  for (std::size_t i = 0; i < numbers.size(); ++i) numbers[i] = EscapeNumber(kDesignations[i]);
+  return numbers;
+}
+constexpr auto kEscapeNumbers = MakeEscapeNumbers();
+constexpr std::uint32_t kToAscii = EscapeNumber(*FindDesignation(kJp, kAscii));
+constexpr std::uint32_t kToJis0208 = EscapeNumber(*FindDesignation(kJp, kJis0208));
+
+// The four bytes at p as such a number.
+std::uint32_t EscapeAt(const std::uint8_t* p) noexcept {
+  const std::uint32_t number = Load32(p, 0);
+  return std::endian::native == std::endian::big ? __builtin_bswap32(number) : number;
 }
 
 // The state word: registers in five bits each, 0 (ASCII) for nothing designated; then whether G1 is
@@ -159,9 +205,16 @@ class Reader {
   }
 
  private:
+  // The table of the part that was read last.
+  struct Pairs {
+    Part part = kAscii;
+    std::optional<PairTable> table;
+  };
+
   void ReadBlock(const std::uint8_t* in, const std::uint8_t* end, std::uint32_t word,
                  std::uint32_t limit, Block& block) const noexcept {
     State state = State::FromWord(set_, word);
+    Pairs pairs;
     const std::uint8_t* p = in;
     std::uint32_t count = 0;
     for (;;) {
@@ -172,7 +225,7 @@ class Reader {
       }
       if (count == limit || p == end) break;
       if (const std::uint32_t run =
-              ReadRun(p, end, state, block.code_points + count, limit - count);
+              ReadRun(p, end, state, pairs, block.code_points + count, limit - count);
           run != 0) {
         count += run;
         continue;
@@ -190,11 +243,14 @@ class Reader {
   std::uint32_t ReadControl(const std::uint8_t* p, const std::uint8_t* end,
                             State& state) const noexcept {
     if (*p == kEscape) {
-      for (const Designation& row : kDesignations) {
-        if ((row.sets & set_) == 0 || end - p < row.length ||
-            std::memcmp(p, row.escape, row.length) != 0) {
-          continue;
-        }
+      std::uint8_t bytes[4] = {};
+      const auto left = static_cast<std::size_t>(end - p);
+      std::memcpy(bytes, p, left < 4 ? left : 4);
+      const std::uint32_t number = EscapeAt(bytes);
+      for (std::size_t i = 0; i < kEscapeNumbers.size(); ++i) {
+        const Designation& row = kDesignations[i];
+        const std::uint32_t mask = row.length == 3 ? 0xFFFFFF : 0xFFFFFFFF;
+        if ((number & mask) != kEscapeNumbers[i] || (row.sets & set_) == 0) continue;
         state.g[row.target] = row.part;
         return row.length;
       }
@@ -212,25 +268,78 @@ class Reader {
     return 0;
   }
 
-  // Plain characters of the part in use; returns how many.
-  std::uint32_t ReadRun(const std::uint8_t*& p, const std::uint8_t* end, const State& state,
+  // Plain characters: ASCII and those of the part in use, with the shifts between them, and in the
+  // Japanese sets the escapes to ASCII and to JIS X 0208. Returns how many characters.
+  std::uint32_t ReadRun(const std::uint8_t*& p, const std::uint8_t* end, State& state, Pairs& pairs,
                         std::uint32_t* out, std::uint32_t limit) const noexcept {
-    const Part part = state.shifted ? state.g[1] : state.g[0];
-    std::uint32_t count = 0;
-    if (part == kAscii) {
-      while (p < end && count < limit && *p >= 0x20 && *p < 0x80) out[count++] = *p++;
-      return count;
+    const bool japanese = (set_ & kJapanese) != 0;
+    Part other = japanese ? (state.g[0] == kAscii ? kJis0208 : state.g[0]) : state.g[1];
+    if (other != kAscii && (kTables[other].bytes != 2 || kTables[other].prefix != 0)) return 0;
+    if (other == kAscii) other = kGb2312;  // of the Chinese sets; nothing leads there
+    if (pairs.part != other) {
+      pairs.part = other;
+      pairs.table.emplace(composed_->lender(kTables[other].lender));
     }
-    const PartTables& tables = kTables[part];
-    if (tables.bytes != 2 || tables.prefix != 0) return 0;
-    const PairTable pairs(composed_->lender(tables.lender));
-    while (end - p >= 2 && count < limit && IsGraphic(p[0]) && IsGraphic(p[1])) {
-      const std::uint32_t code_point = pairs.CodePoint(p[0] | 0x80u, p[1] | 0x80u);
-      if (code_point - 1 >= kMaxCodePoint) break;
-      out[count++] = code_point;
-      p += 2;
+    const PairTable table = *pairs.table;
+    // A line end that changes the state is not plain.
+    const bool plain_line_end = set_ == kKr || set_ == kJp || set_ == kJp3;
+    bool in_other = state.shifted || state.g[0] != kAscii;
+    const std::uint8_t* const start = p;
+    std::uint32_t count = 0;
+    while (p < end && count < limit) {
+      const std::uint32_t byte = *p;
+      if (in_other && byte >= 0x21) {
+        const std::uint32_t before = count;
+        for (; end - p >= 2 && count < limit && p[0] >= 0x21; p += 2) {
+          const std::uint32_t code_point = table.CodePoint(p[0] ^ 0x80u, p[1] ^ 0x80u);
+          if (code_point - 1 >= kMaxCodePoint) break;
+          out[count++] = code_point;
+        }
+        if (count == before) break;
+      } else if (!in_other && byte - 0x20 < 0x60) {
+        // A character a step is better where a space stands between two words of the other part.
+        if (end - p >= 8 && limit - count >= 8 && ArePrintable(LoadAt<std::uint64_t>(p, 0))) {
+          for (std::uint32_t k = 0; k < 8; ++k) out[count + k] = p[k];
+          count += 8;
+          p += 8;
+        } else {
+          out[count++] = byte;
+          ++p;
+        }
+      } else if (plain_line_end && IsLineEnd(byte)) {
+        out[count++] = byte;
+        ++p;
+      } else if (!japanese && byte == kShiftOut && state.g[1] != kAscii) {
+        in_other = true;
+        ++p;
+      } else if (!japanese && byte == kShiftIn) {
+        in_other = false;
+        ++p;
+      } else if (japanese && other == kJis0208 && byte == kEscape && end - p >= 4) {
+        const std::uint32_t number = EscapeAt(p) & 0xFFFFFF;
+        if (number != kToAscii && number != kToJis0208) break;
+        in_other = number == kToJis0208;
+        p += 3;
+      } else {
+        break;
+      }
+    }
+    if (count == 0) {  // what was passed is for the slow way
+      p = start;
+      return 0;
+    }
+    if (japanese) {
+      state.g[0] = in_other ? other : kAscii;
+    } else {
+      state.shifted = in_other;
     }
     return count;
+  }
+
+  // Eight bytes, all of them 20..7F.
+  static bool ArePrintable(std::uint64_t bytes) noexcept {
+    constexpr std::uint64_t kOnes = 0x0101010101010101u;
+    return (((bytes - 0x20 * kOnes) | bytes) & 0x80 * kOnes) == 0;
   }
 
   Decoded ReadOne(const std::uint8_t* p, const std::uint8_t* end, State& state) const noexcept {
@@ -304,24 +413,42 @@ class Reader {
   Set set_;
 };
 
-// The bytes of a code point in a set of any width, as one number; 0 none.
-std::uint32_t FindNumber(CharsetView set, std::uint32_t code_point) noexcept {
-  const auto number = [](Encoded encoded) {
-    return encoded.length == 0 ? 0
-                               : __builtin_bswap32(static_cast<std::uint32_t>(encoded.bytes)) >>
-                                     (32 - 8 * encoded.length);
-  };
-  switch (set.encode_width()) {
-    case 1:
-      return number(TableEncoder<1>(set).Encode(code_point));
-    case 2:
-      return number(TableEncoder<2>(set).Encode(code_point));
-    case 4:
-      return number(TableEncoder<4>(set).Encode(code_point));
-    default:
-      return 0;
+// The bytes of a code point in a set of any width, as one number.
+class NumberTable {
+ public:
+  explicit NumberTable(CharsetView set) noexcept
+      : index_(set.table(nlb::charset::kEncodeIndex)),
+        cells_(set.table(nlb::charset::kEncodeTable)),
+        index_size_(set.encode_index_size()),
+        width_(set.encode_width()) {
+    if (index_size_ > set.table_size(nlb::charset::kEncodeIndex) / 2) index_size_ = 0;
+    if (width_ == 0) index_size_ = 0;
+    block_count_ = index_size_ == 0
+                       ? 0
+                       : static_cast<std::uint32_t>(set.table_size(nlb::charset::kEncodeTable) /
+                                                    (nlb::charset::kBlockSize * width_));
   }
-}
+
+  // 0: none.
+  std::uint32_t Find(std::uint32_t code_point) const noexcept {
+    const std::uint32_t slot = code_point >> nlb::charset::kBlockShift;
+    if (slot >= index_size_) return 0;
+    const std::uint32_t block = Load16(index_, std::size_t{2} * slot);
+    if (block >= block_count_) return 0;
+    const std::size_t cell = std::size_t{block} * nlb::charset::kBlockSize +
+                             (code_point & (nlb::charset::kBlockSize - 1));
+    return width_ == 2   ? Load16(cells_, 2 * cell)
+           : width_ == 4 ? Load32(cells_, 4 * cell)
+                         : cells_[cell];
+  }
+
+ private:
+  const std::uint8_t* index_;
+  const std::uint8_t* cells_;
+  std::uint32_t index_size_;
+  std::uint32_t block_count_;
+  std::uint32_t width_;
+};
 
 class Writer {
  public:
@@ -331,15 +458,24 @@ class Writer {
   static std::uint32_t Write(const void* coder, Conversion& c, const std::uint32_t* code_points,
                              std::uint32_t count) noexcept {
     const auto& self = *static_cast<const Writer*>(coder);
+    State state = State::FromWord(self.set_, c.shift_out);
+    TwoWays ways;
     std::uint32_t done = 0;
-    while (done < count && self.WriteOne(c, code_points[done])) {
+    while (done < count) {
+      done += self.WriteRun(c, state, ways, code_points + done, count - done);
+      if (done == count || !self.WriteOne(c, state, code_points[done])) break;
       c.produced_replacement |= code_points[done] == kReplacementCharacter;
       ++done;
     }
+    c.shift_out = state.ToWord(self.set_);
     return done;
   }
   static bool Replace(const void* coder, Conversion& c) noexcept {
-    return static_cast<const Writer*>(coder)->WriteOne(c, '?');
+    const auto& self = *static_cast<const Writer*>(coder);
+    State state = State::FromWord(self.set_, c.shift_out);
+    const bool done = self.WriteOne(c, state, '?');
+    c.shift_out = state.ToWord(self.set_);
+    return done;
   }
   static void Finish(const void* coder, Conversion& c) noexcept {
     const auto& self = *static_cast<const Writer*>(coder);
@@ -369,8 +505,93 @@ class Writer {
     }
   };
 
-  bool WriteOne(Conversion& c, std::uint32_t code_point) const noexcept {
-    State state = State::FromWord(set_, c.shift_out);
+  // The two kinds of text that a set goes back and forth between: ASCII, and the part that the
+  // shift or the other escape sequence leads to.
+  struct TwoWays {
+    Part other = kAscii;  // none
+    std::uint32_t to_ascii = 0, to_other = 0;
+    std::uint32_t length = 0;  // of either
+    std::optional<NumberTable> numbers;
+  };
+
+  void FindWays(const State& state, TwoWays& ways) const noexcept {
+    const Part before = ways.other;
+    ways.other = kAscii;
+    if ((set_ & kJapanese) != 0) {
+      // With a part in G2 a character may have to be looked for there first.
+      if (state.g[2] != kAscii || (state.g[0] != kAscii && state.g[0] != kJis0208)) return;
+      ways.other = kJis0208;
+      ways.to_ascii = kToAscii;
+      ways.to_other = kToJis0208;
+      ways.length = 3;
+    } else {
+      if (set_ == kKr && !state.header) return;
+      ways.other = state.g[1];
+      ways.to_ascii = kShiftIn;
+      ways.to_other = kShiftOut;
+      ways.length = 1;
+    }
+    if (ways.other != kAscii && ways.other != before) {
+      ways.numbers.emplace(composed_->lender(kTables[ways.other].lender));
+    }
+  }
+
+  // Characters of those two kinds, where room is no question; returns how many.
+  std::uint32_t WriteRun(Conversion& c, State& state, TwoWays& ways,
+                         const std::uint32_t* code_points, std::uint32_t count) const noexcept {
+    FindWays(state, ways);
+    const std::size_t sure = c.room() / kMostBytes;
+    const std::uint32_t fit = sure <= 1       ? 0
+                              : sure <= count ? static_cast<std::uint32_t>(sure - 1)
+                                              : count;
+    if (ways.other == kAscii || fit == 0) return 0;
+    const NumberTable numbers = *ways.numbers;
+    // A line end that changes the state is not plain; without G2 those of the Japanese sets do not.
+    const bool plain_line_end = (set_ & kChinese) == 0;
+    bool other = state.shifted || state.g[0] != kAscii;
+    std::uint8_t* out = c.out;
+    bool replacement = false;
+    std::uint32_t done = 0;
+    for (; done < fit; ++done) {
+      const std::uint32_t code_point = code_points[done];
+      if (code_point < 0x80) {
+        if (code_point < 0x20 && (code_point != '\n' || !plain_line_end)) break;
+        if (other) {
+          StoreEscape(out, ways.to_ascii);
+          out += ways.length;
+          other = false;
+        }
+        *out++ = static_cast<std::uint8_t>(code_point);
+        continue;
+      }
+      const std::uint32_t bytes = numbers.Find(code_point) - 0x8080;
+      if ((bytes >> 8) - 0x21 >= 94 || !IsGraphic(bytes & 0xFF)) break;
+      if (!other) {
+        StoreEscape(out, ways.to_other);
+        out += ways.length;
+        other = true;
+      }
+      out[0] = static_cast<std::uint8_t>(bytes >> 8);
+      out[1] = static_cast<std::uint8_t>(bytes);
+      out += 2;
+      replacement |= code_point == kReplacementCharacter;
+    }
+    c.out = out;
+    c.produced_replacement |= replacement;
+    if ((set_ & kJapanese) != 0) {
+      state.g[0] = other ? kJis0208 : kAscii;
+    } else {
+      state.shifted = other;
+    }
+    return done;
+  }
+  static constexpr std::size_t kMostBytes = 8;
+
+  // Writes one character with what it needs in front. False: it is not in the set, or does not fit;
+  // then the state is what it was.
+  bool WriteOne(Conversion& c, State& before, std::uint32_t code_point) const noexcept {
+    if (code_point > kMaxCodePoint) return false;
+    State state = before;
     Text text;
     if (set_ == kKr && !state.header) {
       text.Add(*FindDesignation(kKr, kKsx1001));
@@ -380,14 +601,16 @@ class Writer {
                             : AddOther(state, text, code_point))) {
       return false;
     }
-    const std::uint32_t word = state.ToWord(set_);
-    if (!c.more && c.room() < text.length + ReturnLength(word)) {
+    if (!c.more && c.room() < text.length + ReturnLength(state)) {
       c.full = true;
       return false;
     }
     if (!c.Emit({text.bytes, text.length})) return false;
-    c.shift_out = word;
+    before = state;
     return true;
+  }
+  static std::uint32_t ReturnLength(const State& state) noexcept {
+    return state.g[0] != kAscii ? 3 : state.shifted ? 1 : 0;
   }
 
   static void ToAscii(State& state, Text& text) noexcept {
@@ -441,7 +664,7 @@ class Writer {
   // The 7-bit bytes of a code point in a part; 0 none.
   std::uint32_t Find(Part part, std::uint32_t code_point) const noexcept {
     const PartTables& tables = kTables[part];
-    const std::uint32_t number = FindNumber(composed_->lender(tables.lender), code_point);
+    const std::uint32_t number = NumberTable(composed_->lender(tables.lender)).Find(code_point);
     if (tables.bytes == 1) {
       const std::uint32_t byte = number & 0x7F;
       return number != 0 && number >> 8 == tables.prefix && (number & 0x80) == tables.high &&

@@ -12,6 +12,7 @@
 #pragma once
 
 #include "nls/kernels/convert_kernels.h"
+#include "nls/lxg_gb18030_codec.h"
 #include "nls/lxg_table_codec.h"
 #include "nls/lxg_unicode_codec.h"
 
@@ -112,6 +113,17 @@ inline constexpr std::size_t kWorthCollecting = 1024;
 
 template <typename Encoder>
 inline void ConvertText(Conversion& c, const MultibyteDecoder& decoder,
+                        const Encoder& encoder) noexcept {
+  if (c.source_left() < kWorthCollecting) {
+    ConvertThroughUnits(c, decoder, encoder);
+  } else {
+    kernels::LeadRows rows;
+    ConvertThroughUnits(c, decoder.CollectRows(rows), encoder);
+  }
+}
+
+template <typename Encoder>
+inline void ConvertText(Conversion& c, const Gb18030Decoder& decoder,
                         const Encoder& encoder) noexcept {
   if (c.source_left() < kWorthCollecting) {
     ConvertThroughUnits(c, decoder, encoder);

@@ -45,6 +45,23 @@ class PairTable {
     return wide_ ? Load32(cells_, std::size_t{4} * cell) : Load16(cells_, std::size_t{2} * cell);
   }
 
+  // Reads pairs up to the first that is none, each byte changed by flip. Returns how many. A first
+  // byte below least ends the run too.
+  std::uint32_t ReadRun(const std::uint8_t* p, const std::uint8_t* end, std::uint32_t* out,
+                        std::uint32_t limit, std::uint32_t flip,
+                        std::uint32_t least) const noexcept {
+    const auto pairs = static_cast<std::size_t>(end - p) / 2;
+    const std::uint32_t count = pairs < limit ? static_cast<std::uint32_t>(pairs) : limit;
+    std::uint32_t i = 0;
+    for (; i < count && p[2 * std::size_t{i}] >= least; ++i) {
+      const std::uint8_t* pair = p + 2 * std::size_t{i};
+      const std::uint32_t code_point = CodePoint(pair[0] ^ flip, pair[1] ^ flip);
+      if (code_point - 1 >= kMaxCodePoint) break;
+      out[i] = code_point;
+    }
+    return i;
+  }
+
  private:
   static constexpr std::uint8_t kNoLeads[512] = {};
   const std::uint8_t* leads_;
@@ -77,19 +94,22 @@ class StatefulDecoder {
     std::uint32_t* out = block.code_points;
     std::uint32_t* const out_end = out + limit;
     bool shifted = (state & 1) != 0;
+    // Copies, which the compiler can keep in registers while the block is written.
+    const PairTable pairs = pairs_;
+    const std::uint16_t* const code_points = code_points_;
     for (;;) {
       if (!shifted) {
         // Shift bytes are no characters of the table, so one test finds them too.
-        while (p < end && out < out_end && code_points_[*p] != nlb::charset::kNoCharacter) {
-          *out++ = code_points_[*p++];
+        const std::uint8_t* const few = end - p < kShortRun ? end : p + kShortRun;
+        while (p < few && out < out_end && code_points[*p] != nlb::charset::kNoCharacter) {
+          *out++ = code_points[*p++];
         }
+        if (p == few && out < out_end) ReadLongRun(p, end, out, out_end);
       } else {
-        while (end - p >= 2 && out < out_end) {
-          const std::uint32_t code_point = pairs_.CodePoint(p[0], p[1]);
-          if (code_point - 1 >= kMaxCodePoint) break;
-          *out++ = code_point;
-          p += 2;
-        }
+        const std::uint32_t run =
+            pairs.ReadRun(p, end, out, static_cast<std::uint32_t>(out_end - out), 0, 0);
+        out += run;
+        p += std::size_t{2} * run;
       }
       while (p < end && IsShift(*p)) shifted = *p++ == shift_out_;
       if (p == end || out == out_end) break;
@@ -100,24 +120,38 @@ class StatefulDecoder {
     block.state = shifted;
   }
 
-  // Takes what the runs stopped at and returns its length: 0 where that was only a shift, and a
-  // character follows.
+  // One-byte characters by the kernel, which stops at a shift byte as well.
+  void ReadLongRun(const std::uint8_t*& p, const std::uint8_t* end, std::uint32_t*& out,
+                   const std::uint32_t* out_end) const noexcept {
+    std::uint16_t units[Block::kSize];
+    const auto room = static_cast<std::size_t>(out_end - out);
+    const auto left = static_cast<std::size_t>(end - p);
+    const std::size_t run = kernels::GetConvertKernels().single_to_units(
+        code_points_, p, left < room ? left : room, units);
+    for (std::size_t i = 0; i < run; ++i) out[i] = units[i];
+    out += run;
+    p += run;
+  }
+
+  // Takes one character or what is none, and returns its length.
   std::uint32_t ReadOther(const std::uint8_t* p, const std::uint8_t* end, bool shifted,
                           std::uint32_t*& out) const noexcept {
     if (!shifted) {
-      if (code_points_[*p] != nlb::charset::kNoCharacter) return 0;
-      *out++ = kMalformed;
+      const std::uint32_t code_point = code_points_[*p];
+      *out++ = code_point == nlb::charset::kNoCharacter ? kMalformed : code_point;
       return 1;
     }
     if (end - p < 2) {
       *out++ = kTruncated;
       return 1;
     }
-    if (pairs_.CodePoint(p[0], p[1]) - 1 < kMaxCodePoint) return 0;
-    *out++ = kMalformed;
-    return IsShift(p[1]) ? 1 : 2;
+    const std::uint32_t code_point = pairs_.CodePoint(p[0], p[1]);
+    const bool good = code_point - 1 < kMaxCodePoint;
+    *out++ = good ? code_point : kMalformed;
+    return !good && IsShift(p[1]) ? 1 : 2;
   }
 
+  static constexpr std::ptrdiff_t kShortRun = 16;
   const std::uint16_t* code_points_;
   PairTable pairs_;
   std::uint8_t shift_out_;
@@ -181,26 +215,50 @@ class StatefulEncoder {
       const std::uint32_t sure =
           fit <= 1 ? 0
                    : static_cast<std::uint32_t>(fit - 1 < count - done ? fit - 1 : count - done);
-      std::uint32_t state = c.shift_out & 1;
-      std::uint8_t* out = c.out;
-      const std::uint32_t end = done + sure;
-      for (; done < end; ++done) {
-        Encoded character = table_.Encode(code_points[done]);
-        if (character.length == 0) break;
-        c.produced_replacement |= code_points[done] == kReplacementCharacter;
-        state = Shifted(state, character);
-        const auto bytes = static_cast<std::uint32_t>(character.bytes);
-        std::memcpy(out, &bytes, sizeof bytes);
-        out += character.length;
-      }
-      c.out = out;
-      c.shift_out = state;
+      done += WriteRuns(c, code_points + done, sure);
       if (done == count) break;
       const Encoded character = table_.Encode(code_points[done]);
       if (character.length == 0 || !Emit(c, character)) break;
       c.produced_replacement |= code_points[done] == kReplacementCharacter;
       ++done;
     }
+    return done;
+  }
+
+  // Runs of either state, where room is no question.
+  std::uint32_t WriteRuns(Conversion& c, const std::uint32_t* code_points,
+                          std::uint32_t count) const noexcept {
+    const TableEncoder<2> table = table_;
+    std::uint8_t* out = c.out;
+    std::uint32_t state = c.shift_out & 1;
+    std::uint32_t done = 0;
+    bool replacement = false;
+    while (done < count) {
+      std::uint32_t number = 0;
+      if (state == 0) {
+        for (; done < count; ++done) {
+          number = table.Number(code_points[done]);
+          if (number - 1 >= 0xFF) break;
+          replacement |= code_points[done] == kReplacementCharacter;
+          *out++ = static_cast<std::uint8_t>(number);
+        }
+      } else {
+        for (; done < count; ++done) {
+          number = table.Number(code_points[done]);
+          if (number <= 0xFF) break;
+          const auto pair = __builtin_bswap16(static_cast<std::uint16_t>(number));
+          std::memcpy(out, &pair, sizeof pair);
+          replacement |= code_points[done] == kReplacementCharacter;
+          out += sizeof pair;
+        }
+      }
+      if (done == count || number == 0) break;
+      *out++ = static_cast<std::uint8_t>(state == 0 ? shifts_ >> 8 : shifts_);
+      state ^= 1;
+    }
+    c.out = out;
+    c.shift_out = state;
+    c.produced_replacement |= replacement;
     return done;
   }
 

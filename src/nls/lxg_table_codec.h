@@ -151,6 +151,9 @@ class TableEncoder {
     return {__builtin_bswap32(number << leading), 4 - leading / 8};
   }
 
+  // The bytes as one number, the first one highest; 0 for none, and for the byte 00.
+  std::uint32_t Number(std::uint32_t code_point) const noexcept { return Find(code_point); }
+
   static constexpr std::size_t kUnitSize = kWidth;
 
   kernels::Progress EncodeUnits(const kernels::ConvertKernels& kernels, const std::uint16_t* units,
@@ -169,7 +172,6 @@ class TableEncoder {
   }
 
  private:
-  // The bytes as one number, 0 for none (and for the byte 00).
   std::uint32_t Find(std::uint32_t code_point) const noexcept {
     if constexpr (kWidth == 1) {
       return FindByteCell(bytes_table(), code_point);
