@@ -1,7 +1,9 @@
 /* object.h: locale data objects, their files and how they are loaded.
  *
- * An object is found by its slot in the global area; slots follow the boot directory. Files lie in
- * the directory named by KES_NLS10, else in nls/data under KESTRA_HOME, or inside a data library.
+ * An object is found by its slot in the global area; slots follow the boot directory. Where
+ * a data library was found, files lie in nls/data under KESTRA_HOME or else in that library;
+ * without one, in the directory named by KES_NLS10, else in nls/data under KESTRA_HOME. A boot file
+ * in the directory named by KES_NLS_PROFILE33 comes before all of these.
  */
 #ifndef KESTRA_OBJECT_H
 #define KESTRA_OBJECT_H

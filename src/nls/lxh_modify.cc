@@ -88,12 +88,14 @@ bool StoreText(const Change& c, std::string_view value) noexcept {
 
 bool SetText(const Change& c) noexcept { return StoreText(c, c.value); }
 
-// The first character of a text in the handle's set; empty when it is cut off.
-std::string_view FirstCharacter(std::string_view text, const Change& c) noexcept {
-  lxcursor cursor;
-  lxmopen(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(), &cursor, &c.handle,
-          c.context, 0);
-  return text.substr(0, lxmfwdx(&cursor, c.context));
+// The bytes of the character under the cursor, without the shift bytes that follow it, and the
+// cursor behind it; empty when it is cut off.
+std::string_view TakeCharacter(lxcursor& cursor, const Change& c) noexcept {
+  const auto* at = reinterpret_cast<const char*>(cursor.position);
+  const std::size_t width = cursor.shift_state != 0 ? c.handle.shifted_width : 1;
+  const std::size_t length = lxmfwdx(&cursor, c.context);
+  const bool stateful = (c.handle.flags & KES_CHARSET_STATEFUL) != 0;
+  return {at, stateful && length != 0 ? width : length};
 }
 
 // True when a character of a single-byte set cannot separate numbers.
@@ -110,14 +112,23 @@ bool SetNumericCharacters(const Change& c) noexcept {
   if (c.value.empty()) return StoreText(c, {});
   const lxobject* set = HandleCharset(c.handle, c.context);
   if (set == nullptr) return c.Fail(KES_NLS_OBJECT_UNAVAILABLE);
-  const std::string_view decimal = FirstCharacter(c.value, c);
-  const std::string_view group = FirstCharacter(c.value.substr(decimal.size()), c);
+  lxcursor cursor;
+  lxmopen(reinterpret_cast<const std::uint8_t*>(c.value.data()), c.value.size(), &cursor, &c.handle,
+          c.context, 0);
+  const std::string_view decimal = TakeCharacter(cursor, c);
+  const std::string_view group = TakeCharacter(cursor, c);
   if (decimal.empty() || group.empty() || decimal == group) return false;
   if ((c.handle.flags & KES_CHARSET_SINGLE) != 0 &&
       (IsSignOrDigit(decimal[0], set) || IsSignOrDigit(group[0], set))) {
     return false;
   }
-  return StoreText(c, c.value.substr(0, decimal.size() + group.size()));
+  const auto taken = static_cast<std::size_t>(cursor.position - cursor.start);
+  char text[sizeof(lxtext::bytes)];
+  if (taken >= sizeof text) return c.Fail(KES_NLS_DESTINATION_FULL);
+  CopyChars(text, c.value.substr(0, taken));
+  if (cursor.shift_state == 0) return StoreText(c, {text, taken});
+  text[taken] = static_cast<char>(c.handle.shift_in);  // the stored text ends in the base state
+  return StoreText(c, {text, taken + 1});
 }
 
 // Names.

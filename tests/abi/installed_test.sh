@@ -20,7 +20,7 @@ find_package(Kestra 19 CONFIG REQUIRED)
 add_executable(client c_client.c)
 target_link_libraries(client PRIVATE Kestra::kestra)
 CMAKE
-cmake -S "$work/client" -B "$work/client/build" -DCMAKE_PREFIX_PATH="$work/prefix" \
+cmake -G Ninja -S "$work/client" -B "$work/client/build" -DCMAKE_PREFIX_PATH="$work/prefix" \
   -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" > "$work/configure.log"
 cmake --build "$work/client/build" > "$work/build.log"
 "$work/client/build/client"
