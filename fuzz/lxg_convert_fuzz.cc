@@ -4,7 +4,8 @@
 //   1. The kernels of every processor level give the same bytes and the same status.
 //   2. Too little room gives error 6 and a prefix of what enough room gives.
 //   3. Text converted in two pieces gives what one call gives.
-// The last two hold for sets without shift state.
+// The last two hold for sets without shift state. KESTRA_FUZZ_SETS restricts one of the two sets to
+// a group (charset_groups.h).
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "core/os/cpu.h"
+#include "fuzz/charset_groups.h"
 #include "kestra/convert.h"
 #include "kestra/handle.h"
 
@@ -25,6 +27,7 @@ struct Sets {
   lxcontext context;
   std::vector<const lxobject*> objects;
   std::vector<std::uint32_t> ids;
+  std::vector<std::size_t> group;  // numbers of the sets of KESTRA_FUZZ_SETS
 };
 
 Sets& AllSets() {
@@ -40,8 +43,10 @@ Sets& AllSets() {
     const lxobject* object = lxpcobj(id, &sets.context);
     Require(object != nullptr);
     sets.objects.push_back(object);
+    if (kestra::fuzz::InGroup(id)) sets.group.push_back(sets.ids.size());
     sets.ids.push_back(id);
   }
+  Require(!sets.group.empty());
   return sets;
 }
 
@@ -78,8 +83,10 @@ bool SameStatus(const lxstatus& a, const lxstatus& b) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 6) return 0;
   Sets& sets = AllSets();
-  const std::size_t from = data[0] % sets.objects.size();
-  const std::size_t to = data[1] % sets.objects.size();
+  const std::size_t any = data[1] % sets.objects.size();
+  const std::size_t grouped = sets.group[data[0] % sets.group.size()];
+  const std::size_t from = (data[2] & 0x80) != 0 ? any : grouped;
+  const std::size_t to = (data[2] & 0x80) != 0 ? grouped : any;
   const std::uint32_t options = data[2] & 3u;
   const std::size_t split_at = data[3];
   const std::size_t small_room = data[4];

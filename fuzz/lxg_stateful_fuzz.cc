@@ -65,6 +65,7 @@ void CheckScan(std::uint32_t set, const Bytes& text) {
   lxcscan(text.data(), text.size(), &scan, &handle, &context);
   Convert(lxgcnvb, 2000, set, text, 4 * text.size() + 8, KES_CONVERT_STOP);
   const std::uint64_t first = context.status.first_replaced;
+  // A scan and a conversion leave the odd last byte of UTF-16 alone.
   Require(scan.length == (first == UINT64_MAX ? context.status.consumed : first));
 }
 
