@@ -190,7 +190,7 @@ constexpr ScanCase kScans[] = {
     {"EUC-JP", 831, "41 C6 FC 8E B1 8F B0 A1", 8, 4, 6, 0},
     {"unassigned in EUC-JP", 831, "41 A9 A1", 1, 1, 1, KES_SCAN_MALFORMED},
     {"GB18030", 854, "41 D6 D0 90 30 81 30 81 30", 7, 3, 4, KES_SCAN_CUT_OFF},
-    {"GB18030, every length", 854, "41 D6 D0 81 30 81 30 90 30 81 30", 11, 4, 5, 0},
+    {"GB18030, every length, a control", 854, "41 D6 D0 81 30 81 30 90 30 81 30", 11, 4, 4, 0},
     {"stateful", 900, "C1 0E 45 41 45 42 0F C1", 8, 4, 6, 0},
     {"stateful, unassigned pair", 900, "C1 0E 45 41 FE FE 0F", 4, 2, 3, KES_SCAN_MALFORMED},
     {"stateful, half a pair", 900, "0E 45", 1, 0, 0, KES_SCAN_CUT_OFF},
