@@ -124,8 +124,8 @@ KES_API int lxlterm(lxcontext *context) KES_NOEXCEPT;
 /* lxlrunmode: sets the process's threading mode and returns the previous one. To be called before
  * any other call of the library, while one thread runs.
  * mode     0 no threads, no lock; 1 (default) threads share the process state under one recursive
- * lock; 2 every thread has its own state and no lock is taken: then an area
- * is used by one thread, which has to release it before it ends. */
+ *          lock; 2 every thread has its own state and no lock is taken: then an area is used by one
+ *          thread, which has to release it before it ends. */
 KES_API int lxlrunmode(int mode) KES_NOEXCEPT;
 
 /* lxlbanner: the version banner, "LNGRTL Version 19.0.0.0.0 - Production". */

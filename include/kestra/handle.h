@@ -155,14 +155,15 @@ typedef struct lxhandle {
 /* lxhLangEnv: builds a handle from the environment.
  *
  * handle   caller-owned; zeroed first where it is built anew. Its member valid is 1 afterwards.
- * mode     0 full build: NLS_LANG, the other parameters in table order, NLS_DISPLAY; 2 only
- * validates NLS_LANG (error word; null with error 0 when it is unset); 1 as 0 but null when
- * NLS_LANG is unset; other: applies the parameters other than NLS_LANG to the handle as it stands.
+ * mode     0 full build: NLS_LANG, the other parameters in table order, NLS_DISPLAY; 1 as 0 but
+ *          null when NLS_LANG is unset; 2 only validates NLS_LANG (error word; null with error 0
+ *          when it is unset); other: applies the parameters other than NLS_LANG to the handle as
+ *          it stands.
  * Result   the handle, or null. NLS_LANG is read, and the handle built, once per process (run mode
  *          2: per thread); a later change of the environment is not seen.
  * Errors   with a handle: that of the last parameter whose value was bad (see lxhlmod; 6: longer
- * than 255 bytes, of NLS_LANG 4096), which left its default. Without: 18, 7, 19, 34 an object
- *          cannot be loaded; mode 2: 18, 7, 19 an unknown component.
+ *          than 255 bytes, of NLS_LANG 4096), which left its default. Without: 34 an object cannot
+ *          be loaded; mode 2 also 18, 7, 19 an unknown component.
  * Texts of the environment are in the handle's character set where that contains ASCII, else they
  * are ASCII or UTF-8 and are converted.
  * Threads  takes the process lock. */
@@ -175,23 +176,25 @@ KES_API lxhandle *lxhenvquery(lxhandle *handle, uint32_t mode, lxcontext *contex
 /* lxhLaToId: builds a handle from "LANGUAGE_TERRITORY.CHARSET", every component optional.
  * mode     0: text is NUL-terminated (null: empty), 1: counted, unknown components take defaults,
  *          2: counted and strict.
- * Errors   18, 7, 19 in mode 2: unknown language, character set, territory; the handle is zeroed.
- */
+ * Errors   18, 7, 19 in mode 2: unknown language, character set, territory; 34 the object of a known
+ *          one cannot be loaded. The handle is zeroed then. */
 KES_API lxhandle *lxhLaToId(const char *text, size_t length, lxhandle *handle, uint32_t mode,
                             lxcontext *context) KES_NOEXCEPT;
 
 /* lxhlmod: sets one item (69 to 132) from its text.
  *
  * value    counted text; empty with reset non-zero restores the default, without it changes
- * nothing. Names and keywords are ASCII in any case. Texts (currencies, separators, formats) are in
- *          the handle's character set and stored as given, up to 255 bytes; of item 71 the first
- * two characters, which must differ and in a single-byte set be neither digit nor + - < >. Result
- * 1 done, 0 not; then the handle is unchanged, but that a bad storage order means logical. Errors
- * 25, 29, 31, 32, 33 by item; 26 item, language, sort or calendar unknown (an unknown territory or
- * character set takes the language's default); 34 its object cannot be loaded; 6 text too long; 7,
- * 18, 19 an unknown component of item 109; 0 bad value of item 71. A territory drops the texts that
- * were set, a calendar the date format; a character set carries the texts over; a language brings
- * its defaults for the items that follow it. */
+ *          nothing. Names and keywords are ASCII in any case. Texts (currencies, separators,
+ *          formats) are in the handle's character set and stored as given, up to 255 bytes; of item
+ *          71 the first two characters, which must differ and in a single-byte set be neither digit
+ *          nor + - < >.
+ * Result   1 done, 0 not; then the handle is unchanged, but that a bad storage order means logical.
+ * Errors   25, 29, 31, 32, 33 by item; 26 item, language, sort or calendar unknown (an unknown
+ *          territory or character set takes the language's default); 34 its object cannot be
+ *          loaded; 6 text too long; 7, 18, 19 an unknown component of item 109; 0 bad value of item
+ *          71.
+ * A territory drops the texts that were set, a calendar the date format; a character set carries
+ * the texts over; a language brings its defaults for the items that follow it. */
 KES_API int lxhlmod(lxhandle *handle, const char *value, size_t length, uint32_t item,
                     uint32_t reserved, int reset, lxcontext *context) KES_NOEXCEPT;
 

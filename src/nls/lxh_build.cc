@@ -39,18 +39,19 @@ std::uint32_t Build(std::string_view text, bool strict, lxhandle& handle,
   const std::uint32_t first_language = boot.entry(boot.run(KES_OBJECT_LANGUAGE).first).id();
   const std::uint32_t language = Resolve(lxpname(text, Component::kFirst), lxplget, first_language,
                                          strict, all_known, context);
-  if (language == 0 || lxplset(language, &handle, context) == 0) return KES_NLS_UNKNOWN_LANGUAGE;
+  if (language == 0) return KES_NLS_UNKNOWN_LANGUAGE;
+  if (lxplset(language, &handle, context) == 0) return KES_NLS_OBJECT_UNAVAILABLE;
 
   const std::uint32_t charset = Resolve(lxpname(text, Component::kThird), lxpcget,
                                         handle.default_charset_id, strict, all_known, context);
-  if (charset == 0 || lxpcset(charset, &handle, context) == 0) return KES_NLS_UNKNOWN_CHARSET;
+  if (charset == 0) return KES_NLS_UNKNOWN_CHARSET;
+  if (lxpcset(charset, &handle, context) == 0) return KES_NLS_OBJECT_UNAVAILABLE;
 
   const std::uint32_t default_territory = boot.entry(handle.default_territory_slot).id();
   const std::uint32_t territory = Resolve(lxpname(text, Component::kSecond), lxptget,
                                           default_territory, strict, all_known, context);
-  if (territory == 0 || lxptset(territory, &handle, context) == 0) {
-    return KES_NLS_UNKNOWN_TERRITORY;
-  }
+  if (territory == 0) return KES_NLS_UNKNOWN_TERRITORY;
+  if (lxptset(territory, &handle, context) == 0) return KES_NLS_OBJECT_UNAVAILABLE;
   if (all_known && !LoadSupplement(handle, context)) return KES_NLS_OBJECT_UNAVAILABLE;
   return KES_NLS_OK;
 }

@@ -6,6 +6,7 @@
 #include "core/os/process_lock.h"
 #include "kestra/convert.h"
 #include "nls/handle_parts.h"
+#include "nls/lxh_items.h"
 
 namespace kestra::nls {
 namespace {
@@ -34,12 +35,6 @@ std::string_view NlsLang(ProcessState& state) noexcept {
   return {state.slxpenvp, state.slxpelenp - std::size_t{1}};
 }
 
-bool IsTextItem(std::uint32_t item) noexcept {
-  return (item >= KES_ITEM_CURRENCY && item <= KES_ITEM_DATE_FORMAT) ||
-         item == KES_ITEM_DUAL_CURRENCY ||
-         (item >= KES_ITEM_TIME_FORMAT && item <= KES_ITEM_TIMESTAMP_TZ_FORMAT);
-}
-
 // Applies one parameter; returns its error. The environment's texts are in the handle's set where
 // that set contains ASCII, else they are ASCII or UTF-8 and are converted.
 std::uint32_t ApplyParameter(std::size_t index, lxhandle* handle, lxcontext* context) noexcept {
@@ -55,7 +50,7 @@ std::uint32_t ApplyParameter(std::size_t index, lxhandle* handle, lxcontext* con
   const char* text = value;
   std::size_t length = read.length;
   std::uint8_t converted[4 * kValueRoom];
-  if (IsTextItem(item) && !KeepsAscii(*handle, context)) {
+  if (TextOfItem(item) != KES_TEXT_COUNT && !KeepsAscii(*handle, context)) {
     context->error = KES_NLS_OK;
     length = IntoHandle({value, read.length}, *handle, converted, sizeof converted, context);
     if (context->error != KES_NLS_OK) return context->error;

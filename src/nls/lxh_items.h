@@ -39,6 +39,7 @@ enum class ItemSource : std::uint8_t {
   kText,          // text of the handle, else the calendar's or territory's
   kName,          // a name of the boot directory; index: what it names
   kKeyword,       // a word for a setting
+  kDisplayName,   // the name of NLS_DISPLAY
   kComposed,      // put together
 };
 
@@ -98,7 +99,7 @@ constexpr ItemTable MakeItems() noexcept {
         KES_ITEM_LENGTH_SEMANTICS, KES_ITEM_CONV_EXCP, KES_ITEM_IMP_CONV}) {
     set(item, ItemSource::kKeyword, 0);
   }
-  set(KES_ITEM_DISPLAY_NAME, ItemSource::kComposed, 0);
+  set(KES_ITEM_DISPLAY_NAME, ItemSource::kDisplayName, 0);
   set(KES_ITEM_SORT, ItemSource::kComposed, 0);
   set(KES_ITEM_NLS_LANG, ItemSource::kComposed, 0);
   set(KES_ITEM_LOCALE_TAG, ItemSource::kComposed, 0);

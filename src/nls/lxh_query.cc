@@ -128,9 +128,6 @@ std::string_view Compose(std::uint32_t item, const lxhandle& handle, lxcontext* 
                          Composer& out) noexcept {
   const lxarea* area = context->area;
   switch (item) {
-    case KES_ITEM_DISPLAY_NAME:
-      return {reinterpret_cast<const char*>(handle.display_name),
-              std::min<std::size_t>(handle.display_length, sizeof handle.display_name)};
     case KES_ITEM_SORT:
       ComposeSort(handle, area, out);
       break;
@@ -159,16 +156,17 @@ const lxobject* Needed(std::uint32_t slot, std::uint32_t type, lxcontext* contex
   return object;
 }
 
-// A text of the handle that was set, which is in the handle's set already. It is converted into its
-// own set only where it has to be cut at a character.
-std::size_t CopyText(const lxtext& text, const lxhandle& handle, std::uint8_t* buffer,
-                     std::size_t room, lxcontext* context) noexcept {
-  if (text.length > room) {
+// A text of the handle that was given by the caller, and so is in the handle's set already. It is
+// converted into its own set only where it has to be cut at a character.
+std::size_t CopyOwnText(std::string_view text, const lxhandle& handle, std::uint8_t* buffer,
+                        std::size_t room, lxcontext* context) noexcept {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  if (text.size() > room) {
     const lxobject* set = HandleCharset(handle, context);
-    return lxgcnv(buffer, set, room, text.bytes, set, text.length, context);
+    return lxgcnv(buffer, set, room, bytes, set, text.size(), context);
   }
-  memcpy(buffer, text.bytes, text.length);
-  return text.length;
+  memcpy(buffer, bytes, text.size());
+  return text.size();
 }
 
 std::size_t Answer(std::uint32_t code, const lxhandle& handle, std::uint8_t* buffer,
@@ -189,7 +187,9 @@ std::size_t Answer(std::uint32_t code, const lxhandle& handle, std::uint8_t* buf
       break;
     case ItemSource::kText:
       if ((handle.text_set >> item.index & 1u) != 0) {
-        return CopyText(handle.text[item.index], handle, buffer, room, context);
+        const lxtext& own = handle.text[item.index];
+        return CopyOwnText({reinterpret_cast<const char*>(own.bytes), own.length}, handle, buffer,
+                           room, context);
       }
       if (item.index == KES_TEXT_DATE_FORMAT) text = CalendarDateFormat(handle, context);
       if (!text.empty()) break;
@@ -203,6 +203,12 @@ std::size_t Answer(std::uint32_t code, const lxhandle& handle, std::uint8_t* buf
       break;
     case ItemSource::kKeyword:
       text = Keyword(code, handle);
+      break;
+    case ItemSource::kDisplayName:
+      text = {reinterpret_cast<const char*>(handle.display_name),
+              std::min<std::size_t>(handle.display_length, sizeof handle.display_name)};
+      // As the environment's texts: in the handle's set where that contains ASCII.
+      if (KeepsAscii(handle, context)) return CopyOwnText(text, handle, buffer, room, context);
       break;
     case ItemSource::kComposed:
       text = Compose(code, handle, context, composed);

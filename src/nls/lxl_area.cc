@@ -37,16 +37,22 @@ lxarea* MakeArea(lxobject* boot, lxcallbacks& block, bool profile) noexcept {
   return area;
 }
 
-// The area of the boot file of a variant; null when there is none that is sound.
-lxarea* LoadArea(lxcallbacks& block, std::uint32_t digit, std::uint32_t variant) noexcept {
+// The area of the first boot object that the block's callback gives, the profile's before the
+// common one; null when it gives none, or one that is not sound.
+lxarea* LoadArea(lxcallbacks& block) noexcept {
   char name[KES_OBJECT_NAME_SIZE];
-  lxfgnb(name, digit);
-  lxobject* boot = block.load_boot(block.load_boot_ctx, name, variant);
+  lxfgnb(name, 2);
+  lxobject* boot = block.load_boot(block.load_boot_ctx, name, 0);
+  const bool profile = boot != nullptr;
+  if (!profile) {
+    lxfgnb(name, 1);
+    boot = block.load_boot(block.load_boot_ctx, name, 1);
+  }
   if (boot == nullptr) return nullptr;
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(boot);
   const std::size_t size = Load32(bytes, nlb::boot::kSizeAt);
   lxarea* area = nullptr;
-  if (CheckBootDirectory(bytes, size) == nullptr) area = MakeArea(boot, block, variant == 0);
+  if (CheckBootDirectory(bytes, size) == nullptr) area = MakeArea(boot, block, profile);
   if (area == nullptr) block.release_boot(block.release_boot_ctx, boot);
   return area;
 }
@@ -159,8 +165,7 @@ lxarea* lxlinit(lxcallbacks* block, int share, std::uint32_t* error) noexcept {
     return state.slxlobjp;
   }
   lxcallbacks* callbacks = lxldini(block);
-  lxarea* area = LoadArea(*callbacks, 2, 0);
-  if (area == nullptr) area = LoadArea(*callbacks, 1, 1);
+  lxarea* area = LoadArea(*callbacks);
   if (area == nullptr) {
     area = BuiltInArea(*callbacks);
     SetError(error, area != nullptr ? KES_NLS_NO_BOOT_FILE : KES_NLS_NO_MEMORY);

@@ -11,14 +11,12 @@ extern "C" std::size_t lxlorigin(char* path, std::size_t room, lxcontext* contex
   if (context == nullptr || context->area == nullptr) return 0;
   context->error = KES_NLS_OK;
   if (nls::Boot(context->area).built_in()) return 0;
-  // As the area's creator does: the profile's boot file first.
+  // The boot file that the area was made of.
+  const nls::AreaTail& tail = nls::Tail(context->area);
   char name[KES_OBJECT_NAME_SIZE];
-  lxfgnb(name, 2);
-  os::DataFile file = nls::lxlfOpen(name, true, false);
-  if (!file.is_open()) {
-    lxfgnb(name, 1);
-    file = nls::lxlfOpen(name, false, false);
-  }
+  lxfgnb(name, tail.profile ? 2 : 1);
+  os::DataFile file =
+      nls::lxlfOpen(name, tail.profile, tail.block->load_boot == lxldlbb9i && !tail.profile);
   const std::size_t length = os::FileOrigin(file, {path, room});
   os::slxcfcl(file);
   if (length == 0) path[0] = '\0';

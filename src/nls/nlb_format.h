@@ -41,7 +41,7 @@ inline constexpr std::uint8_t kAsciiNamesFlag = 1;
 inline constexpr std::size_t kEntryObjectSizeAt = 0;  // u32
 inline constexpr std::size_t kEntryTypeAt = 4;        // u16
 inline constexpr std::size_t kEntryIdAt = 6;          // u16, low 14 bits; the top 2 are flags
-inline constexpr std::size_t kEntryNameLengthAt = 8;  // u8, with the NUL, 2..29
+inline constexpr std::size_t kEntryNameLengthAt = 8;  // u8, with the NUL, 1..29
 inline constexpr std::size_t kEntryNameAt = 9;
 inline constexpr std::size_t kEntryNameSize = 29;
 inline constexpr std::size_t kEntryFlags1At = 38;
@@ -165,8 +165,7 @@ enum Basis : std::uint16_t { kOther = 0, kAscii = 1, kEbcdic = 2, kIso646 = 3 };
 // a multiple of 4 bytes.
 enum Table : std::size_t {
   // Single-byte sets: 256 x 4 bytes: the UTF-8 bytes of byte b (at most 3), then their number, 0
-  // for
-  // a byte that is no character. Bytes, so the same in every byte order.
+  // for a byte that is no character. Bytes, so the same in every byte order.
   kUtf8Table = 0,
   // Multibyte sets: u16 x 256, by first byte: row number + 1, 0 none.
   kLeadTable = 1,

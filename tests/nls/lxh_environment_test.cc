@@ -74,7 +74,7 @@ TEST_F(LxhEnvironment, EveryVariableSetsItsItem) {
                    {"NLS_TIMESTAMP_TZ_FORMAT", "f129", 129, "f129"},
                    {"NLS_UNION_CURRENCY", "union", 121, "dual"},
                    {"NLS_DUAL_CURRENCY", "dual", 121, "dual"},
-                   {"NLS_DISPLAY", "vt_RTL.AL32UTF8", 82, "vt"}};
+                   {"NLS_DISPLAY", "v\xFC_RTL.AL32UTF8", 82, "v\xFC"}};
   Set("NLS_LANG", "GERMAN_GERMANY.WE8ISO8859P1");
   for (const auto& v : variables) Set(v.name, v.value);
   ASSERT_NE(Build(), nullptr);

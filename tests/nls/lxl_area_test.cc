@@ -99,6 +99,20 @@ TEST(LxlArea, BuiltInDataWhenThereIsNone) {
   ExerciseHandle(handle, session.context());
 }
 
+// What a caller's function answers for the profile decides, also when it cannot be used.
+TEST(LxlArea, UnsoundBootObjectOfTheCallerLeavesTheBuiltInData) {
+  lxcallbacks block{};
+  lxldini(&block);
+  block.load_boot = [](void* ctx, const char* name, std::uint32_t variant) {
+    lxobject* boot = lxldlbb(ctx, "lx1boot", 1);
+    if (std::string_view(name) == "lx2boot") reinterpret_cast<std::uint8_t*>(boot)[44] = 0;
+    return variant == 0 ? boot : (ADD_FAILURE() << name, boot);
+  };
+  NlsSession session(TestHome(), &block);
+  EXPECT_EQ(session.start_error(), KES_NLS_NO_BOOT_FILE);
+  EXPECT_EQ(session.Info(session.Handle(""), KES_ITEM_NLS_LANG), "AMERICAN_AMERICA.US7ASCII");
+}
+
 // The built-in objects are what the compiler makes of the definitions.
 TEST(LxlArea, BuiltInObjectsAgreeWithTheFiles) {
   NlsSession full(FullHome());
@@ -188,7 +202,7 @@ TEST(LxlArea, ObjectThatCouldNotBeLoadedIsTriedAgain) {
   lxhandle handle{};
   allocator.FailAt(0, true);
   EXPECT_EQ(lxhLaToId("GERMAN", 6, &handle, 1, session.context()), nullptr);
-  EXPECT_EQ(session.context()->error, KES_NLS_UNKNOWN_LANGUAGE);
+  EXPECT_EQ(session.context()->error, KES_NLS_OBJECT_UNAVAILABLE);
   allocator.FailNever();
   EXPECT_NE(lxhLaToId("GERMAN", 6, &handle, 1, session.context()), nullptr);
 }

@@ -52,9 +52,9 @@ TEST(LxlLoad, MissingFiles) {
   const struct {
     const char* file;
     const char* result;
-  } files[] = {{"lx00023", "0 error 18"},
-               {"lx10114", "0 error 19"},
-               {"lx200fc", "0 error 7"},
+  } files[] = {{"lx00023", "0 error 34"},
+               {"lx10114", "0 error 34"},
+               {"lx200fc", "0 error 34"},
                {"lx40011", "0 error 34"},
                {"lx1boot", "22 AMERICAN"}};
   for (const auto& c : files) {
@@ -82,9 +82,9 @@ TEST(LxlLoad, FilesCutAtEveryLength) {
     const fs::path path = copy.file(name);
     const Bytes bytes = ReadFile(path);
     const std::string result = name[3] == 'b'   ? "22 AMERICAN"
-                               : name[2] == '0' ? "0 error 18"
-                               : name[2] == '1' ? "0 error 19"
-                               : name[2] == '2' ? "0 error 7"
+                               : name[2] == '0' ? "0 error 34"
+                               : name[2] == '1' ? "0 error 34"
+                               : name[2] == '2' ? "0 error 34"
                                                 : "0 error 34";
     // Objects are padded: what is missing of the last 8 bytes may be padding of the directory.
     for (std::size_t size = bytes.size(); size-- > 0;) {
@@ -212,9 +212,9 @@ TEST(LxlLoad, SizesAgreeInMultiplesOfEight) {
   };
   EXPECT_EQ(with_size(good.size()), "0 GERMAN");
   EXPECT_EQ(with_size(rounded), "0 GERMAN");
-  EXPECT_EQ(with_size(rounded + 1), "0 error 7");
-  EXPECT_EQ(with_size(rounded + 8), "0 error 7");
-  EXPECT_EQ(with_size(rounded - 8), "0 error 7");
+  EXPECT_EQ(with_size(rounded + 1), "0 error 34");
+  EXPECT_EQ(with_size(rounded + 8), "0 error 34");
+  EXPECT_EQ(with_size(rounded - 8), "0 error 34");
   // A longer file than its header says is read as far as the header says.
   Bytes longer = good;
   longer.resize(good.size() + 1000);
@@ -286,6 +286,9 @@ TEST(LxlLoad, OlderReleaseDirectory) {
   NlsSession session(copy.home(), &block);
   EXPECT_EQ(session.start_error(), 0u);
   EXPECT_EQ(session.Info(session.Handle(kSpecification), 60), "GERMAN");
+  char path[4096];
+  EXPECT_NE(lxlorigin(path, sizeof path, session.context()), 0u);
+  EXPECT_EQ(path, copy.home() / kData / "9idata");
 }
 
 TEST(LxlLoad, DataLibraryServesWithoutAHome) {
@@ -311,7 +314,7 @@ TEST(LxlLoad, DataLibraryServesWithoutAHome) {
   // A real file wins over the embedded one.
   const HomeCopy copy;
   WriteFile(copy.file("lx00023"), Bytes(2000, 'x'));
-  EXPECT_EQ(Start(copy.home()), "0 error 18");
+  EXPECT_EQ(Start(copy.home()), "0 error 34");
   fs::remove(copy.file("lx00023"));
   EXPECT_EQ(Start(copy.home()), "0 GERMAN");
   os::CloseVirtualFiles();
