@@ -33,22 +33,36 @@ void CopyBytes(Conversion& c) noexcept {
   c.full = c.in < c.in_end;
 }
 
-// The two commonest conversions into UTF-8 go to their kernel at once: for short texts the choice
-// of a path is most of the work. False: something is left for the path.
-bool RunShortCut(Conversion& c, CharsetView source) noexcept {
+// Whether a text of the set that is in the base state has ASCII as it is, but for the characters of
+// shifts and escapes. Korean text begins with a header.
+bool BeginsInAscii(std::uint32_t id, bool is_destination) noexcept {
+  return id >= 9994 && id <= 9999 && !(is_destination && id == 9998);
+}
+
+// For short texts the choice of a path is most of the work, so some things go to their kernel at
+// once: ASCII at the start of a text between sets that hold it, and UTF-16 and UTF-8. What they
+// leave is for the path. Both sides are in their base state.
+kernels::Progress RunShortCut(std::uint8_t* out, CharsetView destination, std::size_t room,
+                              const std::uint8_t* in, CharsetView source,
+                              std::size_t size) noexcept {
   const kernels::ConvertKernels& run = kernels::GetConvertKernels();
-  if (source.id() == 2000) {
-    const std::size_t size = c.source_left() & ~std::size_t{1};
-    const kernels::Progress done = run.utf16be_to_utf8(c.in, size, c.out, c.room());
-    Advance(c, done.consumed, done.written, done.characters);
-    return done.consumed == size;
+  const bool from_ascii = source.ascii_runs();
+  const bool to_ascii = destination.ascii_runs();
+  if (from_ascii && to_ascii) {
+    const std::size_t done = run.copy_ascii(in, std::min(size, room), out);
+    return {done, done, done};
   }
-  if (source.id() == 1 && source.ascii_runs()) {
-    const std::size_t done = run.copy_ascii(c.in, std::min(c.source_left(), c.room()), c.out);
-    Advance(c, done, done, done);
-    return c.in == c.in_end;
+  const std::uint32_t from = source.id();
+  const std::uint32_t to = destination.id();
+  if (from == 2000 && to == 873) {
+    return run.utf16be_to_utf8(in, size & ~std::size_t{1}, out, room);
   }
-  return false;
+  if (from == 873 && to == 2000) return run.utf8_to_utf16be(in, size, out, room);
+  if ((from_ascii || BeginsInAscii(from, false)) && (to_ascii || BeginsInAscii(to, true))) {
+    const std::size_t done = run.copy_unshifted(in, std::min(size, room), out);
+    return {done, done, done};
+  }
+  return {};
 }
 
 void RunPath(Conversion& c, const lxobject* to, const lxobject* from, convert::Markup markup,
@@ -59,7 +73,6 @@ void RunPath(Conversion& c, const lxobject* to, const lxobject* from, convert::M
   }
   const CharsetView source(from);
   const CharsetView destination(to);
-  if (destination.id() == 873 && markup == convert::Markup::kNone && RunShortCut(c, source)) return;
   const SetKind source_kind = convert::ResolveByteOrder(c, convert::KindOf(source));
   const SetKind destination_kind = convert::KindOf(destination);
   const convert::Path path = convert::FindPath(source_kind, destination_kind);
@@ -96,30 +109,54 @@ void ReportStatus(const Conversion& c, bool one_off, lxcontext* context) noexcep
 
 }  // namespace
 
-std::size_t convert::ConvertCall(DestinationText destination, SourceText source,
+std::size_t convert::ConvertCall(std::uint8_t* destination, const lxobject* destination_set,
+                                 std::size_t room, const std::uint8_t* source,
+                                 const lxobject* source_set, std::size_t size,
                                  std::uint32_t options, Markup markup,
                                  lxcontext* context) noexcept {
-  if (destination.bytes == nullptr) destination.length = 0;
-  if (source.bytes == nullptr) source.length = 0;
-  Conversion c{.start = source.bytes,
-               .in = source.bytes,
-               .in_end = source.bytes + source.length,
-               .out = destination.bytes,
-               .out_end = destination.bytes + destination.length};
+  if (destination == nullptr) room = 0;
+  if (source == nullptr) size = 0;
+  kernels::Progress done;
+  std::uint32_t shift_in = 0;
+  std::uint32_t shift_out = 0;
+  if ((options & KES_CONVERT_CONTINUE) != 0) {
+    shift_in = context->status.shift_in;
+    shift_out = context->status.shift_out;
+  }
+  const bool direct = markup == Markup::kNone && (shift_in | shift_out) == 0 && room != 0 &&
+                      size != 0 && !IsRaw(destination_set) && !IsRaw(source_set);
+  if (direct) {
+    done = RunShortCut(destination, CharsetView(destination_set), room, source,
+                       CharsetView(source_set), size);
+    if (done.consumed == size) {
+      context->error = KES_NLS_OK;
+      lxstatus status{};
+      status.consumed = size;
+      status.first_replaced = UINT64_MAX;
+      status.characters = static_cast<std::uint16_t>(done.characters);
+      status.characters_total = done.characters;
+      context->status = status;
+      return done.written;
+    }
+  }
+  Conversion c{.start = source,
+               .in = source + done.consumed,
+               .in_end = source + size,
+               .out = destination + done.written,
+               .out_end = destination + room,
+               .shift_in = shift_in,
+               .shift_out = shift_out,
+               .characters = done.characters};
   c.stop = (options & KES_CONVERT_STOP) != 0;
   c.more = (options & KES_CONVERT_MORE) != 0;
-  if ((options & KES_CONVERT_CONTINUE) != 0) {
-    c.shift_in = context->status.shift_in;
-    c.shift_out = context->status.shift_out;
-  }
-  const bool returns = source.length == 0 && c.shift_out != 0 && !c.more;
-  if (destination.length != 0 && (source.length != 0 || returns)) {
-    RunPath(c, destination.charset, source.charset, markup, context);
+  const bool returns = size == 0 && c.shift_out != 0 && !c.more;
+  if (room != 0 && (size != 0 || returns)) {
+    RunPath(c, destination_set, source_set, markup, context);
   } else {
-    c.full = source.length != 0 || returns;
+    c.full = size != 0 || returns;
   }
-  ReportStatus(c, TakesOneOff(c, destination.charset, source.charset), context);
-  return static_cast<std::size_t>(c.out - destination.bytes);
+  ReportStatus(c, TakesOneOff(c, destination_set, source_set), context);
+  return static_cast<std::size_t>(c.out - destination);
 }
 
 }  // namespace kestra::nls
@@ -130,15 +167,16 @@ size_t lxgcnvb(uint8_t* destination, const lxobject* destination_charset, size_t
                const uint8_t* source, const lxobject* source_charset, size_t source_length,
                uint32_t options, lxcontext* context) noexcept {
   using namespace kestra::nls::convert;
-  return ConvertCall({destination, destination_length, destination_charset},
-                     {source, source_length, source_charset}, options, Markup::kNone, context);
+  return ConvertCall(destination, destination_charset, destination_length, source, source_charset,
+                     source_length, options, Markup::kNone, context);
 }
 
 size_t lxgcnv(uint8_t* destination, const lxobject* destination_charset, size_t destination_length,
               const uint8_t* source, const lxobject* source_charset, size_t source_length,
               lxcontext* context) noexcept {
-  return lxgcnvb(destination, destination_charset, destination_length, source, source_charset,
-                 source_length, 0, context);
+  using namespace kestra::nls::convert;
+  return ConvertCall(destination, destination_charset, destination_length, source, source_charset,
+                     source_length, 0, Markup::kNone, context);
 }
 
 }  // extern "C"

@@ -5,20 +5,12 @@
 
 namespace kestra::nls::convert {
 
-struct DestinationText {
-  std::uint8_t* bytes;
-  std::size_t length;
-  const lxobject* charset;
-};
-struct SourceText {
-  const std::uint8_t* bytes;
-  std::size_t length;
-  const lxobject* charset;
-};
-
 // One call of a converter: checks the arguments, chooses the path, reports the status. Returns the
-// bytes written.
-std::size_t ConvertCall(DestinationText destination, SourceText source, std::uint32_t options,
-                        Markup markup, lxcontext* context) noexcept;
+// bytes written. The arguments are those of the entry points, one by one: put together in a struct
+// they would go through memory, which for a short text is a good part of the work.
+std::size_t ConvertCall(std::uint8_t* destination, const lxobject* destination_set,
+                        std::size_t room, const std::uint8_t* source, const lxobject* source_set,
+                        std::size_t size, std::uint32_t options, Markup markup,
+                        lxcontext* context) noexcept;
 
 }  // namespace kestra::nls::convert

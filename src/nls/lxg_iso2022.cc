@@ -137,6 +137,29 @@ constexpr auto MakeEscapeNumbers() noexcept {
   return numbers;
 }
 constexpr auto kEscapeNumbers = MakeEscapeNumbers();
+// The only row that an escape sequence can be, by its final byte and those in front of it.
+constexpr std::size_t RowPlace(std::uint32_t number) noexcept {
+  const std::uint32_t second = number >> 8 & 0xFF;
+  const std::uint32_t third = number >> 16 & 0xFF;
+  if (second == '$' && third - '(' < 4) return (third - '(') * 32 + (number >> 24 & 31);
+  const std::uint32_t kind = second == '(' ? 4 : second == '$' ? 5 : second == '.' ? 6 : 7;
+  return kind * 32 + (third & 31);
+}
+constexpr auto MakeRowsByPlace() noexcept {
+  std::array<std::uint8_t, 256> rows{};
+  rows.fill(kNoRow);
+  for (std::size_t i = 0; i < kEscapeNumbers.size(); ++i) {
+    rows[RowPlace(kEscapeNumbers[i])] = static_cast<std::uint8_t>(i);
+  }
+  return rows;
+}
+constexpr auto kRowsByPlace = MakeRowsByPlace();
+static_assert([] {  // each row has a place of its own
+  for (std::size_t i = 0; i < kEscapeNumbers.size(); ++i) {
+    if (kRowsByPlace[RowPlace(kEscapeNumbers[i])] != i) return false;
+  }
+  return true;
+}());
 constexpr std::uint32_t kToAscii = EscapeNumber(*FindDesignation(kJp, kAscii));
 constexpr std::uint32_t kToJis0208 = EscapeNumber(*FindDesignation(kJp, kJis0208));
 
@@ -247,12 +270,14 @@ class Reader {
       const auto left = static_cast<std::size_t>(end - p);
       std::memcpy(bytes, p, left < 4 ? left : 4);
       const std::uint32_t number = EscapeAt(bytes);
-      for (std::size_t i = 0; i < kEscapeNumbers.size(); ++i) {
-        const Designation& row = kDesignations[i];
+      const std::uint8_t row_number = kRowsByPlace[RowPlace(number)];
+      if (row_number != kNoRow) {
+        const Designation& row = kDesignations[row_number];
         const std::uint32_t mask = row.length == 3 ? 0xFFFFFF : 0xFFFFFFFF;
-        if ((number & mask) != kEscapeNumbers[i] || (row.sets & set_) == 0) continue;
-        state.g[row.target] = row.part;
-        return row.length;
+        if ((number & mask) == kEscapeNumbers[row_number] && (row.sets & set_) != 0) {
+          state.g[row.target] = row.part;
+          return row.length;
+        }
       }
       return 0;
     }

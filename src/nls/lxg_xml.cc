@@ -133,16 +133,16 @@ size_t lxgxmlco(uint8_t* destination, const lxobject* destination_charset,
                 size_t destination_length, const uint8_t* source, const lxobject* source_charset,
                 size_t source_length, uint32_t options, lxcontext* context) noexcept {
   using namespace kestra::nls::convert;
-  return ConvertCall({destination, destination_length, destination_charset},
-                     {source, source_length, source_charset}, options, Markup::kWrite, context);
+  return ConvertCall(destination, destination_charset, destination_length, source, source_charset,
+                     source_length, options, Markup::kWrite, context);
 }
 
 size_t lxgxmlcv(uint8_t* destination, const lxobject* destination_charset,
                 size_t destination_length, const uint8_t* source, const lxobject* source_charset,
                 size_t source_length, uint32_t options, lxcontext* context) noexcept {
   using namespace kestra::nls::convert;
-  return ConvertCall({destination, destination_length, destination_charset},
-                     {source, source_length, source_charset}, options, Markup::kRead, context);
+  return ConvertCall(destination, destination_charset, destination_length, source, source_charset,
+                     source_length, options, Markup::kRead, context);
 }
 
 }  // extern "C"

@@ -1,11 +1,7 @@
 #include "core/os/cpu.h"
 
-#include <atomic>
-
 namespace kestra::os {
 namespace {
-
-constinit std::atomic<int> cached_level{-1};
 
 int DetectLevel() noexcept {
 #if defined(__x86_64__) && defined(__GNUC__)
@@ -27,19 +23,18 @@ int DetectLevel() noexcept {
 
 }  // namespace
 
-CpuLevel GetCpuLevel() noexcept {
-  int level = cached_level.load(std::memory_order_relaxed);
-  if (level < 0) {
-    level = DetectLevel();
-    cached_level.store(level, std::memory_order_relaxed);
-  }
-  return static_cast<CpuLevel>(level);
+constinit std::atomic<int> detail::cached_level{-1};
+
+int detail::FindCpuLevel() noexcept {
+  const int level = DetectLevel();
+  cached_level.store(level, std::memory_order_relaxed);
+  return level;
 }
 
 CpuLevel ForceCpuLevel(CpuLevel level) noexcept {
   const int found = DetectLevel();
   const int wanted = static_cast<int>(level);
-  cached_level.store(wanted < found ? wanted : found, std::memory_order_relaxed);
+  detail::cached_level.store(wanted < found ? wanted : found, std::memory_order_relaxed);
   return GetCpuLevel();
 }
 

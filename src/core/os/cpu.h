@@ -1,6 +1,8 @@
 // CPU features, found once per process. The only file that asks the processor.
 #pragma once
 
+#include <atomic>
+
 namespace kestra::os {
 
 // A level includes all lower ones.
@@ -10,8 +12,16 @@ enum class CpuLevel : int {
   kAvx512 = 2,    // AVX-512 F, BW, DQ, VL, VBMI, VBMI2
 };
 
+namespace detail {
+extern std::atomic<int> cached_level;  // -1: not known yet
+int FindCpuLevel() noexcept;
+}  // namespace detail
+
 // The best level of this machine, or a lower one that ForceCpuLevel asked for.
-CpuLevel GetCpuLevel() noexcept;
+inline CpuLevel GetCpuLevel() noexcept {
+  const int level = detail::cached_level.load(std::memory_order_relaxed);
+  return static_cast<CpuLevel>(level >= 0 ? level : detail::FindCpuLevel());
+}
 
 // For tests, fuzzers and benchmarks: kernels chosen after this call use at most the given level.
 // Returns the level that is now in force.

@@ -142,6 +142,7 @@ KES_AVX512 inline Utf8Block LoadUtf8Block(const std::uint8_t* p, std::size_t lef
 // The kernels, by file.
 // convert_avx512.cc
 std::size_t CopyAscii(const std::uint8_t* in, std::size_t size, std::uint8_t* out) noexcept;
+std::size_t CopyUnshifted(const std::uint8_t* in, std::size_t size, std::uint8_t* out) noexcept;
 std::size_t WidenAscii(const std::uint8_t* in, std::size_t size, std::uint16_t* out) noexcept;
 std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count, std::uint8_t* out) noexcept;
 // convert_avx512_unicode.cc

@@ -37,6 +37,21 @@ KES_AVX512 std::size_t CopyAscii(const std::uint8_t* in, std::size_t size,
   return size;
 }
 
+KES_AVX512 std::size_t CopyUnshifted(const std::uint8_t* in, std::size_t size,
+                                     std::uint8_t* out) noexcept {
+  for (std::size_t i = 0; i < size; i += 64) {
+    const std::uint64_t mask = FirstBits(size - i < 64 ? size - i : 64);
+    const __m512i bytes = _mm512_maskz_loadu_epi8(mask, in + i);
+    _mm512_mask_storeu_epi8(out + i, mask, bytes);
+    const __m512i shift = _mm512_or_si512(bytes, Bytes(1));
+    const std::uint64_t other = _mm512_movepi8_mask(bytes) |
+                                _mm512_cmpeq_epi8_mask(bytes, Bytes(0x1B)) |
+                                _mm512_cmpeq_epi8_mask(shift, Bytes(0x0F));
+    if (other != 0) return i + static_cast<std::size_t>(_tzcnt_u64(other));
+  }
+  return size;
+}
+
 KES_AVX512 std::size_t WidenAscii(const std::uint8_t* in, std::size_t size,
                                   std::uint16_t* out) noexcept {
   std::size_t i = 0;
@@ -72,11 +87,12 @@ KES_AVX512 std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count,
 namespace kestra::nls::kernels {
 
 constinit const ConvertKernels kAvx512ConvertKernels = {
-    avx512::CopyAscii,     avx512::WidenAscii,       avx512::NarrowAscii,
-    avx512::Utf16BeToUtf8, avx512::Utf16LeToUtf8,    avx512::Utf8ToUtf16Be,
-    avx512::Utf8ToUtf16Le, avx512::Utf16BeToUnits,   avx512::Utf16LeToUnits,
-    avx512::SingleToUnits, avx512::UnitsToSingle,    avx512::SingleToUtf8,
-    avx512::Utf8ToSingle,  avx512::MultibyteToUnits, avx512::UnitsToMultibyte,
+    avx512::CopyAscii,        avx512::CopyUnshifted, avx512::WidenAscii,
+    avx512::NarrowAscii,      avx512::Utf16BeToUtf8, avx512::Utf16LeToUtf8,
+    avx512::Utf8ToUtf16Be,    avx512::Utf8ToUtf16Le, avx512::Utf16BeToUnits,
+    avx512::Utf16LeToUnits,   avx512::SingleToUnits, avx512::UnitsToSingle,
+    avx512::SingleToUtf8,     avx512::Utf8ToSingle,  avx512::MultibyteToUnits,
+    avx512::UnitsToMultibyte,
 };
 
 }  // namespace kestra::nls::kernels

@@ -7,7 +7,8 @@
 // within it, bytes behind the result may be overwritten.
 //
 // "Units" are UTF-16 code units in the platform's order, well formed and without U+FFFD.
-// tests/nls/lxg_kernels_test.cc compares every kernel with the scalar ones.
+// tests/nls/lxg_laws_test.cc and fuzz/lxg_convert_fuzz.cc compare every kernel with the scalar
+// ones.
 #pragma once
 
 #include <cstddef>
@@ -120,6 +121,9 @@ using TextKernel = Progress (*)(const std::uint8_t* in, std::size_t size, std::u
 struct ConvertKernels {
   // Copies bytes below 80 up to the first other one; returns how many.
   std::size_t (*copy_ascii)(const std::uint8_t* in, std::size_t size, std::uint8_t* out) noexcept;
+  // The same, also up to the first SO, SI or ESC.
+  std::size_t (*copy_unshifted)(const std::uint8_t* in, std::size_t size,
+                                std::uint8_t* out) noexcept;
   // Bytes below 80 to units and back, up to the first other one.
   std::size_t (*widen_ascii)(const std::uint8_t* in, std::size_t size, std::uint16_t* out) noexcept;
   std::size_t (*narrow_ascii)(const std::uint16_t* in, std::size_t count,
