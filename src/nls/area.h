@@ -115,6 +115,10 @@ lxobject* lxdlobj(std::uint32_t slot, lxarea* area) noexcept;
 // are in its file; empty when the slot is empty.
 std::span<const std::uint8_t> UserObject(lxarea* area, std::uint32_t slot) noexcept;
 
+// Makes an area from the block's boot object, or, where there is none that is sound, from built-in
+// data. Null when there is no memory.
+lxarea* MakeArea(lxcallbacks& block, bool& built_in) noexcept;
+
 // Frees the area with everything in it.
 void lxlfterm(lxarea* area) noexcept;
 
