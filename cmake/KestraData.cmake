@@ -1,4 +1,4 @@
-# Locale data, made by nlsc while the project is built:
+# Locale data and time zones, made by nlsc while the project is built:
 #   build/<preset>/home              the full set, which libkciei.so embeds
 #   build/<preset>/home-english      the small set, which libkciicus.so embeds
 #   build/<preset>/testdata/home     the fixed set of the unit tests; testdata/big: big-endian
@@ -31,6 +31,36 @@ foreach(order little big)
     --definitions ${CMAKE_SOURCE_DIR}/tests/data/nlsc/definitions
     --sources ${CMAKE_SOURCE_DIR}/tests/data/nlsc/sources --byte-order=${order})
 endforeach()
+
+function(kestra_zone_stamp variable home)
+  file(RELATIVE_PATH name ${CMAKE_BINARY_DIR} ${home})
+  string(MAKE_C_IDENTIFIER ${name} name)
+  set(${variable} ${CMAKE_BINARY_DIR}/generated/zones_${name}.stamp PARENT_SCOPE)
+endfunction()
+
+# kestra_compile_zones(HOME DESCRIPTION INPUTS ARGUMENTS...): HOME/kescore/zoneinfo. The release is
+# part of the files' names, so a stamp stands for them.
+function(kestra_compile_zones home description inputs)
+  kestra_zone_stamp(stamp ${home})
+  add_custom_command(OUTPUT ${stamp}
+    COMMAND nlsc zones --quiet --output ${home}/kescore/zoneinfo ${ARGN}
+    COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
+    DEPENDS nlsc ${${inputs}} COMMENT "Compiling ${description}" VERBATIM)
+  list(APPEND KESTRA_DATA_FILES ${stamp})
+  set(KESTRA_DATA_FILES ${KESTRA_DATA_FILES} PARENT_SCOPE)
+endfunction()
+
+set(KESTRA_ZONE_INPUTS ${CMAKE_SOURCE_DIR}/data/zones.csv)
+if(EXISTS /usr/share/zoneinfo/tzdata.zi)
+  list(APPEND KESTRA_ZONE_INPUTS /usr/share/zoneinfo/tzdata.zi)
+endif()
+set(KESTRA_TEST_ZONE_SOURCE ${CMAKE_SOURCE_DIR}/tests/data/nlsc/sources/usr/share/zoneinfo/tzdata.zi)
+kestra_compile_zones(${KESTRA_HOME_DIR} "the time zones" KESTRA_ZONE_INPUTS
+  --definitions ${CMAKE_SOURCE_DIR}/data)
+kestra_compile_zones(${CMAKE_BINARY_DIR}/home-english "the common time zones" KESTRA_ZONE_INPUTS
+  --definitions ${CMAKE_SOURCE_DIR}/data --common)
+kestra_compile_zones(${CMAKE_BINARY_DIR}/testdata/home "the test zones" KESTRA_TEST_DEFINITIONS
+  --definitions ${CMAKE_SOURCE_DIR}/tests/data/nlsc/definitions --source ${KESTRA_TEST_ZONE_SOURCE})
 add_custom_target(kestra_data ALL DEPENDS ${KESTRA_DATA_FILES})
 
 # The data libraries hold one archive each; they need no other library.
@@ -39,13 +69,15 @@ foreach(library kciei kciicus)
   if(library STREQUAL kciicus)
     set(home ${CMAKE_BINARY_DIR}/home-english)
   endif()
+  kestra_zone_stamp(stamp ${home})
   set(KESTRA_DATA_LIBRARY ${library})
   set(KESTRA_DATA_ARCHIVE ${CMAKE_BINARY_DIR}/generated/${library}.archive)
   configure_file(${CMAKE_SOURCE_DIR}/cmake/data_library.S.in
     ${CMAKE_BINARY_DIR}/generated/${library}.S @ONLY)
   add_custom_command(OUTPUT ${KESTRA_DATA_ARCHIVE}
     COMMAND nlsc pack ${home} --output ${KESTRA_DATA_ARCHIVE}
-    DEPENDS nlsc ${home}/nls/data/lx1boot.nlb COMMENT "Packing lib${library}" VERBATIM)
+    DEPENDS nlsc ${home}/nls/data/lx1boot.nlb
+            ${stamp} COMMENT "Packing lib${library}" VERBATIM)
   set_source_files_properties(${CMAKE_BINARY_DIR}/generated/${library}.S PROPERTIES
     OBJECT_DEPENDS ${KESTRA_DATA_ARCHIVE})
   add_library(${library} SHARED ${CMAKE_BINARY_DIR}/generated/${library}.S)
@@ -56,6 +88,7 @@ foreach(library kciei kciicus)
 endforeach()
 
 install(TARGETS nlsc RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(DIRECTORY ${KESTRA_HOME_DIR}/nls DESTINATION ${CMAKE_INSTALL_DATADIR}/kestra
-  FILES_MATCHING PATTERN "*.nlb" PATTERN ".*" EXCLUDE)
+install(DIRECTORY ${KESTRA_HOME_DIR}/nls ${KESTRA_HOME_DIR}/kescore
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/kestra
+  FILES_MATCHING PATTERN "*.nlb" PATTERN "*.dat" PATTERN ".*" EXCLUDE)
 install(FILES ${CMAKE_SOURCE_DIR}/THIRD_PARTY.md DESTINATION ${CMAKE_INSTALL_DATADIR}/kestra)

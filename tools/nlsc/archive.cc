@@ -5,6 +5,7 @@
 #include <iterator>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "input.h"
 #include "nls/nlb_format.h"
@@ -58,11 +59,16 @@ std::vector<std::uint8_t> MakeArchive(const fs::path& home) {
     entry += layout::kEntrySize;
   }
   entry = layout::kIndexAt;
+  std::map<std::string_view, std::size_t> written;  // files of equal bytes are stored once
   for (const auto& [name, bytes] : files) {
-    out.Pad(kAlignment);
-    out.Put32(entry + 8, static_cast<std::uint32_t>(out.size()));
+    auto [at, fresh] = written.try_emplace(bytes, 0);
+    if (fresh) {
+      out.Pad(kAlignment);
+      at->second = out.size();
+      out.AppendText(bytes);
+    }
+    out.Put32(entry + 8, static_cast<std::uint32_t>(at->second));
     out.Put32(entry + 12, static_cast<std::uint32_t>(bytes.size()));
-    out.AppendText(bytes);
     entry += layout::kEntrySize;
   }
   return out.bytes();

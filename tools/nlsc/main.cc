@@ -12,6 +12,8 @@
 #include "check.h"
 #include "dump.h"
 #include "output_directory.h"
+#include "zone_reader.h"
+#include "zones_command.h"
 
 namespace {
 
@@ -130,7 +132,8 @@ struct DumpCommand {
   bool full = false;
 
   void Add(CLI::App& app) {
-    CLI::App* command = app.add_subcommand("dump", "print objects and boot files as text");
+    CLI::App* command =
+        app.add_subcommand("dump", "print objects, boot files and zone files as text");
     command->add_option("file", files, "files to print")->required();
     command->add_flag("--full", full, "print the tables too");
     command->footer(
@@ -146,7 +149,8 @@ struct DumpCommand {
       const std::vector<std::uint8_t> bytes = kestra::nlsc::ReadObjectFile(file);
       if (files.size() > 1) fmt::print("== {}\n", file);
       try {
-        fmt::print("{}", kestra::nlsc::Dump(bytes, full));
+        fmt::print("{}", kestra::nlsc::IsZoneFile(bytes) ? kestra::nlsc::DumpZones(bytes, full)
+                                                         : kestra::nlsc::Dump(bytes, full));
       } catch (const kestra::nlsc::BadObject& error) {
         fmt::print(stderr, "nlsc: {}: {}\n", file, error.what());
         status = kBadData;
@@ -160,14 +164,15 @@ struct CheckCommand {
   std::vector<std::string> paths;
 
   void Add(CLI::App& app) {
-    CLI::App* command =
-        app.add_subcommand("check", "validate objects, boot files or whole directories");
+    CLI::App* command = app.add_subcommand(
+        "check", "validate objects, boot files, zone files or whole directories");
     command->add_option("path", paths, "files, or directories with a boot file")->required();
     command->footer(
         "Exit status 3 when anything is wrong.\n"
         "Examples:\n"
         "  nlsc check home/nls/data\n"
-        "  nlsc check home/nls/data/lx20001.nlb");
+        "  nlsc check home/nls/data/lx20001.nlb\n"
+        "  nlsc check home/kescore/zoneinfo/*.dat");
   }
 
   static int Report(const std::string& path, const kestra::nlsc::Faults& faults) {
@@ -180,6 +185,10 @@ struct CheckCommand {
       return Report(path, kestra::nlsc::CheckDirectory(path));
     }
     const std::vector<std::uint8_t> bytes = kestra::nlsc::ReadObjectFile(path);
+    if (kestra::nlsc::IsZoneFile(bytes)) {
+      kestra::nlsc::ZoneFile file;
+      return Report(path, kestra::nlsc::ReadZoneFile(bytes, file));
+    }
     return Report(path, kestra::nlsc::BootReader::IsBoot(bytes) ? kestra::nlsc::CheckBoot(bytes)
                                                                 : kestra::nlsc::CheckObject(bytes));
   }
@@ -205,6 +214,8 @@ int Run(int argc, char** argv) {
   dump.Add(app);
   CheckCommand check;
   check.Add(app);
+  kestra::nlsc::ZonesCommand zones;
+  zones.Add(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -213,6 +224,7 @@ int Run(int argc, char** argv) {
   if (app.got_subcommand("pack")) return pack.Run();
   if (app.got_subcommand("dump")) return dump.Run();
   if (app.got_subcommand("check")) return check.Run();
+  if (app.got_subcommand("zones")) return zones.Run();
   return build.Run();
 }
 

@@ -91,7 +91,11 @@ OutputDirectory::~OutputDirectory() {
 }
 
 void OutputDirectory::Write(const std::string& name, const std::vector<std::uint8_t>& bytes) {
-  WriteFile(fresh_ / name, bytes.data(), bytes.size());
+  const fs::path path = fresh_ / name;
+  std::error_code error;
+  fs::create_directories(path.parent_path(), error);
+  if (error) throw OutputError(path.parent_path().string() + ": " + error.message());
+  WriteFile(path, bytes.data(), bytes.size());
 }
 
 void OutputDirectory::Commit() {

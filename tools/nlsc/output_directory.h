@@ -19,7 +19,7 @@ class OutputDirectory {
   OutputDirectory(const OutputDirectory&) = delete;
   OutputDirectory& operator=(const OutputDirectory&) = delete;
 
-  // Throws OutputError.
+  // The name may have folders, which are made. Throws OutputError.
   void Write(const std::string& name, const std::vector<std::uint8_t>& bytes);
   void Commit();
 
