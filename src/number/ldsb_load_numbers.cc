@@ -157,9 +157,10 @@ int ldsbvset_ons(const ldsbctx* ctx, ldsbvector* vector, uint32_t precision, int
 int ldsbvinit_son(const ldsbctx* ctx, ldsbvector* scalar, uint32_t precision, int32_t scale,
                   const uint8_t* number, size_t length) noexcept {
   if (precision != KES_DSB_NARROWEST && !IsPrecision(precision)) return KES_DSB_PRECISION;
-  const std::span<const std::uint8_t> bytes = kestra::number::NumberBytes(number, length);
-  const std::uint8_t* const numbers[] = {bytes.data()};
-  const std::uint16_t lengths[] = {static_cast<std::uint16_t>(bytes.size())};
+  const std::uint8_t* const numbers[] = {number};
+  constexpr std::size_t kLongest = kestra::number::kMaxBytes;
+  const std::uint16_t lengths[] = {
+      static_cast<std::uint16_t>(length < kLongest ? length : kLongest)};
   const NumberArray array = {numbers, lengths};
   std::int32_t found_scale = KES_DSB_NO_SCALE;
   std::uint32_t digits = 0;

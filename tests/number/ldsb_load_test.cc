@@ -276,6 +276,21 @@ TEST(LdsbLoadRules, ScalesAndPrecisions) {
   }
 }
 
+TEST(LdsbLoadRules, AScalarOfNoBytesIsZero) {
+  const std::vector<std::uint8_t> empty = {0};  // a length byte and nothing after it
+  ldsbvector scalar;
+  for (const std::uint8_t* number : {empty.data(), static_cast<const std::uint8_t*>(nullptr)}) {
+    ASSERT_EQ(ldsbvinit_son(nullptr, &scalar, 7, KES_DSB_NO_SCALE, number, 0), KES_DSB_OK);
+    EXPECT_TRUE(Wide::FromBytes(scalar.extremes.min.word, 24) == Wide(0));
+  }
+  const NumberBytes one = {0xC1, 2};  // longer than any number: the first 21 bytes count
+  NumberBytes long_one(0x10002, 1);
+  std::copy(one.begin(), one.end(), long_one.begin());
+  ASSERT_EQ(ldsbvinit_son(nullptr, &scalar, 7, KES_DSB_NO_SCALE, long_one.data(), long_one.size()),
+            KES_DSB_OK);
+  EXPECT_TRUE(Wide::FromBytes(scalar.extremes.min.word, 24) == Wide(1));
+}
+
 TEST(LdsbLoadRules, ScansContinue) {
   Numbers numbers;
   numbers.Add({0xC1, 2, 51});
