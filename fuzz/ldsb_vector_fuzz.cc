@@ -1,7 +1,7 @@
 // Descriptors and operations. The first bytes choose, the rest are elements, bitmaps and NUMBERs in
 // allocations of exactly their size. Laws: every processor level gives the same status and the same
 // bytes; a sum of two columns less one of them is the other; NUMBERs that load read back as the
-// numbers they were; nulls are not written; allocations balance.
+// numbers they were; what is scattered gathers back; nulls are not written; allocations balance.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -192,6 +192,11 @@ void CheckNumbers(Input& in) {
     const int status = ldsbvset_ons(nullptr, &vector, precision, scale, 0, count, pointers.data(),
                                     lengths.data(), bitmap, 0);
     described[k] = Describe(status, vector);
+    if (count == 1 && bitmap == nullptr) {  // a scalar is the same value
+      ldsbvector scalar;
+      Check(ldsbvinit_son(nullptr, &scalar, precision, scale, pointers[0], lengths[0]) == status);
+      Check(status != 0 || std::memcmp(&scalar.extremes, &vector.extremes, 48) == 0);
+    }
     if (status == 0) {
       Bytes slots(22 * count);
       Check(ldsbvget_ons(nullptr, &vector, 0, count, slots.data(), 22, nullptr) == 0);
@@ -213,14 +218,50 @@ void CheckNumbers(Input& in) {
   Check(described[0] == described[1]);
 }
 
+// What is scattered gathers back; a number past the limit stops both before anything is written.
+void CheckIndexed(Input& in) {
+  const std::size_t count = in.Next() % 70u;
+  const std::size_t width = kWidths[1 + in.Next() % 6u];
+  const std::size_t limit = in.Next();
+  const Bytes nulls = in.Take((count + 7) / 8);
+  std::vector<std::uint32_t> index(count);
+  bool valid = true;
+  for (std::size_t i = 0; i < count; ++i) {
+    index[i] = in.Next();
+    valid = valid && (index[i] < limit || (nulls[i / 8] >> i % 8 & 1) != 0);
+  }
+  const Bytes data = in.Take(count * width);
+  Bytes table(limit * width), back(count * width);
+  const Bytes before = table;
+  ldsbminmax minmax[2] = {};
+  const int status = ldsbcopydsbs_scatter(width, count, index.data(), data.data(), table.data(),
+                                          limit, nulls.data(), nullptr);
+  Check(status == (valid ? KES_DSB_OK : KES_DSB_BOUNDS));
+  if (!valid) Check(table == before);
+  Check(ldsbcopydsbs_gather(width, count, index.data(), table.data(), limit, back.data(),
+                            nulls.data(), &minmax[0]) == status);
+  Check(ldsbminmaxdsbs_gather(width, count, index.data(), table.data(), limit, nulls.data(),
+                              &minmax[1]) == status);
+  Check(std::memcmp(&minmax[0], &minmax[1], sizeof minmax[0]) == 0);
+  for (std::size_t i = 0; valid && i < count; ++i) {
+    const bool null = (nulls[i / 8] >> i % 8 & 1) != 0;
+    const Bytes zero(width);
+    const std::uint8_t* wanted = null ? zero.data() : table.data() + index[i] * width;
+    Check(std::memcmp(back.data() + i * width, wanted, width) == 0);
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Input in = {data, size};
-  if ((in.Next() & 1) == 0) {
+  const std::uint8_t choice = in.Next();
+  if ((choice & 1) == 0) {
     CheckOperation(in);
-  } else {
+  } else if ((choice & 0x82) != 0x82) {
     CheckNumbers(in);
+  } else {
+    CheckIndexed(in);
   }
   return 0;
 }
