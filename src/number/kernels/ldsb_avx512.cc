@@ -1,4 +1,4 @@
-// 8- to 128-bit elements with AVX-512. The null bitmap, inverted, is the store mask as it stands,
+// Elements of all widths with AVX-512. The null bitmap, inverted, is the store mask as it stands,
 // so nulls cost nothing and are never written; minimum and maximum take the same mask in the same
 // pass, and loads under it never go past the last element. 64 elements (one word of bitmap) make
 // one to eight registers, unrolled.
@@ -7,18 +7,21 @@
 #include "number/kernels/ldsb_decode.h"
 #include "number/kernels/ldsb_lanes_avx512.h"
 #include "number/kernels/ldsb_loops.h"
+#include "number/kernels/ldsb_words_avx512.h"
 
 namespace kestra::number::dsb {
 namespace {
 
-template <class In, class Out>
+// Elements as lanes. Within a whole group they are all loaded, nulls too: processors fetch ahead of
+// plain loads, not of masked ones, which then take up to twice the time from memory.
+template <class In, class Out, bool kWhole>
 KES_DSB_LANE __m512i LoadAs(const void* array, std::size_t i,
                             typename Lanes<Out>::Mask mask) noexcept {
   const void* p = static_cast<const In*>(array) + i;
   if constexpr (sizeof(In) == sizeof(Out)) {
-    return Lanes<Out>::Load(p, mask);
+    return kWhole ? _mm512_loadu_si512(p) : Lanes<Out>::Load(p, mask);
   } else {
-    return Lanes<Out>::LoadNarrow(p, mask);
+    return kWhole ? Lanes<Out>::LoadNarrow(p) : Lanes<Out>::LoadNarrow(p, mask);
   }
 }
 
@@ -35,12 +38,12 @@ KES_DSB_LANE __m512i ApplyLanes(__m512i x, __m512i y) noexcept {
   }
 }
 
-// Registers in turn for running extremes: comparing 128 bits takes so long that one would wait for
-// itself.
+// Registers in turn for running extremes, which would else wait for one another.
 template <class T>
-inline constexpr std::size_t kChains = sizeof(T) == sizeof(int128) ? 4
-                                       : sizeof(T) == 8            ? 2
-                                                                   : 1;
+inline constexpr std::size_t kChains = sizeof(T) == 8 ? 2 : 1;
+
+// How far ahead the lines of results are fetched: a masked store does not make the processor do it.
+constexpr std::size_t kAhead = 1024;
 
 template <class T>
 KES_DSB_LANE void StartExtremes(__m512i (&lo)[kChains<T>], __m512i (&hi)[kChains<T>]) noexcept {
@@ -75,46 +78,90 @@ KES_DSB_LANE void MergeLanes(ldsbminmax* minmax, const __m512i (&lo)[kChains<T>]
   MergeArrays(minmax, lows, highs, kChains<T> * kCount);
 }
 
+// Runs loop.Group<kWhole, kAll>(loop, first, alive) over groups of 64 elements. kWhole: all of them
+// exist; kAll: none is null either.
+template <class Loop>
+KES_DSB_LANE void RunLanes(Loop& loop, std::size_t n, const std::uint8_t* nulls) noexcept {
+  const std::size_t whole = n / kGroup * kGroup;
+  if (nulls == nullptr) {
+    for (std::size_t first = 0; first < whole; first += kGroup) {
+      Loop::template Group<true, true>(loop, first, ~std::uint64_t{0});
+    }
+  } else if constexpr (Loop::kOneRegister) {
+    // The mask of the only register is the bitmap, and a jump would cost more than it saves.
+#pragma GCC unroll 4
+    for (std::size_t first = 0; first < whole; first += kGroup) {
+      __mmask64 null;
+      std::memcpy(&null, nulls + first / 8, sizeof null);
+      Loop::template Group<true, false>(loop, first, _knot_mask64(null));
+    }
+  } else {
+    for (std::size_t first = 0; first < whole; first += kGroup) {
+      const std::uint64_t alive = AliveBits(nulls, first, kGroup);
+      if (alive != 0) Loop::template Group<true, false>(loop, first, alive);
+    }
+  }
+  if (whole != n)
+    Loop::template Group<false, false>(loop, whole, AliveBits(nulls, whole, n - whole));
+}
+
 template <class In, class Out, class Operation, bool kScalar, bool kMinMax>
-KES_DSB_LANE void MemberLanes(std::size_t n, const void* left, const void* right, void* out,
-                              const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
+struct MemberLanes {
   using L = Lanes<Out>;
-  using Mask = typename L::Mask;
-  const __m512i scalar =
-      kScalar ? L::Fill(Convert<Out>(LoadAt<In>(left, 0))) : _mm512_setzero_si512();
-  __m512i lo[kChains<Out>];
-  __m512i hi[kChains<Out>];
-  StartExtremes<Out>(lo, hi);
-  const AliveGroups groups(nulls, n);
-  for (std::size_t first = 0; first < n; first += 64) {
-    const std::uint64_t alive = groups.At(first);
-    if (alive == 0) continue;
+  static constexpr bool kOneRegister = sizeof(Out) == 1;
+  static constexpr std::size_t kRegisters = kMinMax ? kChains<Out> : 1;
+
+  const void* left;
+  const void* right;
+  void* out;
+  __m512i scalar;
+  __m512i lo[kRegisters];
+  __m512i hi[kRegisters];
+
+  template <bool kWhole, bool kAll>
+  KES_DSB_LANE void Group(MemberLanes& m, std::size_t first, std::uint64_t alive) noexcept {
 #pragma GCC unroll 16
-    for (std::size_t v = 0; v < 64; v += L::kCount) {
-      const Mask mask = L::MaskOf(alive >> v);
-      const __m512i x = kScalar ? scalar : LoadAs<In, Out>(left, first + v, mask);
-      const __m512i y = LoadAs<In, Out>(right, first + v, mask);
+    for (std::size_t v = 0; v < kGroup; v += L::kCount) {
+      const auto mask = L::MaskOf(alive >> v);
+      const __m512i x = kScalar ? m.scalar : LoadAs<In, Out, kWhole>(m.left, first + v, mask);
+      const __m512i y = LoadAs<In, Out, kWhole>(m.right, first + v, mask);
       const __m512i result = ApplyLanes<In, Out, Operation>(x, y);
-      L::Store(static_cast<Out*>(out) + first + v, mask, result);
+      Out* to = static_cast<Out*>(m.out) + first + v;
+      if constexpr (kAll) {
+        _mm512_storeu_si512(to, result);
+      } else {
+        if constexpr (kWhole) __builtin_prefetch(reinterpret_cast<const char*>(to) + kAhead);
+        L::Store(to, mask, result);
+      }
       if constexpr (kMinMax) {
-        const std::size_t k = v / L::kCount % kChains<Out>;
-        lo[k] = L::MinMasked(lo[k], mask, result);
-        hi[k] = L::MaxMasked(hi[k], mask, result);
+        const std::size_t k = v / L::kCount % kRegisters;
+        m.lo[k] = L::MinMasked(m.lo[k], mask, result);
+        m.hi[k] = L::MaxMasked(m.hi[k], mask, result);
       }
     }
   }
-  if constexpr (kMinMax) MergeLanes<Out>(minmax, lo, hi);
+};
+
+template <class In, class Out, class Operation, bool kScalar, bool kMinMax>
+KES_DSB_LANE void RunMember(std::size_t n, const void* left, const void* right, void* out,
+                            const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
+  MemberLanes<In, Out, Operation, kScalar, kMinMax> m = {left, right, out, _mm512_setzero_si512(),
+                                                         {},   {}};
+  if constexpr (kScalar) m.scalar = Lanes<Out>::Fill(Convert<Out>(LoadAt<In>(left, 0)));
+  if constexpr (kMinMax) StartExtremes<Out>(m.lo, m.hi);
+  RunLanes(m, n, nulls);
+  if constexpr (kMinMax) MergeLanes<Out>(minmax, m.lo, m.hi);
 }
 
 template <int kIn, int kOut, class Operation, bool kScalar>
 KES_DSB_AVX512 void Member(std::size_t n, const void* left, const void* right, void* out,
                            const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
   if (minmax == nullptr) {
-    MemberLanes<Element<kIn>, Element<kOut>, Operation, kScalar, false>(n, left, right, out, nulls,
-                                                                        nullptr);
+    RunMember<Element<kIn>, Element<kOut>, Operation, kScalar, false>(n, left, right, out, nulls,
+                                                                      nullptr);
   } else {
-    MemberLanes<Element<kIn>, Element<kOut>, Operation, kScalar, true>(n, left, right, out, nulls,
-                                                                       minmax);
+    RunMember<Element<kIn>, Element<kOut>, Operation, kScalar, true>(n, left, right, out, nulls,
+                                                                     minmax);
   }
 }
 
@@ -127,25 +174,33 @@ KES_DSB_LANE Out AddUp(__m512i x) noexcept {
   return static_cast<Out>(sum);
 }
 
+template <class In, class Out>
+struct SumLanes {
+  using L = Lanes<Out>;
+  static constexpr bool kOneRegister = sizeof(Out) == 1;
+
+  const void* data;
+  __m512i sums[2];  // that do not wait for one another
+
+  template <bool kWhole, bool kAll>
+  KES_DSB_LANE void Group(SumLanes& s, std::size_t first, std::uint64_t alive) noexcept {
+#pragma GCC unroll 16
+    for (std::size_t v = 0; v < kGroup; v += L::kCount) {
+      const auto mask = L::MaskOf(alive >> v);
+      __m512i& sum = s.sums[v / L::kCount % 2];
+      const __m512i x = LoadAs<In, Out, kWhole>(s.data, first + v, mask);
+      sum = kAll ? L::Add(sum, x) : L::AddMasked(sum, mask, x);
+    }
+  }
+};
+
 template <int kIn, int kOut>
 KES_DSB_AVX512 void Sum(std::size_t n, const void*, const void* right, void* out,
                         const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
-  using In = Element<kIn>;
   using Out = Element<kOut>;
-  using L = Lanes<Out>;
-  constexpr std::size_t kSums = 2;  // that do not wait for one another
-  __m512i sums[kSums] = {};
-  const AliveGroups groups(nulls, n);
-  for (std::size_t first = 0; first < n; first += 64) {
-    const std::uint64_t alive = groups.At(first);
-#pragma GCC unroll 16
-    for (std::size_t v = 0; v < 64; v += L::kCount) {
-      const auto mask = L::MaskOf(alive >> v);
-      __m512i& sum = sums[v / L::kCount % kSums];
-      sum = L::Add(sum, LoadAs<In, Out>(right, first + v, mask));  // nulls load as 0
-    }
-  }
-  const Out result = AddUp<Out>(L::Add(sums[0], sums[1]));
+  SumLanes<Element<kIn>, Out> s = {right, {}};
+  RunLanes(s, n, nulls);
+  const Out result = AddUp<Out>(Lanes<Out>::Add(s.sums[0], s.sums[1]));
   StoreAt<Out>(out, 0, result);
   if (minmax != nullptr) MergeExtremes(minmax, result, result);
 }
@@ -154,70 +209,88 @@ KES_DSB_AVX512 void Sum(std::size_t n, const void*, const void* right, void* out
 // cannot overflow, and no carry is looked at before the end. Lanes of 64-bit elements are signed,
 // as the lower words of 128-bit ones (the even lanes) are not; of their upper words only the sums
 // modulo 2^64 count.
+template <class In>
+struct SumTo128Lanes {
+  using L = Lanes<In>;
+  static constexpr bool kOneRegister = false;
+
+  const void* data;
+  __m512i low;
+  __m512i high;
+  __m512i words;
+
+  template <bool kWhole, bool kAll>
+  KES_DSB_LANE void Group(SumTo128Lanes& s, std::size_t first, std::uint64_t alive) noexcept {
+    const __m512i low_half = _mm512_set1_epi64(0xFFFFFFFF);
+#pragma GCC unroll 16
+    for (std::size_t v = 0; v < kGroup; v += L::kCount) {
+      const __mmask8 mask = kAll ? 0xFF : L::MaskOf(alive >> v);
+      const __m512i x = LoadAs<In, In, kWhole>(s.data, first + v, mask);
+      s.low = _mm512_mask_add_epi64(s.low, mask, s.low, _mm512_and_si512(x, low_half));
+      if constexpr (sizeof(In) == 8) {
+        s.high = _mm512_mask_add_epi64(s.high, mask, s.high, _mm512_srai_epi64(x, 32));
+      } else {
+        s.high = _mm512_mask_add_epi64(s.high, mask, s.high, _mm512_srli_epi64(x, 32));
+        s.words = _mm512_mask_add_epi64(s.words, mask, s.words, x);
+      }
+    }
+  }
+};
+
 template <int kIn>
 KES_DSB_AVX512 void SumTo128(std::size_t n, const void*, const void* right, void* out,
                              const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
   using In = Element<kIn>;
-  using L = Lanes<In>;
   constexpr std::size_t kSpan = std::size_t{1} << 32;
-  const __m512i low_half = _mm512_set1_epi64(0xFFFFFFFF);
   uint128 total = 0;
-  std::size_t first = 0;
-  const AliveGroups groups(nulls, n);
-  while (first < n) {
-    const std::size_t end = n - first < kSpan ? n : first + kSpan;
-    __m512i low = _mm512_setzero_si512();
-    __m512i high = _mm512_setzero_si512();
-    __m512i words = _mm512_setzero_si512();
-    for (; first < end; first += 64) {
-      const std::uint64_t alive = groups.At(first);
-#pragma GCC unroll 16
-      for (std::size_t v = 0; v < 64; v += L::kCount) {
-        const __m512i x = LoadAs<In, In>(right, first + v, L::MaskOf(alive >> v));
-        low = _mm512_add_epi64(low, _mm512_and_si512(x, low_half));
-        if constexpr (kIn == 4) {
-          high = _mm512_add_epi64(high, _mm512_srai_epi64(x, 32));
-        } else {
-          high = _mm512_add_epi64(high, _mm512_srli_epi64(x, 32));
-          words = _mm512_add_epi64(words, x);
-        }
-      }
-    }
+  for (std::size_t first = 0; first < n; first += kSpan) {
+    SumTo128Lanes<In> s = {static_cast<const In*>(right) + first, {}, {}, {}};
+    RunLanes(s, n - first < kSpan ? n - first : kSpan,
+             nulls == nullptr ? nullptr : nulls + first / 8);
     if constexpr (kIn != 4) {
-      low = _mm512_maskz_mov_epi64(L::kEven, low);
-      high = _mm512_maskz_mov_epi64(L::kEven, high);
-      words = _mm512_maskz_mov_epi64(L::kOdd, words);
+      s.low = _mm512_maskz_mov_epi64(Lanes<In>::kEven, s.low);
+      s.high = _mm512_maskz_mov_epi64(Lanes<In>::kEven, s.high);
+      s.words = _mm512_maskz_mov_epi64(Lanes<In>::kOdd, s.words);
     }
-    total += static_cast<std::uint64_t>(AddUp<std::int64_t>(low));
-    total += static_cast<uint128>(static_cast<int128>(AddUp<std::int64_t>(high))) << 32;
-    total += static_cast<uint128>(static_cast<std::uint64_t>(AddUp<std::int64_t>(words))) << 64;
+    total += static_cast<std::uint64_t>(AddUp<std::int64_t>(s.low));
+    total += static_cast<uint128>(static_cast<int128>(AddUp<std::int64_t>(s.high))) << 32;
+    total += static_cast<uint128>(static_cast<std::uint64_t>(AddUp<std::int64_t>(s.words))) << 64;
   }
   const int128 result = static_cast<int128>(total);
   StoreAt<int128>(out, 0, result);
   if (minmax != nullptr) MergeExtremes(minmax, result, result);
 }
 
+template <class T>
+struct MinMaxLanes {
+  using L = Lanes<T>;
+  static constexpr bool kOneRegister = sizeof(T) == 1;
+
+  const void* data;
+  __m512i lo[kChains<T>];
+  __m512i hi[kChains<T>];
+
+  template <bool kWhole, bool kAll>
+  KES_DSB_LANE void Group(MinMaxLanes& m, std::size_t first, std::uint64_t alive) noexcept {
+#pragma GCC unroll 16
+    for (std::size_t v = 0; v < kGroup; v += L::kCount) {
+      const auto mask = L::MaskOf(alive >> v);
+      const __m512i x = LoadAs<T, T, kWhole>(m.data, first + v, mask);
+      const std::size_t k = v / L::kCount % kChains<T>;
+      m.lo[k] = L::MinMasked(m.lo[k], mask, x);
+      m.hi[k] = L::MaxMasked(m.hi[k], mask, x);
+    }
+  }
+};
+
 template <int kIn>
 KES_DSB_AVX512 void MinMax(std::size_t n, const void* data, const std::uint8_t* nulls,
                            ldsbminmax* minmax) noexcept {
   using T = Element<kIn>;
-  using L = Lanes<T>;
-  __m512i lo[kChains<T>];
-  __m512i hi[kChains<T>];
-  StartExtremes<T>(lo, hi);
-  const AliveGroups groups(nulls, n);
-  for (std::size_t first = 0; first < n; first += 64) {
-    const std::uint64_t alive = groups.At(first);
-#pragma GCC unroll 16
-    for (std::size_t v = 0; v < 64; v += L::kCount) {
-      const auto mask = L::MaskOf(alive >> v);
-      const __m512i x = LoadAs<T, T>(data, first + v, mask);
-      const std::size_t k = v / L::kCount % kChains<T>;
-      lo[k] = L::MinMasked(lo[k], mask, x);
-      hi[k] = L::MaxMasked(hi[k], mask, x);
-    }
-  }
-  MergeLanes<T>(minmax, lo, hi);
+  MinMaxLanes<T> m = {data, {}, {}};
+  StartExtremes<T>(m.lo, m.hi);
+  RunLanes(m, n, nulls);
+  MergeLanes<T>(minmax, m.lo, m.hi);
 }
 
 template <int kIn>
@@ -236,8 +309,8 @@ KES_DSB_AVX512 void Compare(std::size_t n, const void* left, const void* right, 
 #pragma GCC unroll 16
     for (std::size_t v = 0; v < 64; v += L::kCount) {
       const auto mask = L::MaskOf(alive >> v);
-      const __m512i x = LoadAs<T, T>(left, first + v, mask);
-      const __m512i y = one_right ? one : LoadAs<T, T>(right, first + v, mask);
+      const __m512i x = LoadAs<T, T, false>(left, first + v, mask);
+      const __m512i y = one_right ? one : LoadAs<T, T, false>(right, first + v, mask);
       below |= static_cast<std::uint64_t>(L::Below(x, y)) << v;
       above |= static_cast<std::uint64_t>(L::Below(y, x)) << v;
     }
@@ -273,65 +346,132 @@ KES_DSB_AVX512 void ConvertAll(std::size_t n, const void* in, void* out,
   }
 }
 
-// The results of a mixed group that are not null: 8 elements are 16 or 24 lanes, and each bit of
-// the bitmap is spread over the lanes of its element.
-template <class T>
-KES_DSB_AVX512 void StoreAliveLanes(const T* results, void* out, std::uint64_t alive) noexcept {
-  constexpr unsigned kWords = sizeof(T) / 8;
-  constexpr unsigned kFirstLanes = kWords == 2 ? 0x5555 : 0x249249;
-  constexpr unsigned kAllLanes = (1u << kWords) - 1;
+// Eight elements of 64 or 128 bits as 128-bit ones; a lane past the last one is 0.
+template <int kIn>
+KES_DSB_LANE Words<2> LoadTo128(const void* array, std::size_t i, std::size_t count) noexcept {
+  if constexpr (kIn == 5) {
+    return LoadWords<2>(static_cast<const int128*>(array) + i, count);
+  } else {
+    const auto mask = static_cast<__mmask8>(count >= kWordLanes ? 0xFF : (1u << count) - 1);
+    const __m512i x = _mm512_maskz_loadu_epi64(mask, static_cast<const std::int64_t*>(array) + i);
+    return {{x, _mm512_srai_epi64(x, 63)}};
+  }
+}
+
+template <int kIn, class Operation, bool kScalar, bool kMinMax>
+KES_DSB_LANE void RunTo128(std::size_t n, const void* left, const void* right, void* out,
+                           const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
+  WordExtremes<2> extremes = NoExtremes<2>();
+  Words<2> x = {};
+  if constexpr (kScalar) x = FillWords<2>(Int192(Convert<int128>(LoadAt<Element<kIn>>(left, 0))));
+  for (std::size_t i = 0; i < n; i += kWordLanes) {
+    const std::size_t count = n - i;
+    const auto mask =
+        static_cast<__mmask8>((nulls == nullptr ? 0xFF : ~nulls[i / 8]) &
+                              (count >= kWordLanes ? 0xFF : static_cast<int>((1u << count) - 1)));
+    if constexpr (!kScalar) x = LoadTo128<kIn>(left, i, count);
+    const Words<2> y = LoadTo128<kIn>(right, i, count);
+    Words<2> result;
+    if constexpr (std::is_same_v<Operation, AddOperation>) {
+      result = AddWords(x, y);
+    } else if constexpr (std::is_same_v<Operation, SubtractOperation>) {
+      result = SubtractWords(x, y);
+    } else if constexpr (kIn == 5) {
+      result = MultiplyWords(x, y);
+    } else {
+      result = MultiplySignedWords(x, y);
+    }
+    int128* to = static_cast<int128*>(out) + i;
+    __builtin_prefetch(reinterpret_cast<const char*>(to) + kAhead);
+    __builtin_prefetch(reinterpret_cast<const char*>(to) + kAhead + 64);
+    StoreWords(to, mask, result);
+    if constexpr (kMinMax) AddExtremes<2>(extremes, mask, result);
+  }
+  if constexpr (kMinMax) Merge<2>(extremes, minmax);
+}
+
+template <int kIn, class Operation, bool kScalar>
+KES_DSB_AVX512 void MemberTo128(std::size_t n, const void* left, const void* right, void* out,
+                                const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
+  if (minmax == nullptr) {
+    RunTo128<kIn, Operation, kScalar, false>(n, left, right, out, nulls, nullptr);
+  } else {
+    RunTo128<kIn, Operation, kScalar, true>(n, left, right, out, nulls, minmax);
+  }
+}
+
+template <std::size_t kWords>
+KES_DSB_AVX512 void MinMaxWords(std::size_t n, const void* data, const std::uint8_t* nulls,
+                                ldsbminmax* minmax) noexcept {
+  WordExtremes<kWords> extremes[] = {// two that do not wait for one another
+                                     NoExtremes<kWords>(), NoExtremes<kWords>()};
+  const auto* bytes = static_cast<const char*>(data);
+  const AliveGroups groups(nulls, n);
+  for (std::size_t first = 0; first < n; first += kGroup) {
+    const std::uint64_t alive = groups.At(first);
+#pragma GCC unroll 2
+    for (std::size_t i = 0; i < kGroup; i += kWordLanes) {
+      if (first + i >= n) break;
+      const Words<kWords> x = LoadWords<kWords>(bytes + (first + i) * 8 * kWords, n - first - i);
+      AddExtremes<kWords>(extremes[i / kWordLanes % 2], static_cast<__mmask8>(alive >> i), x);
+    }
+  }
+  Merge<kWords>(extremes[0], minmax);
+  Merge<kWords>(extremes[1], minmax);
+}
+
+// 192 bits: the sums run as the compiler makes them of carries, and nulls are left out when the
+// results of a group are stored: each bit of the bitmap is spread over the lanes of its element.
+KES_DSB_AVX512 void StoreAlive192(const Int192* results, void* out, std::uint64_t alive) noexcept {
   const auto* from = reinterpret_cast<const std::int64_t*>(results);
   auto* to = static_cast<std::int64_t*>(out);
   for (unsigned byte = 0; byte < 8; ++byte) {
-    const unsigned bits = _pdep_u32(static_cast<unsigned>(alive >> 8 * byte & 0xFF), kFirstLanes);
-    const unsigned lanes = bits * kAllLanes;
-    for (unsigned word = 0; word < kWords; ++word) {
-      const auto mask = static_cast<__mmask8>(lanes >> 8 * word);
-      _mm512_mask_storeu_epi64(to, mask, _mm512_loadu_si512(from));
+    const unsigned lanes = _pdep_u32(static_cast<unsigned>(alive >> 8 * byte & 0xFF), 0x249249) * 7;
+    for (unsigned word = 0; word < 3; ++word) {
+      __builtin_prefetch(reinterpret_cast<const char*>(to) + kAhead);
+      _mm512_mask_storeu_epi64(to, static_cast<__mmask8>(lanes >> 8 * word),
+                               _mm512_loadu_si512(from));
       from += 8;
       to += 8;
     }
   }
 }
 
-// What the lanes above do not do: products of 128 bits, results of 64-bit inputs in 128 bits, and
-// 192 bits, one by one or as the compiler vectorises them.
-template <int kIn, int kOut, class Operation, bool kScalar>
-KES_DSB_AVX512 void WideMember(std::size_t n, const void* left, const void* right, void* out,
-                               const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
-  using Out = Element<kOut>;
-  const MinMaxKernel minmax_kernel = kOut == 5 ? MinMax<5> : kPortableKernels.minmax[kOut - 1];
-  MemberBody<Element<kIn>, Out, Operation, kScalar, StoreAliveLanes<Out>>(
-      n, left, right, out, nulls, minmax, minmax_kernel);
+template <class Operation, bool kScalar>
+KES_DSB_AVX512 void Member192(std::size_t n, const void* left, const void* right, void* out,
+                              const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
+  MemberBody<Int192, Int192, Operation, kScalar, StoreAlive192>(n, left, right, out, nulls, minmax,
+                                                                MinMaxWords<3>);
 }
 
-template <int kIn, int kOut>
-constexpr void FillWidePair(Kernels& k) noexcept {
-  constexpr int kWider = kOut - kIn;
-  k.members[0][kIn - 1][kWider] = WideMember<kIn, kOut, AddOperation, false>;
-  k.members[1][kIn - 1][kWider] = WideMember<kIn, kOut, SubtractOperation, false>;
-  k.members[2][kIn - 1][kWider] = WideMember<kIn, kOut, MultiplyOperation, false>;
-  k.members[3][kIn - 1][kWider] = WideMember<kIn, kOut, AddOperation, true>;
-  k.members[4][kIn - 1][kWider] = WideMember<kIn, kOut, SubtractOperation, true>;
-  k.members[5][kIn - 1][kWider] = WideMember<kIn, kOut, MultiplyOperation, true>;
+template <int kIn, int kOut, class Operation, bool kScalar>
+constexpr MemberKernel MemberFor() noexcept {
+  if constexpr (kOut == 6) {
+    return Member192<Operation, kScalar>;
+  } else if constexpr (kOut == 5) {
+    return MemberTo128<kIn, Operation, kScalar>;
+  } else {
+    return Member<kIn, kOut, Operation, kScalar>;
+  }
 }
 
 template <int kIn, int kOut>
 constexpr void FillPair(Kernels& k) noexcept {
   constexpr int kWider = kOut - kIn;
-  k.members[0][kIn - 1][kWider] = Member<kIn, kOut, AddOperation, false>;
-  k.members[1][kIn - 1][kWider] = Member<kIn, kOut, SubtractOperation, false>;
-  k.members[2][kIn - 1][kWider] = Member<kIn, kOut, MultiplyOperation, false>;
-  k.members[3][kIn - 1][kWider] = Member<kIn, kOut, AddOperation, true>;
-  k.members[4][kIn - 1][kWider] = Member<kIn, kOut, SubtractOperation, true>;
-  k.members[5][kIn - 1][kWider] = Member<kIn, kOut, MultiplyOperation, true>;
-  k.members[6][kIn - 1][kWider] = Sum<kIn, kOut>;
+  k.members[0][kIn - 1][kWider] = MemberFor<kIn, kOut, AddOperation, false>();
+  k.members[1][kIn - 1][kWider] = MemberFor<kIn, kOut, SubtractOperation, false>();
+  k.members[2][kIn - 1][kWider] = MemberFor<kIn, kOut, MultiplyOperation, false>();
+  k.members[3][kIn - 1][kWider] = MemberFor<kIn, kOut, AddOperation, true>();
+  k.members[4][kIn - 1][kWider] = MemberFor<kIn, kOut, SubtractOperation, true>();
+  k.members[5][kIn - 1][kWider] = MemberFor<kIn, kOut, MultiplyOperation, true>();
 }
 
 template <int kIn>
 constexpr void FillRow(Kernels& k) noexcept {
   FillPair<kIn, kIn>(k);
-  if constexpr (kIn < 4) FillPair<kIn, kIn + 1>(k);
+  FillPair<kIn, kIn + 1>(k);
+  k.members[6][kIn - 1][0] = Sum<kIn, kIn>;
+  if constexpr (kIn < 4) k.members[6][kIn - 1][1] = Sum<kIn, kIn + 1>;
   if constexpr (kIn != 1) k.convert[kIn - 1][0] = ConvertAll<kIn, 1>;
   if constexpr (kIn != 2) k.convert[kIn - 1][1] = ConvertAll<kIn, 2>;
   if constexpr (kIn != 3) k.convert[kIn - 1][2] = ConvertAll<kIn, 3>;
@@ -344,17 +484,12 @@ constexpr void FillRow(Kernels& k) noexcept {
 constexpr Kernels MakeKernels() noexcept {
   Kernels k = {};
   FillRow<1>(k);
-  FillWidePair<4, 5>(k);
-  FillWidePair<6, 6>(k);
-  k.members[0][4][0] = Member<5, 5, AddOperation, false>;
-  k.members[1][4][0] = Member<5, 5, SubtractOperation, false>;
-  k.members[2][4][0] = WideMember<5, 5, MultiplyOperation, false>;
-  k.members[3][4][0] = Member<5, 5, AddOperation, true>;
-  k.members[4][4][0] = Member<5, 5, SubtractOperation, true>;
-  k.members[5][4][0] = WideMember<5, 5, MultiplyOperation, true>;
+  FillPair<5, 5>(k);
+  FillPair<6, 6>(k);
   k.members[6][3][1] = SumTo128<4>;
   k.members[6][4][0] = SumTo128<5>;
-  k.minmax[4] = MinMax<5>;
+  k.minmax[4] = MinMaxWords<2>;
+  k.minmax[5] = MinMaxWords<3>;
   k.decode = DecodeShortAvx512;
   return k;
 }

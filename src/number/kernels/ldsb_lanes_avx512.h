@@ -22,6 +22,10 @@ namespace kestra::number::dsb {
 template <class T>
 struct Lanes;
 
+KES_DSB_LANE __m256i LoadHalf(const void* p) noexcept {
+  return _mm256_loadu_si256(static_cast<const __m256i*>(p));
+}
+
 #define KES_DSB_LANES(T, MASK, BITS)                                                             \
   using Mask = MASK;                                                                             \
   KES_DSB_LANE Mask MaskOf(std::uint64_t bits) noexcept { return static_cast<Mask>(bits); }      \
@@ -69,6 +73,9 @@ struct Lanes<std::int16_t> {
   KES_DSB_LANE __m512i LoadNarrow(const void* p, Mask mask) noexcept {
     return _mm512_cvtepi8_epi16(_mm256_maskz_loadu_epi8(mask, p));
   }
+  KES_DSB_LANE __m512i LoadNarrow(const void* p) noexcept {
+    return _mm512_cvtepi8_epi16(LoadHalf(p));
+  }
 };
 
 template <>
@@ -82,6 +89,9 @@ struct Lanes<std::int32_t> {
   KES_DSB_LANE __m512i LoadNarrow(const void* p, Mask mask) noexcept {
     return _mm512_cvtepi16_epi32(_mm256_maskz_loadu_epi16(mask, p));
   }
+  KES_DSB_LANE __m512i LoadNarrow(const void* p) noexcept {
+    return _mm512_cvtepi16_epi32(LoadHalf(p));
+  }
 };
 
 template <>
@@ -94,12 +104,15 @@ struct Lanes<std::int64_t> {
   KES_DSB_LANE __m512i LoadNarrow(const void* p, Mask mask) noexcept {
     return _mm512_cvtepi32_epi64(_mm256_maskz_loadu_epi32(mask, p));
   }
+  KES_DSB_LANE __m512i LoadNarrow(const void* p) noexcept {
+    return _mm512_cvtepi32_epi64(LoadHalf(p));
+  }
 };
 
 #undef KES_DSB_LANES
 
-// 128-bit elements: two 64-bit lanes each, the lower word in the even one. A carry out of an even
-// lane is a bit of a compare mask, shifted to its odd neighbour.
+// 128-bit elements, two 64-bit lanes each, the lower word in the even one: only what sums need. For
+// the rest see ldsb_words_avx512.h.
 template <>
 struct Lanes<int128> {
   using Mask = __mmask8;  // both lanes of an element
@@ -111,41 +124,8 @@ struct Lanes<int128> {
   KES_DSB_LANE Mask MaskOf(std::uint64_t bits) noexcept {
     return static_cast<Mask>(_pdep_u32(static_cast<unsigned>(bits), kEven) * 3);
   }
-  KES_DSB_LANE __m512i Fill(int128 x) noexcept {
-    const auto low = static_cast<std::int64_t>(x);
-    const auto high = static_cast<std::int64_t>(x >> 64);
-    return _mm512_set_epi64(high, low, high, low, high, low, high, low);
-  }
-  KES_DSB_LANE __m512i Add(__m512i x, __m512i y) noexcept {
-    const __m512i sum = _mm512_add_epi64(x, y);
-    const auto carry = static_cast<Mask>((_mm512_cmplt_epu64_mask(sum, x) & kEven) << 1);
-    return _mm512_mask_sub_epi64(sum, carry, sum, _mm512_set1_epi64(-1));
-  }
-  KES_DSB_LANE __m512i Subtract(__m512i x, __m512i y) noexcept {
-    const auto borrow = static_cast<Mask>((_mm512_cmplt_epu64_mask(x, y) & kEven) << 1);
-    const __m512i difference = _mm512_sub_epi64(x, y);
-    return _mm512_mask_add_epi64(difference, borrow, difference, _mm512_set1_epi64(-1));
-  }
-  // The upper words decide, or the lower ones where those are equal. In general registers: shifts
-  // and logic between mask registers are slower.
-  KES_DSB_LANE Mask Below(__m512i x, __m512i y) noexcept {
-    const unsigned high = _mm512_cmplt_epi64_mask(x, y);
-    const unsigned equal = _mm512_cmpeq_epi64_mask(x, y);
-    const unsigned low = _mm512_cmplt_epu64_mask(x, y);
-    const unsigned below = (high | (equal & (low & kEven) << 1)) & kOdd;
-    return static_cast<Mask>(below | below >> 1);
-  }
-  KES_DSB_LANE __m512i MinMasked(__m512i x, Mask mask, __m512i y) noexcept {
-    return _mm512_mask_mov_epi64(x, static_cast<Mask>(mask & Below(y, x)), y);
-  }
-  KES_DSB_LANE __m512i MaxMasked(__m512i x, Mask mask, __m512i y) noexcept {
-    return _mm512_mask_mov_epi64(x, static_cast<Mask>(mask & Below(x, y)), y);
-  }
   KES_DSB_LANE __m512i Load(const void* p, Mask mask) noexcept {
     return _mm512_maskz_loadu_epi64(mask, p);
-  }
-  KES_DSB_LANE void Store(void* p, Mask mask, __m512i x) noexcept {
-    _mm512_mask_storeu_epi64(p, mask, x);
   }
 };
 
