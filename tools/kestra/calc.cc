@@ -8,6 +8,7 @@
 
 #include "calc/calc_column.h"
 #include "calc/calc_engine.h"
+#include "calc_columns.h"
 #include "command.h"
 #include "support/files.h"
 #include "support/terminal.h"
@@ -24,9 +25,10 @@ struct CalcOptions {
   std::string format;
   std::string file = "-";
   std::string separator;
-  std::size_t column = 1;
+  std::vector<std::size_t> column;
   bool bytes = false;
   bool sum = false;
+  bool columns = false;
 };
 
 // The lines of a file, one after the other, in constant memory.
@@ -101,6 +103,8 @@ class Printer {
     modelled_ = true;
   }
 
+  const lnxmodel* model() const { return modelled_ ? &model_ : nullptr; }
+
   std::string Text(const Number& number) const {
     return modelled_ ? number.Text(model_) : number.Text();
   }
@@ -151,9 +155,14 @@ void ApplySettings(const CalcOptions& options, Calculator& calculator) {
   }
 }
 
-int EvaluateArguments(const CalcOptions& options, Calculator& calculator, const Printer& printer) {
+std::string Joined(const std::vector<std::string>& parts) {
   std::string text;
-  for (const std::string& part : options.expression) text += (text.empty() ? "" : " ") + part;
+  for (const std::string& part : parts) text += (text.empty() ? "" : " ") + part;
+  return text;
+}
+
+int EvaluateArguments(const CalcOptions& options, Calculator& calculator, const Printer& printer) {
+  const std::string text = Joined(options.expression);
   try {
     printer.Print(calculator.Evaluate(text));
   } catch (const CalcError& error) {
@@ -179,7 +188,9 @@ int EvaluateLines(const CalcOptions& options, Calculator& calculator, const Prin
 }
 
 int SumColumn(const CalcOptions& options, const Printer& printer, bool json) {
-  ColumnSum sum(options.column, options.separator.empty() ? '\0' : options.separator[0]);
+  if (options.column.size() > 1) throw ToolError(kUsage, "--sum adds up one column");
+  ColumnSum sum(options.column.empty() ? 1 : options.column[0],
+                options.separator.empty() ? '\0' : options.separator[0]);
   LineReader reader(options.file);
   std::string line;
   int code = kDone;
@@ -214,6 +225,13 @@ int Calculate(const CalcOptions& options, bool json) {
     }
     return SumColumn(options, printer, json);
   }
+  if (options.columns) {
+    if (options.expression.empty()) throw ToolError(kUsage, "--columns takes an expression");
+    if (options.bytes) throw ToolError(kUsage, "--columns has no --bytes");
+    return CalculateColumns({Joined(options.expression), options.file,
+                             options.separator.empty() ? '\0' : options.separator[0],
+                             options.column, printer.model(), json});
+  }
   Calculator calculator;
   ApplySettings(options, calculator);
   return options.expression.empty() ? EvaluateLines(options, calculator, printer)
@@ -228,11 +246,18 @@ std::function<int()> Setup(CLI::App& app, const Globals& globals) {
       ->allow_extra_args(false);
   app.add_option("-f,--format", options->format, "A number format model for results");
   app.add_flag("-b,--bytes", options->bytes, "Show the stored bytes too");
-  app.add_flag("-s,--sum", options->sum, "Add up a column of the input");
-  app.add_option("-c,--column", options->column, "Which column, from 1 (with --sum)")
-      ->check(CLI::PositiveNumber);
+  CLI::Option* sum = app.add_flag("-s,--sum", options->sum, "Add up a column of the input");
+  app.add_flag("--columns", options->columns,
+               "Calculate with whole columns of a CSV file, or of one number a line")
+      ->excludes(sum);
+  app.add_option("-c,--column", options->column,
+                 "Which column, from 1 (with --columns: which ones are a, b, c)")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 20));
   app.add_option("-t,--separator", options->separator,
-                 "What separates columns, one byte (default: blanks)");
+                 "What separates columns, one byte (default: blanks; with --columns: a comma,\n"
+                 "or the semicolon or tab that the first line has)");
   app.add_option("-i,--input", options->file, "The input (default: standard input)");
   std::string functions;  // broken into lines
   std::size_t line = 0;
@@ -246,10 +271,15 @@ std::function<int()> Setup(CLI::App& app, const Globals& globals) {
       "Operators: + - * / % ^ and parentheses; a ; between statements; NAME = EXPRESSION sets\n"
       "a variable, ans is the last result, pi and e are the constants. 38 digits are exact.\n"
       "Functions:\n  " +
-      functions + "\n\n" +
+      functions +
+      "\n\nWith --columns: + - * and parentheses over names of columns, which are those of the "
+      "first\nline, or a, b, c; sum, min, max and count of such an expression. Results are exact; "
+      "a missing\nvalue has no result and is not counted.\n\n" +
       Examples({"kestra calc \"0.1+0.2\"",
                 "kestra calc -d net=100 --format 'FM$9,990.00' \"net * 1.19\"",
-                "cut -d';' -f3 orders.csv | kestra calc --sum"}));
+                "cut -d';' -f3 orders.csv | kestra calc --sum",
+                "kestra calc --columns 'price * quantity + tax' -i orders.csv",
+                "kestra calc --columns 'sum(a*b), max(a)' -c 2,5 -i orders.csv"}));
   return [options, &globals] { return Calculate(*options, globals.json); };
 }
 

@@ -15,6 +15,40 @@ std::optional<Number> Number::Parse(std::string_view text, std::size_t* bad) {
   return number;
 }
 
+namespace {
+
+// Digits of a decimal text, its exponent apart, without the zeros at both ends.
+std::size_t SignificantDigits(std::string_view text) {
+  std::size_t digits = 0;
+  std::size_t zeros = 0;
+  for (const char c : text.substr(0, text.find_first_of("eE"))) {
+    if (c < '0' || c > '9') continue;
+    zeros = c == '0' ? zeros + 1 : 0;
+    if (digits != 0 || c != '0') ++digits;
+  }
+  return digits == 0 ? 0 : digits - zeros;
+}
+
+}  // namespace
+
+std::optional<Number> Number::ParseExact(std::string_view text, std::string* problem) {
+  std::size_t bad = 0;
+  const std::optional<Number> value = Parse(text, &bad);
+  const char* what = nullptr;
+  if (value && value->IsInfinite()) {
+    what = "is too large for a NUMBER";
+  } else if (value && (text.size() > 38 || value->IsZero()) &&
+             SignificantDigits(text) != SignificantDigits(value->Text())) {
+    what = value->IsZero() ? "is too small for a NUMBER" : "has more digits than a NUMBER holds";
+  }
+  if (value && what == nullptr) return value;
+  if (problem != nullptr) {
+    *problem =
+        what != nullptr ? what : "is not a number (at its byte " + std::to_string(bad + 1) + ")";
+  }
+  return std::nullopt;
+}
+
 bool Number::IsInteger() const {
   return Number::Make([this](std::uint8_t* out, std::size_t* length) {
            lnxtru(bytes_, length_, out, length, 0);

@@ -20,6 +20,9 @@ class Number {
   // Null: not the text of a number; bad, if given, receives the offset of the first bad byte. Text
   // that is too large is an infinity.
   static std::optional<Number> Parse(std::string_view text, std::size_t* bad = nullptr);
+  // Null where digits of the text would be lost too; problem, if given, receives what is wrong: "is
+  // not a number (at its byte 2)".
+  static std::optional<Number> ParseExact(std::string_view text, std::string* problem = nullptr);
   // The number that a function of the library writes through its last two arguments.
   template <typename Write>
   static Number Make(Write write) {
