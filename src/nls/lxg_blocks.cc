@@ -28,28 +28,6 @@ std::uint32_t SpreadUnits(const std::uint16_t* units, std::size_t count,
   return static_cast<std::uint32_t>(out - code_points);
 }
 
-// Copies code points as units up to the first that is not one unit, or is U+FFFD.
-std::size_t NarrowToUnits(const std::uint32_t* code_points, std::size_t count,
-                          std::uint16_t* units) noexcept {
-  constexpr std::size_t kStep = 16;
-  const auto is_plain = [](std::uint32_t c) {
-    return c < kReplacementCharacter && !IsSurrogate(c);
-  };
-  std::size_t i = 0;
-  for (; i + kStep <= count; i += kStep) {
-    bool plain = true;
-    for (std::size_t k = 0; k < kStep; ++k) plain &= is_plain(code_points[i + k]);
-    if (!plain) break;
-    for (std::size_t k = 0; k < kStep; ++k) {
-      units[i + k] = static_cast<std::uint16_t>(code_points[i + k]);
-    }
-  }
-  for (; i < count && is_plain(code_points[i]); ++i) {
-    units[i] = static_cast<std::uint16_t>(code_points[i]);
-  }
-  return i;
-}
-
 template <typename Decoder>
 void ReadPlain(const void* coder, const std::uint8_t* in, const std::uint8_t* end,
                std::uint32_t state, std::uint32_t limit, Block& block) noexcept {
@@ -90,9 +68,9 @@ std::uint32_t WritePlain(const void* coder, Conversion& c, const std::uint32_t* 
       const std::size_t fit = c.room() / Encoder::kUnitSize;
       const std::size_t most = std::min<std::size_t>(fit < 4 ? 0 : fit - 4, count - done);
       std::uint16_t units[Block::kSize];
-      const std::size_t plain = NarrowToUnits(code_points + done, most, units);
-      const kernels::Progress part =
-          encoder.EncodeUnits(kernels::GetConvertKernels(), units, plain, c.out, c.room());
+      const kernels::ConvertKernels& run = kernels::GetConvertKernels();
+      const std::size_t plain = run.narrow_code_points(code_points + done, most, units);
+      const kernels::Progress part = encoder.EncodeUnits(run, units, plain, c.out, c.room());
       c.out += part.written;
       done += static_cast<std::uint32_t>(part.consumed);
     }

@@ -120,6 +120,13 @@ class Gb18030Encoder {
  public:
   explicit Gb18030Encoder(CharsetView set) noexcept : table_(set) {}
 
+  // For longer texts, as in the multibyte sets.
+  Gb18030Encoder CollectBases(kernels::EncodeBases& bases) const noexcept {
+    Gb18030Encoder encoder = *this;
+    encoder.table_ = table_.CollectBases(bases);
+    return encoder;
+  }
+
   static constexpr bool ascii_runs() noexcept { return true; }
   static constexpr std::size_t kUnitSize = 4;
 

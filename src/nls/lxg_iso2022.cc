@@ -169,45 +169,53 @@ std::uint32_t EscapeAt(const std::uint8_t* p) noexcept {
   return std::endian::native == std::endian::big ? __builtin_bswap32(number) : number;
 }
 
+constexpr bool IsLineEnd(std::uint32_t byte) noexcept { return byte == '\n' || byte == '\r'; }
+
 // The state word: registers in five bits each, 0 (ASCII) for nothing designated; then whether G1 is
 // shifted to, and whether the Korean header has been written.
-struct State {
-  Part g[4];
-  bool shifted;
-  bool header;
-
+class State {
+ public:
   // Words may come from the caller: what the set cannot have designated there counts as nothing.
   static State FromWord(Set set, std::uint32_t word) noexcept {
-    State state{{kAscii, kAscii, kAscii, kAscii}, false, false};
-    for (std::uint32_t i = 0; i < 4; ++i) {
+    State state;
+    for (std::uint32_t i = 0; i < 4 && word != 0; ++i) {
       const std::uint32_t part = word >> (5 * i) & 31;
       if (part == kAscii || part >= Iso2022::kPartCount) continue;
       const Designation* row = FindDesignation(set, static_cast<Part>(part));
-      if (row != nullptr && row->target == i) state.g[i] = static_cast<Part>(part);
+      if (row != nullptr && row->target == i) state.Designate(i, static_cast<Part>(part));
     }
-    state.header = set == kKr && (word >> 21 & 1) != 0;
-    if (set == kKr) state.g[1] = kKsx1001;
-    state.shifted = (word >> 20 & 1) != 0 && state.g[1] != kAscii;
+    if (set == kKr) {
+      state.Designate(1, kKsx1001);
+      state.word_ |= word & kHeader;
+    }
+    if (state.g(1) != kAscii) state.word_ |= word & kShifted;
     return state;
   }
+  // The Korean designation is always the same, so it is left out.
   std::uint32_t ToWord(Set set) const noexcept {
-    std::uint32_t word =
-        static_cast<std::uint32_t>(shifted) << 20 | static_cast<std::uint32_t>(header) << 21;
-    for (std::uint32_t i = 0; i < 4; ++i) {
-      if (set != kKr) word |= static_cast<std::uint32_t>(g[i]) << (5 * i);
-    }
-    return word;
+    return set == kKr ? word_ & (kShifted | kHeader) : word_;
   }
+
+  Part g(std::uint32_t i) const noexcept { return static_cast<Part>(word_ >> (5 * i) & 31); }
+  void Designate(std::uint32_t i, Part part) noexcept {
+    word_ = (word_ & ~(31u << (5 * i))) | static_cast<std::uint32_t>(part) << (5 * i);
+  }
+  bool shifted() const noexcept { return (word_ & kShifted) != 0; }
+  void Shift(bool shifted) noexcept { word_ = (word_ & ~kShifted) | (shifted ? kShifted : 0); }
+  bool header() const noexcept { return (word_ & kHeader) != 0; }
+  void SetHeader() noexcept { word_ |= kHeader; }
+
   void EndLine(Set set) noexcept {
-    if ((set & kChinese) != 0) {
-      g[1] = g[2] = g[3] = kAscii;
-      shifted = false;  // there is nothing to be shifted to
-    }
-    if (set == kJp2) g[2] = kAscii;
+    if ((set & kChinese) != 0) word_ = 0;  // there is nothing to be shifted to either
+    if (set == kJp2) Designate(2, kAscii);
   }
+
+ private:
+  static constexpr std::uint32_t kShifted = 1u << 20;
+  static constexpr std::uint32_t kHeader = 1u << 21;
+  std::uint32_t word_ = 0;
 };
 
-constexpr bool IsLineEnd(std::uint32_t byte) noexcept { return byte == '\n' || byte == '\r'; }
 // The 94 places of a part; the right halves of ISO 8859 use 96.
 constexpr bool IsGraphic(std::uint32_t byte) noexcept { return byte - 0x21 < 94; }
 
@@ -228,9 +236,11 @@ class Reader {
   }
 
  private:
-  // The table of the part that was read last.
+  // The table of the part that was read last, and what designates it.
   struct Pairs {
     Part part = kAscii;
+    std::uint32_t escape_length = 0;
+    std::uint32_t escape = 0;
     std::optional<PairTable> table;
   };
 
@@ -247,12 +257,9 @@ class Reader {
         p += length;
       }
       if (count == limit || p == end) break;
-      if (const std::uint32_t run =
-              ReadRun(p, end, state, pairs, block.code_points + count, limit - count);
-          run != 0) {
-        count += run;
-        continue;
-      }
+      const std::uint8_t* const before = p;
+      count += ReadRun(p, end, state, pairs, block.code_points + count, limit - count);
+      if (p != before) continue;
       const Decoded character = ReadOne(p, end, state);
       block.code_points[count++] = character.code_point;
       p += character.length;
@@ -266,16 +273,19 @@ class Reader {
   std::uint32_t ReadControl(const std::uint8_t* p, const std::uint8_t* end,
                             State& state) const noexcept {
     if (*p == kEscape) {
-      std::uint8_t bytes[4] = {};
       const auto left = static_cast<std::size_t>(end - p);
-      std::memcpy(bytes, p, left < 4 ? left : 4);
-      const std::uint32_t number = EscapeAt(bytes);
+      std::uint32_t number = 0;
+      if (left >= 4) {
+        number = EscapeAt(p);
+      } else {
+        for (std::uint32_t i = 0; i < left; ++i) number |= std::uint32_t{p[i]} << (8 * i);
+      }
       const std::uint8_t row_number = kRowsByPlace[RowPlace(number)];
       if (row_number != kNoRow) {
         const Designation& row = kDesignations[row_number];
         const std::uint32_t mask = row.length == 3 ? 0xFFFFFF : 0xFFFFFFFF;
         if ((number & mask) == kEscapeNumbers[row_number] && (row.sets & set_) != 0) {
-          state.g[row.target] = row.part;
+          state.Designate(row.target, row.part);
           return row.length;
         }
       }
@@ -283,44 +293,48 @@ class Reader {
     }
     if ((set_ & kJapanese) != 0) return 0;
     if (*p == kShiftIn) {
-      state.shifted = false;
+      state.Shift(false);
       return 1;
     }
-    if (*p == kShiftOut && state.g[1] != kAscii) {
-      state.shifted = true;
+    if (*p == kShiftOut && state.g(1) != kAscii) {
+      state.Shift(true);
       return 1;
     }
     return 0;
   }
 
-  // Plain characters: ASCII and those of the part in use, with the shifts between them, and in the
-  // Japanese sets the escapes to ASCII and to JIS X 0208. Returns how many characters.
+  // Characters of ASCII and of one other part, with the shifts, line ends and escape sequences
+  // that lead from one to the other. Returns how many characters.
   std::uint32_t ReadRun(const std::uint8_t*& p, const std::uint8_t* end, State& state, Pairs& pairs,
                         std::uint32_t* out, std::uint32_t limit) const noexcept {
     const bool japanese = (set_ & kJapanese) != 0;
-    Part other = japanese ? (state.g[0] == kAscii ? kJis0208 : state.g[0]) : state.g[1];
+    Part other = japanese ? state.g(0) : state.g(1);
     if (other != kAscii && (kTables[other].bytes != 2 || kTables[other].prefix != 0)) return 0;
-    if (other == kAscii) other = kGb2312;  // of the Chinese sets; nothing leads there
+    if (other == kAscii) other = japanese ? kJis0208 : kGb2312;  // what comes most likely
     if (pairs.part != other) {
       pairs.part = other;
       pairs.table.emplace(composed_->lender(kTables[other].lender));
+      const Designation* row = FindDesignation(set_, other);
+      pairs.escape_length = row == nullptr ? 0 : row->length;
+      pairs.escape = row == nullptr ? 0 : EscapeNumber(*row);
     }
-    const PairTable table = *pairs.table;
-    // A line end that changes the state is not plain.
-    const bool plain_line_end = set_ == kKr || set_ == kJp || set_ == kJp3;
-    bool in_other = state.shifted || state.g[0] != kAscii;
-    const std::uint8_t* const start = p;
+    const PairTable& table = *pairs.table;
+    const std::uint32_t escape_mask = pairs.escape_length == 3 ? 0xFFFFFF : 0xFFFFFFFF;
+    bool in_other = state.shifted() || state.g(0) != kAscii;
     std::uint32_t count = 0;
     while (p < end && count < limit) {
       const std::uint32_t byte = *p;
       if (in_other && byte >= 0x21) {
-        const std::uint32_t before = count;
-        for (; end - p >= 2 && count < limit && p[0] >= 0x21; p += 2) {
-          const std::uint32_t code_point = table.CodePoint(p[0] ^ 0x80u, p[1] ^ 0x80u);
-          if (code_point - 1 >= kMaxCodePoint) break;
-          out[count++] = code_point;
+        const std::uint32_t run = table.ReadRun(p, end, out + count, limit - count, 0x80, 0x21);
+        if (run == 0) break;
+        count += run;
+        p += std::size_t{2} * run;
+        // One letter between two words, most often a space.
+        while (end - p >= 3 && p[0] == kShiftIn && p[2] == kShiftOut && p[1] - 0x20u < 0x60 &&
+               !japanese && count < limit) {
+          out[count++] = p[1];
+          p += 3;
         }
-        if (count == before) break;
       } else if (!in_other && byte - 0x20 < 0x60) {
         // A character a step is better where a space stands between two words of the other part.
         if (end - p >= 8 && limit - count >= 8 && ArePrintable(LoadAt<std::uint64_t>(p, 0))) {
@@ -331,33 +345,36 @@ class Reader {
           out[count++] = byte;
           ++p;
         }
-      } else if (plain_line_end && IsLineEnd(byte)) {
+      } else if (IsLineEnd(byte)) {
         out[count++] = byte;
         ++p;
-      } else if (!japanese && byte == kShiftOut && state.g[1] != kAscii) {
+        state.EndLine(set_);
+        in_other = in_other && (japanese || state.shifted());
+      } else if (byte == kEscape && end - p >= 4) {
+        const std::uint32_t number = EscapeAt(p);
+        if ((number & escape_mask) == pairs.escape && pairs.escape_length != 0) {
+          if (!japanese) state.Designate(1, other);
+          in_other = japanese || in_other;
+          p += pairs.escape_length;
+        } else if (japanese && (number & 0xFFFFFF) == kToAscii) {
+          in_other = false;
+          p += 3;
+        } else {
+          break;
+        }
+      } else if (!japanese && byte == kShiftOut && state.g(1) == other) {
         in_other = true;
+        state.Shift(true);
         ++p;
       } else if (!japanese && byte == kShiftIn) {
         in_other = false;
+        state.Shift(false);
         ++p;
-      } else if (japanese && other == kJis0208 && byte == kEscape && end - p >= 4) {
-        const std::uint32_t number = EscapeAt(p) & 0xFFFFFF;
-        if (number != kToAscii && number != kToJis0208) break;
-        in_other = number == kToJis0208;
-        p += 3;
       } else {
         break;
       }
     }
-    if (count == 0) {  // what was passed is for the slow way
-      p = start;
-      return 0;
-    }
-    if (japanese) {
-      state.g[0] = in_other ? other : kAscii;
-    } else {
-      state.shifted = in_other;
-    }
+    if (japanese) state.Designate(0, in_other ? other : kAscii);
     return count;
   }
 
@@ -377,13 +394,13 @@ class Reader {
       if (IsLineEnd(byte)) state.EndLine(set_);
       return {byte, 1};
     }
-    return ReadPart(state.shifted ? state.g[1] : state.g[0], p, left);
+    return ReadPart(state.shifted() ? state.g(1) : state.g(0), p, left);
   }
 
   // A character behind ESC N or ESC O, or a malformed or truncated ESC.
   Decoded ReadEscape(const std::uint8_t* p, std::size_t left, const State& state) const noexcept {
     if (left >= 2 && (p[1] == 'N' || p[1] == 'O')) {
-      const Part part = state.g[p[1] == 'N' ? 2 : 3];
+      const Part part = state.g(p[1] == 'N' ? 2 : 3);
       if (part == kAscii) return {kMalformed, 1};
       if (left == 2) return {kTruncated, 2};
       const Decoded character = ReadPart(part, p + 2, left - 2);
@@ -448,10 +465,9 @@ class NumberTable {
         width_(set.encode_width()) {
     if (index_size_ > set.table_size(nlb::charset::kEncodeIndex) / 2) index_size_ = 0;
     if (width_ == 0) index_size_ = 0;
-    block_count_ = index_size_ == 0
-                       ? 0
-                       : static_cast<std::uint32_t>(set.table_size(nlb::charset::kEncodeTable) /
-                                                    (nlb::charset::kBlockSize * width_));
+    const std::uint32_t cell_shift = width_ == 4 ? 2 : width_ == 2 ? 1 : 0;
+    block_count_ = static_cast<std::uint32_t>(set.table_size(nlb::charset::kEncodeTable) >>
+                                              (nlb::charset::kBlockShift + cell_shift));
   }
 
   // 0: none.
@@ -535,7 +551,8 @@ class Writer {
   struct TwoWays {
     Part other = kAscii;  // none
     std::uint32_t to_ascii = 0, to_other = 0;
-    std::uint32_t length = 0;  // of either
+    std::uint32_t length = 0;       // of either
+    std::uint32_t designation = 0;  // four bytes; 0: none is needed
     std::optional<NumberTable> numbers;
   };
 
@@ -544,14 +561,18 @@ class Writer {
     ways.other = kAscii;
     if ((set_ & kJapanese) != 0) {
       // With a part in G2 a character may have to be looked for there first.
-      if (state.g[2] != kAscii || (state.g[0] != kAscii && state.g[0] != kJis0208)) return;
+      if (state.g(2) != kAscii || (state.g(0) != kAscii && state.g(0) != kJis0208)) return;
       ways.other = kJis0208;
       ways.to_ascii = kToAscii;
       ways.to_other = kToJis0208;
       ways.length = 3;
     } else {
-      if (set_ == kKr && !state.header) return;
-      ways.other = state.g[1];
+      if (set_ == kKr && !state.header()) return;
+      // With nothing designated the first preference is, which every new line needs again.
+      const bool others = state.g(2) != kAscii || state.g(3) != kAscii;
+      if (state.g(1) == kAscii && others) return;
+      ways.other = state.g(1) == kAscii ? kGb2312 : state.g(1);
+      ways.designation = ways.other == kGb2312 ? EscapeNumber(*FindDesignation(kCn, kGb2312)) : 0;
       ways.to_ascii = kShiftIn;
       ways.to_other = kShiftOut;
       ways.length = 1;
@@ -571,27 +592,33 @@ class Writer {
                                               : count;
     if (ways.other == kAscii || fit == 0) return 0;
     const NumberTable numbers = *ways.numbers;
-    // A line end that changes the state is not plain; without G2 those of the Japanese sets do not.
-    const bool plain_line_end = (set_ & kChinese) == 0;
-    bool other = state.shifted || state.g[0] != kAscii;
+    const bool chinese = (set_ & kChinese) != 0;
+    bool other = state.shifted() || state.g(0) != kAscii;
     std::uint8_t* out = c.out;
     bool replacement = false;
     std::uint32_t done = 0;
     for (; done < fit; ++done) {
       const std::uint32_t code_point = code_points[done];
       if (code_point < 0x80) {
-        if (code_point < 0x20 && (code_point != '\n' || !plain_line_end)) break;
+        if (code_point < 0x20 && code_point != '\n') break;
         if (other) {
           StoreEscape(out, ways.to_ascii);
           out += ways.length;
           other = false;
         }
         *out++ = static_cast<std::uint8_t>(code_point);
+        if (code_point == '\n') state.EndLine(set_);
         continue;
       }
       const std::uint32_t bytes = numbers.Find(code_point) - 0x8080;
       if ((bytes >> 8) - 0x21 >= 94 || !IsGraphic(bytes & 0xFF)) break;
       if (!other) {
+        if (state.g(1) != ways.other && chinese) {
+          if (ways.designation == 0) break;
+          StoreEscape(out, ways.designation);
+          out += sizeof ways.designation;
+          state.Designate(1, ways.other);
+        }
         StoreEscape(out, ways.to_other);
         out += ways.length;
         other = true;
@@ -604,9 +631,9 @@ class Writer {
     c.out = out;
     c.produced_replacement |= replacement;
     if ((set_ & kJapanese) != 0) {
-      state.g[0] = other ? kJis0208 : kAscii;
+      state.Designate(0, other ? kJis0208 : kAscii);
     } else {
-      state.shifted = other;
+      state.Shift(other);
     }
     return done;
   }
@@ -618,9 +645,9 @@ class Writer {
     if (code_point > kMaxCodePoint) return false;
     State state = before;
     Text text;
-    if (set_ == kKr && !state.header) {
+    if (set_ == kKr && !state.header()) {
       text.Add(*FindDesignation(kKr, kKsx1001));
-      state.header = true;
+      state.SetHeader();
     }
     if (!(code_point < 0x80 ? AddAscii(state, text, code_point)
                             : AddOther(state, text, code_point))) {
@@ -635,28 +662,29 @@ class Writer {
     return true;
   }
   static std::uint32_t ReturnLength(const State& state) noexcept {
-    return state.g[0] != kAscii ? 3 : state.shifted ? 1 : 0;
+    return state.g(0) != kAscii ? 3 : state.shifted() ? 1 : 0;
   }
 
   static void ToAscii(State& state, Text& text) noexcept {
-    if (state.g[0] != kAscii) text.Add(kDesignations[0]);
-    if (state.shifted) text.Add(kShiftIn);
-    state.g[0] = kAscii;
-    state.shifted = false;
+    if (state.g(0) != kAscii) text.Add(kDesignations[0]);
+    if (state.shifted()) text.Add(kShiftIn);
+    state.Designate(0, kAscii);
+    state.Shift(false);
   }
 
   bool AddAscii(State& state, Text& text, std::uint32_t code_point) const noexcept {
     if (code_point == kEscape || code_point == kShiftOut || code_point == kShiftIn) return false;
     const bool same_in_roman =
         code_point >= 0x20 && code_point < 0x7F && code_point != '\\' && code_point != '~';
-    if (state.g[0] != kRoman || !same_in_roman) ToAscii(state, text);
+    if (state.g(0) != kRoman || !same_in_roman) ToAscii(state, text);
     if (IsLineEnd(code_point)) state.EndLine(set_);
     text.Add(code_point);
     return true;
   }
 
   bool AddOther(State& state, Text& text, std::uint32_t code_point) const noexcept {
-    for (const Part part : state.g) {
+    for (std::uint32_t i = 0; i < 4; ++i) {
+      const Part part = state.g(i);
       if (part != kAscii && AddPart(state, text, part, code_point)) return true;
     }
     for (const Part part : kPreferences) {
@@ -671,11 +699,11 @@ class Writer {
     const std::uint32_t bytes = Find(part, code_point);
     if (bytes == 0) return false;
     const Designation& row = *FindDesignation(set_, part);
-    if (state.g[row.target] != part) text.Add(row);
-    state.g[row.target] = part;
-    if (row.target == 1 && !state.shifted) {
+    if (state.g(row.target) != part) text.Add(row);
+    state.Designate(row.target, part);
+    if (row.target == 1 && !state.shifted()) {
       text.Add(kShiftOut);
-      state.shifted = true;
+      state.Shift(true);
     }
     if (row.target >= 2) {
       text.Add(kEscape);
@@ -714,18 +742,25 @@ class Writer {
 constexpr std::uint16_t kLenderIds[Iso2022::kLenderCount] = {0,   129, 831, 830, 850,
                                                              841, 862, 101, 107};
 
+// The sets that each lender lends to.
+constexpr auto MakeBorrowers() noexcept {
+  std::array<std::uint8_t, Iso2022::kLenderCount> sets{};
+  for (const Designation& row : kDesignations) sets[kTables[row.part].lender] |= row.sets;
+  return sets;
+}
+constexpr auto kBorrowers = MakeBorrowers();
+
 }  // namespace
 
 Iso2022::Iso2022(std::uint32_t id, lxcontext* context) noexcept : id_(id) {
   if (id == 0) return;
   const std::uint32_t error = context->error;
-  for (const Designation& row : kDesignations) {
-    const Lender lender = kTables[row.part].lender;
-    if ((row.sets & SetOf(id)) == 0 || lender == kNoLender || lenders_[lender]) continue;
+  for (std::size_t i = kNoLender + 1; i < kLenderCount; ++i) {
+    if ((kBorrowers[i] & SetOf(id)) == 0) continue;
     if (context->area != nullptr) {
-      lenders_[lender] = CharsetView(lxpcobj(kLenderIds[lender], context));
+      lenders_[i] = CharsetView(lxpcobj(kLenderIds[i], context));
     }
-    complete_ = complete_ && lenders_[lender];
+    complete_ = complete_ && lenders_[i];
   }
   context->error = error;
 }

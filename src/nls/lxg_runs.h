@@ -104,33 +104,35 @@ inline void ConvertThroughUnits(Conversion& c, const Decoder& decoder,
   }
 }
 
-template <typename Decoder, typename Encoder>
-inline void ConvertText(Conversion& c, const Decoder& decoder, const Encoder& encoder) noexcept {
-  ConvertThroughUnits(c, decoder, encoder);
-}
-
 inline constexpr std::size_t kWorthCollecting = 1024;
 
-template <typename Encoder>
-inline void ConvertText(Conversion& c, const MultibyteDecoder& decoder,
-                        const Encoder& encoder) noexcept {
-  if (c.source_left() < kWorthCollecting) {
-    ConvertThroughUnits(c, decoder, encoder);
-  } else {
-    kernels::LeadRows rows;
-    ConvertThroughUnits(c, decoder.CollectRows(rows), encoder);
+// For longer texts the tables that are looked into again and again are first put in order.
+template <typename Decoder, typename Encoder>
+inline void ConvertText(Conversion& c, const Decoder& decoder, const Encoder& encoder) noexcept {
+  constexpr bool kHasRows = requires(kernels::LeadRows & rows) { decoder.CollectRows(rows); };
+  constexpr bool kHasBases = requires(kernels::EncodeBases & bases) {
+    encoder.CollectBases(bases);
+  };
+  if constexpr (kHasRows) {
+    if (c.source_left() >= kWorthCollecting) {
+      kernels::LeadRows rows;
+      const Decoder ordered = decoder.CollectRows(rows);
+      if constexpr (kHasBases) {
+        kernels::EncodeBases bases;
+        ConvertThroughUnits(c, ordered, encoder.CollectBases(bases));
+      } else {
+        ConvertThroughUnits(c, ordered, encoder);
+      }
+      return;
+    }
+  } else if constexpr (kHasBases) {
+    if (c.source_left() >= kWorthCollecting) {
+      kernels::EncodeBases bases;
+      ConvertThroughUnits(c, decoder, encoder.CollectBases(bases));
+      return;
+    }
   }
-}
-
-template <typename Encoder>
-inline void ConvertText(Conversion& c, const Gb18030Decoder& decoder,
-                        const Encoder& encoder) noexcept {
-  if (c.source_left() < kWorthCollecting) {
-    ConvertThroughUnits(c, decoder, encoder);
-  } else {
-    kernels::LeadRows rows;
-    ConvertThroughUnits(c, decoder.CollectRows(rows), encoder);
-  }
+  ConvertThroughUnits(c, decoder, encoder);
 }
 
 // The pairs that have a kernel of their own.

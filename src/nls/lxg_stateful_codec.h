@@ -20,8 +20,8 @@ class PairTable {
         cells_(set.table(nlb::charset::kDecodeTable)),
         row_count_(static_cast<std::uint32_t>(set.table_size(nlb::charset::kRowTable) /
                                               nlb::charset::kRowSize)),
-        cell_count_(static_cast<std::uint32_t>(set.table_size(nlb::charset::kDecodeTable) /
-                                               (set.decode_width() == 4 ? 4u : 2u))),
+        cell_count_(static_cast<std::uint32_t>(set.table_size(nlb::charset::kDecodeTable) >>
+                                               (set.decode_width() == 4 ? 2 : 1))),
         wide_(set.decode_width() == 4) {
     if (set.table_size(nlb::charset::kLeadTable) < 512) cell_count_ = 0;
     if (cell_count_ == 0) row_count_ = 0;
@@ -46,23 +46,43 @@ class PairTable {
   }
 
   // Reads pairs up to the first that is none, each byte changed by flip. Returns how many. A first
-  // byte below least ends the run too.
-  std::uint32_t ReadRun(const std::uint8_t* p, const std::uint8_t* end, std::uint32_t* out,
-                        std::uint32_t limit, std::uint32_t flip,
-                        std::uint32_t least) const noexcept {
-    const auto pairs = static_cast<std::size_t>(end - p) / 2;
-    const std::uint32_t count = pairs < limit ? static_cast<std::uint32_t>(pairs) : limit;
-    std::uint32_t i = 0;
-    for (; i < count && p[2 * std::size_t{i}] >= least; ++i) {
-      const std::uint8_t* pair = p + 2 * std::size_t{i};
-      const std::uint32_t code_point = CodePoint(pair[0] ^ flip, pair[1] ^ flip);
-      if (code_point - 1 >= kMaxCodePoint) break;
-      out[i] = code_point;
-    }
-    return i;
+  // byte below least ends the run too. Not inline: the loop needs the registers for itself.
+  [[gnu::noinline]] std::uint32_t ReadRun(const std::uint8_t* p, const std::uint8_t* end,
+                                          std::uint32_t* out, std::uint32_t limit,
+                                          std::uint32_t flip, std::uint32_t least) const noexcept {
+    return wide_ ? ReadCells<std::uint32_t>(p, end, out, limit, flip, least)
+                 : ReadCells<std::uint16_t>(p, end, out, limit, flip, least);
   }
 
  private:
+  template <typename Cell>
+  std::uint32_t ReadCells(const std::uint8_t* p, const std::uint8_t* end, std::uint32_t* out,
+                          std::uint32_t limit, std::uint32_t flip,
+                          std::uint32_t least) const noexcept {
+    // Copies, which stay in registers: out may point anywhere.
+    const std::uint8_t* const leads = leads_;
+    const std::uint8_t* const rows = rows_;
+    const std::uint8_t* const cells = cells_;
+    const std::uint32_t row_count = row_count_;
+    const std::uint32_t cell_count = cell_count_;
+    const auto pairs = static_cast<std::size_t>(end - p) / 2;
+    const std::size_t count = pairs < limit ? pairs : limit;
+    std::size_t i = 0;
+    for (; i < count && p[2 * i] >= least; ++i) {
+      const std::uint32_t row = Load16(leads, std::size_t{2} * (p[2 * i] ^ flip)) - 1u;
+      if (row >= row_count) break;
+      const std::uint8_t* entry = rows + std::size_t{row} * nlb::charset::kRowSize;
+      const std::uint32_t second = p[2 * i + 1] ^ flip;
+      if (second < entry[0] || second > entry[1]) break;
+      const std::uint64_t cell = std::uint64_t{Load32(entry, 4)} + (second - entry[0]);
+      if (cell >= cell_count) break;
+      const std::uint32_t code_point = LoadAt<Cell>(cells, sizeof(Cell) * cell);
+      if (code_point - 1 >= kMaxCodePoint) break;
+      out[i] = code_point;
+    }
+    return static_cast<std::uint32_t>(i);
+  }
+
   static constexpr std::uint8_t kNoLeads[512] = {};
   const std::uint8_t* leads_;
   const std::uint8_t* rows_;
@@ -110,6 +130,12 @@ class StatefulDecoder {
             pairs.ReadRun(p, end, out, static_cast<std::uint32_t>(out_end - out), 0, 0);
         out += run;
         p += std::size_t{2} * run;
+        // One letter between two words, most often a space.
+        while (end - p >= 3 && p[0] == shift_in_ && p[2] == shift_out_ && out < out_end &&
+               code_points[p[1]] != nlb::charset::kNoCharacter) {
+          *out++ = code_points[p[1]];
+          p += 3;
+        }
       }
       while (p < end && IsShift(*p)) shifted = *p++ == shift_out_;
       if (p == end || out == out_end) break;

@@ -51,7 +51,7 @@ class MultibyteDecoder {
     table_.rows = set.table(nlb::charset::kRowTable);
     table_.cells = set.table(nlb::charset::kDecodeTable);
     table_.cell_count =
-        static_cast<std::uint32_t>(set.table_size(nlb::charset::kDecodeTable) / (wide ? 4u : 2u));
+        static_cast<std::uint32_t>(set.table_size(nlb::charset::kDecodeTable) >> (wide ? 2 : 1));
     table_.wide = wide;
     table_.ascii = set.ascii_runs();
     table_.longer = set.max_bytes() > 2;
@@ -133,6 +133,13 @@ class TableEncoder {
     const std::uint32_t length = set.replacement_length();
     replacement_.length = length >= 1 && length <= 4 ? length : 1;
     std::memcpy(&replacement_.bytes, set.replacement(), replacement_.length);
+  }
+
+  // The same encoder with its index collected, which pays for longer texts; bases outlives it.
+  TableEncoder CollectBases(kernels::EncodeBases& bases) const noexcept requires(kWidth > 1) {
+    TableEncoder encoder = *this;
+    if (kernels::CollectBases(table_, bases)) encoder.table_.bases = &bases;
+    return encoder;
   }
 
   bool ascii_runs() const noexcept { return table_.ascii; }

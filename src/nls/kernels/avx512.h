@@ -146,6 +146,8 @@ std::size_t CopyUnshifted(const std::uint8_t* in, std::size_t size, std::uint8_t
 std::size_t WidenAscii(const std::uint8_t* in, std::size_t size, std::uint16_t* out) noexcept;
 std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count, std::uint8_t* out) noexcept;
 // convert_avx512_unicode.cc
+std::size_t NarrowCodePoints(const std::uint32_t* in, std::size_t count,
+                             std::uint16_t* out) noexcept;
 Progress Utf16BeToUtf8(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
                        std::size_t room) noexcept;
 Progress Utf16LeToUtf8(const std::uint8_t* in, std::size_t size, std::uint8_t* out,

@@ -87,12 +87,12 @@ KES_AVX512 std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count,
 namespace kestra::nls::kernels {
 
 constinit const ConvertKernels kAvx512ConvertKernels = {
-    avx512::CopyAscii,        avx512::CopyUnshifted, avx512::WidenAscii,
-    avx512::NarrowAscii,      avx512::Utf16BeToUtf8, avx512::Utf16LeToUtf8,
-    avx512::Utf8ToUtf16Be,    avx512::Utf8ToUtf16Le, avx512::Utf16BeToUnits,
-    avx512::Utf16LeToUnits,   avx512::SingleToUnits, avx512::UnitsToSingle,
-    avx512::SingleToUtf8,     avx512::Utf8ToSingle,  avx512::MultibyteToUnits,
-    avx512::UnitsToMultibyte,
+    avx512::CopyAscii,        avx512::CopyUnshifted,    avx512::WidenAscii,
+    avx512::NarrowAscii,      avx512::Utf16BeToUtf8,    avx512::Utf16LeToUtf8,
+    avx512::Utf8ToUtf16Be,    avx512::Utf8ToUtf16Le,    avx512::Utf16BeToUnits,
+    avx512::Utf16LeToUnits,   avx512::NarrowCodePoints, avx512::SingleToUnits,
+    avx512::UnitsToSingle,    avx512::SingleToUtf8,     avx512::Utf8ToSingle,
+    avx512::MultibyteToUnits, avx512::UnitsToMultibyte,
 };
 
 }  // namespace kestra::nls::kernels

@@ -302,7 +302,94 @@ KES_AVX512 inline std::size_t StoreWide(std::uint8_t* out, std::size_t room, __m
   return length;
 }
 
-// In two passes: the cells of a block one by one, then their bytes a vector at a time. Together in
+// Short texts: the cells of up to 32 units are put into registers one by one. Through memory the
+// vector would have to wait until the last of its narrow stores has arrived.
+template <typename Find>
+KES_AVX512 inline __m128i FindEight(const Find& find, const std::uint16_t* in,
+                                    std::size_t count) noexcept {
+  __m128i cells = _mm_setzero_si128();
+  if (count >= 8) {
+    cells = _mm_cvtsi32_si128(find(in[0]));
+    cells = _mm_insert_epi16(cells, find(in[1]), 1);
+    cells = _mm_insert_epi16(cells, find(in[2]), 2);
+    cells = _mm_insert_epi16(cells, find(in[3]), 3);
+    cells = _mm_insert_epi16(cells, find(in[4]), 4);
+    cells = _mm_insert_epi16(cells, find(in[5]), 5);
+    cells = _mm_insert_epi16(cells, find(in[6]), 6);
+    return _mm_insert_epi16(cells, find(in[7]), 7);
+  }
+  switch (count) {
+    case 7:
+      cells = _mm_insert_epi16(cells, find(in[6]), 6);
+      [[fallthrough]];
+    case 6:
+      cells = _mm_insert_epi16(cells, find(in[5]), 5);
+      [[fallthrough]];
+    case 5:
+      cells = _mm_insert_epi16(cells, find(in[4]), 4);
+      [[fallthrough]];
+    case 4:
+      cells = _mm_insert_epi16(cells, find(in[3]), 3);
+      [[fallthrough]];
+    case 3:
+      cells = _mm_insert_epi16(cells, find(in[2]), 2);
+      [[fallthrough]];
+    case 2:
+      cells = _mm_insert_epi16(cells, find(in[1]), 1);
+      [[fallthrough]];
+    case 1:
+      cells = _mm_insert_epi16(cells, find(in[0]), 0);
+      [[fallthrough]];
+    default:
+      return cells;
+  }
+}
+template <typename Find>
+KES_AVX512 inline __m512i FindCells(const Find& find, const std::uint16_t* in,
+                                    std::size_t count) noexcept {
+  __m512i cells = _mm512_castsi128_si512(FindEight(find, in, count));
+  if (count <= 8) return cells;
+  cells = _mm512_inserti32x4(cells, FindEight(find, in + 8, count - 8), 1);
+  if (count <= 16) return cells;
+  cells = _mm512_inserti32x4(cells, FindEight(find, in + 16, count - 16), 2);
+  if (count <= 24) return cells;
+  return _mm512_inserti32x4(cells, FindEight(find, in + 24, count - 24), 3);
+}
+
+KES_AVX512 inline Progress ToPairs(const MultibyteEncodeTable& given, const std::uint16_t* in,
+                                   std::size_t count, std::uint8_t* out,
+                                   std::size_t room) noexcept {
+  MultibyteEncodeTable table = given;
+  table.width = 2;
+  const auto find = [table](std::uint32_t unit) {
+    return static_cast<std::uint16_t>(FindEncodeCell(table, unit));
+  };
+  std::uint8_t* q = out;
+  std::uint8_t* const out_end = out + room;
+  std::size_t i = 0;
+  while (i < count) {
+    // Letters alone, 32 at a time.
+    if (table.ascii && in[i] < 0x80) {
+      const std::size_t run = NarrowAscii(in + i, count - i, q);
+      if (run >= 32 || run == count - i) {
+        q += run;
+        i += run;
+        continue;
+      }
+    }
+    std::size_t step = count - i < 32 ? count - i : 32;
+    const auto lanes = static_cast<__mmask32>(FirstBits(step));
+    const __m512i numbers = FindCells(find, in + i, step);
+    const std::uint32_t none = _mm512_mask_testn_epi16_mask(lanes, numbers, numbers);
+    if (none != 0) step = static_cast<std::size_t>(_tzcnt_u32(none));
+    q += StorePairs(q, static_cast<std::size_t>(out_end - q), numbers, step);
+    i += step;
+    if (none != 0) break;
+  }
+  return {i, static_cast<std::size_t>(q - out), i};
+}
+
+// Longer texts, in two passes: the cells of a block one by one, then their bytes a vector at a time. Together in
 // one loop each step would wait for its own lookups; apart, the lookups of a block overlap.
 template <typename Cell>
 KES_AVX512 inline Progress FromUnits(const MultibyteEncodeTable& given, const std::uint16_t* in,
@@ -327,8 +414,16 @@ KES_AVX512 inline Progress FromUnits(const MultibyteEncodeTable& given, const st
     }
     const std::size_t block = count - i < kBlock ? count - i : kBlock;
     alignas(64) Cell cells[kBlock];
-    for (std::size_t k = 0; k < block; ++k) {
-      cells[k] = static_cast<Cell>(FindEncodeCell(table, in[i + k]));
+    if (table.bases != nullptr) {
+      const std::uint32_t* const bases = table.bases->base;
+      for (std::size_t k = 0; k < block; ++k) {
+        const std::uint32_t unit = in[i + k];
+        cells[k] = LoadAt<Cell>(table.cells, sizeof(Cell) * std::size_t{bases[unit >> 6] + unit});
+      }
+    } else {
+      for (std::size_t k = 0; k < block; ++k) {
+        cells[k] = static_cast<Cell>(FindEncodeCell(table, in[i + k]));
+      }
     }
     for (std::size_t k = 0; k < block; k += kLanes) {
       std::size_t step = block - k < kLanes ? block - k : kLanes;
@@ -359,8 +454,9 @@ KES_AVX512 inline Progress FromUnits(const MultibyteEncodeTable& given, const st
 KES_AVX512 Progress UnitsToMultibyte(const MultibyteEncodeTable& table, const std::uint16_t* in,
                                      std::size_t count, std::uint8_t* out,
                                      std::size_t room) noexcept {
-  return table.width == 2 ? FromUnits<std::uint16_t>(table, in, count, out, room)
-                          : FromUnits<std::uint32_t>(table, in, count, out, room);
+  if (table.width == 4) return FromUnits<std::uint32_t>(table, in, count, out, room);
+  if (table.bases != nullptr) return FromUnits<std::uint16_t>(table, in, count, out, room);
+  return ToPairs(table, in, count, out, room);
 }
 
 }  // namespace kestra::nls::kernels::avx512

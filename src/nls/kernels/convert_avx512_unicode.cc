@@ -276,6 +276,20 @@ KES_AVX512 inline std::size_t Utf16ToUnits(const std::uint8_t* in, std::size_t c
 
 }  // namespace
 
+KES_AVX512 std::size_t NarrowCodePoints(const std::uint32_t* in, std::size_t count,
+                                        std::uint16_t* out) noexcept {
+  for (std::size_t i = 0; i < count; i += 16) {
+    const auto lanes = static_cast<__mmask16>(FirstBits(count - i < 16 ? count - i : 16));
+    const __m512i code_points = _mm512_maskz_loadu_epi32(lanes, in + i);
+    _mm512_mask_cvtepi32_storeu_epi16(out + i, lanes, code_points);
+    const std::uint32_t other =
+        _mm512_cmpge_epu32_mask(code_points, Dwords(0xFFFD)) |
+        _mm512_cmpeq_epi32_mask(_mm512_and_si512(code_points, Dwords(0xFFFFF800)), Dwords(0xD800));
+    if (other != 0) return i + static_cast<std::size_t>(_tzcnt_u32(other));
+  }
+  return count;
+}
+
 KES_AVX512 Progress Utf16BeToUtf8(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
                                   std::size_t room) noexcept {
   return Utf16ToUtf8<true>(in, size, out, room);

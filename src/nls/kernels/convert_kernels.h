@@ -79,6 +79,13 @@ inline std::uint32_t LoadCell(const MultibyteDecodeTable& table, std::uint32_t c
                     : LoadAt<std::uint16_t>(table.cells, std::size_t{2} * cell);
 }
 
+// For each 64 units of the basic plane what to add to a unit for the number of its cell, modulo
+// 2^32; collected for long texts.
+struct EncodeBases {
+  static constexpr std::uint32_t kCount = 0x10000 >> 6;
+  std::uint32_t base[kCount];
+};
+
 // The tables of a multibyte destination: cells of width bytes, a character's bytes as one number.
 struct MultibyteEncodeTable {
   const std::uint8_t* index;
@@ -87,6 +94,7 @@ struct MultibyteEncodeTable {
   std::uint32_t block_count;
   std::uint32_t width;  // 2 or 4
   bool ascii;
+  const EncodeBases* bases;  // null: not collected
 };
 
 // The cell of a code point; 0 for none, and for U+0000.
@@ -99,6 +107,31 @@ inline std::uint32_t FindEncodeCell(const MultibyteEncodeTable& table,
   const std::size_t cell = std::size_t{block} * 64 + (code_point & 63);
   return table.width == 2 ? LoadAt<std::uint16_t>(table.cells, 2 * cell)
                           : LoadAt<std::uint32_t>(table.cells, 4 * cell);
+}
+
+// False: the tables are not in order, and units have to be looked up one check at a time.
+inline bool CollectBases(const MultibyteEncodeTable& table, EncodeBases& bases) noexcept {
+  // Surrogates have no cells, so their block is that of all units without one.
+  constexpr std::uint32_t kSurrogates = 0xD800 >> 6;
+  if (table.index_size <= kSurrogates) return false;
+  const std::uint32_t empty = LoadAt<std::uint16_t>(table.index, 2 * kSurrogates);
+  std::uint32_t highest = empty;
+  if (empty >= table.block_count) return false;
+  const std::uint8_t* cells = table.cells + std::size_t{empty} * 64 * table.width;
+  for (std::size_t i = 0; i < std::size_t{64} * table.width; ++i) {
+    if (cells[i] != 0) return false;
+  }
+  const std::uint32_t listed =
+      table.index_size < EncodeBases::kCount ? table.index_size : EncodeBases::kCount;
+  for (std::uint32_t slot = 0; slot < listed; ++slot) {
+    const std::uint32_t block = LoadAt<std::uint16_t>(table.index, std::size_t{2} * slot);
+    highest = block > highest ? block : highest;
+    bases.base[slot] = (block - slot) * 64;
+  }
+  for (std::uint32_t slot = listed; slot < EncodeBases::kCount; ++slot) {
+    bases.base[slot] = (empty - slot) * 64;
+  }
+  return highest < table.block_count;
 }
 
 inline void CollectLeadRows(const MultibyteDecodeTable& table, LeadRows& rows) noexcept {
@@ -137,6 +170,9 @@ struct ConvertKernels {
                                   std::uint16_t* out) noexcept;
   std::size_t (*utf16le_to_units)(const std::uint8_t* in, std::size_t count,
                                   std::uint16_t* out) noexcept;
+  // Code points to as many units, up to the first that is not one unit or is U+FFFD.
+  std::size_t (*narrow_code_points)(const std::uint32_t* in, std::size_t count,
+                                    std::uint16_t* out) noexcept;
   // Single-byte text to as many units, by the 256 code points of the set (FFFF: none).
   std::size_t (*single_to_units)(const std::uint16_t* code_points, const std::uint8_t* in,
                                  std::size_t size, std::uint16_t* out) noexcept;

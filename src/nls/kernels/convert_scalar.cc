@@ -163,6 +163,23 @@ std::size_t Utf16ToUnits(const std::uint8_t* in, std::size_t count, std::uint16_
   return count;
 }
 
+std::size_t NarrowCodePoints(const std::uint32_t* in, std::size_t count,
+                             std::uint16_t* out) noexcept {
+  constexpr std::size_t kStep = 16;
+  const auto is_plain = [](std::uint32_t c) {
+    return c < kReplacementCharacter && !convert::IsSurrogate(c);
+  };
+  std::size_t i = 0;
+  for (; i + kStep <= count; i += kStep) {
+    bool plain = true;
+    for (std::size_t k = 0; k < kStep; ++k) plain &= is_plain(in[i + k]);
+    if (!plain) break;
+    for (std::size_t k = 0; k < kStep; ++k) out[i + k] = static_cast<std::uint16_t>(in[i + k]);
+  }
+  for (; i < count && is_plain(in[i]); ++i) out[i] = static_cast<std::uint16_t>(in[i]);
+  return i;
+}
+
 std::size_t SingleToUnits(const std::uint16_t* code_points, const std::uint8_t* in,
                           std::size_t size, std::uint16_t* out) noexcept {
   for (std::size_t i = 0; i < size; ++i) {
@@ -293,6 +310,7 @@ constinit const ConvertKernels kScalarConvertKernels = {
     Utf8ToUtf16<std::endian::little>,
     Utf16ToUnits<std::endian::big>,
     Utf16ToUnits<std::endian::little>,
+    NarrowCodePoints,
     SingleToUnits,
     UnitsToSingle,
     SingleToUtf8,
