@@ -116,10 +116,19 @@ KES_AVX512 inline Utf8Block LoadUtf8Block(const std::uint8_t* p, std::size_t lef
       bad |= (f0 << 1 & ~from_90) | (f4 << 1 & from_90);
     }
   }
-  // A last character that reaches past the bytes at hand begins the next step.
-  const std::uint64_t cut =
-      (lead & ~(mask >> 1)) | (lead3_up & ~(mask >> 2)) | (lead4_up & ~(mask >> 3));
-  std::size_t consumed = cut == 0 ? count : static_cast<std::size_t>(_tzcnt_u64(cut));
+  // A last character that reaches past the bytes at hand begins the next step. The next step waits
+  // for this number, so in a full block it comes from the last bytes alone.
+  std::size_t consumed;
+  if (count == 64) [[likely]] {
+    std::size_t unfinished = p[63] >= 0xC2 ? 1 : 0;
+    unfinished = p[62] >= 0xE0 ? 2 : unfinished;
+    unfinished = p[61] >= 0xF0 ? 3 : unfinished;
+    consumed = 64 - unfinished;
+  } else {
+    const std::uint64_t cut =
+        (lead & ~(mask >> 1)) | (lead3_up & ~(mask >> 2)) | (lead4_up & ~(mask >> 3));
+    consumed = cut == 0 ? count : static_cast<std::size_t>(_tzcnt_u64(cut));
+  }
   bad &= FirstBits(consumed + 1);
   block.last = bad != 0;
   if (bad != 0) [[unlikely]] {

@@ -100,9 +100,10 @@ KES_AVX512 inline Progress Utf16ToUtf8(const std::uint8_t* in, std::size_t size,
     const std::uint32_t high = _mm512_cmpeq_epi16_mask(top, Words(0xD800));
     const std::uint32_t low = _mm512_cmpeq_epi16_mask(top, Words(0xDC00));
     const std::uint32_t replacement = _mm512_cmpeq_epi16_mask(units, Words(0xFFFD));
-    if ((high >> (count - 1) & 1) != 0) {  // its low half is in the next step
-      if (--count == 0) break;
-    }
+    // A pair whose low half is in the next step begins there. No branch: emoji are anywhere.
+    const std::uint32_t last_unit = p[2 * count - (kSwap ? 2 : 1)];
+    count -= (last_unit & 0xFC) == 0xD8 ? 1 : 0;
+    if (count == 0) break;
     const std::uint64_t inside = FirstBits(count);
     const std::uint64_t bad = ((high & ~(low >> 1)) | (low & ~(high << 1)) | replacement) & inside;
     if (bad != 0) {
