@@ -53,12 +53,12 @@ enum { KES_DATE_BYTES = 7 };
 
 typedef struct ldxctx ldxctx;
 
-/* Receives the errors of a context; must not return. */
+/* Receives the errors of a context; must not return: it jumps or throws. */
 typedef void (*ldxraise)(ldxctx *ctx, uint32_t number);
 
 enum {
   KES_DATE_DEFAULT_FORMAT = 48, /* room of the compiled default format */
-  KES_DATE_NAME_BYTES = 10240   /* room of the cached names */
+  KES_DATE_INNER_BYTES = 11920  /* room of what the implementation keeps in a context */
 };
 
 /* The date context: 12288 bytes, filled by ldxbegin, ldxcbeg or ldxnbeg. */
@@ -72,17 +72,61 @@ struct ldxctx {
   uint32_t error;          /* the last error raised */
   uint16_t first_weekday;  /* of the territory, 0 Sunday */
   uint16_t calendar;       /* 0 Gregorian, else the calendar's slot in the area */
-  uint16_t default_length; /* bytes used of default_format */
-  uint16_t name_state;     /* the implementation's: which names are cached */
+  uint16_t default_length; /* bytes used of default_format; 0: there is none */
+  uint16_t reserved;
   uint8_t default_format[KES_DATE_DEFAULT_FORMAT];
-  uint8_t spare[1696];
-  uint64_t names[KES_DATE_NAME_BYTES / 8]; /* the implementation's: names in the handle's set */
+  ldxdate today;         /* may be set: completes dates read without a year or month; while its
+                            year is 0 the clock's local date does */
+  uint64_t error_offset; /* where in a format text or a text the last error lies, in bytes */
+  uint8_t inner[KES_DATE_INNER_BYTES]; /* the implementation's: names in the handle's set ... */
 };
 
 enum {
   KES_DATE_OWN_NLS =
       1 /* own_nls was opened by ldxbegin; closed by ldxend or when an error is raised */
 };
+
+/* Options of ldxnbeg. */
+enum {
+  KES_DATE_NO_DEFAULT = 1 /* no default format: it is not looked up and cannot be wrong */
+};
+
+/* ldxbegin: fills a context for a language handle, with a work area of its own.
+ *
+ * ctx      overwritten; its former content does not matter.
+ * handle   null: English names, the default format DD-MON-RR, weeks from Sunday. Otherwise it has
+ *          to outlive the context. After it was changed, ldxrdf brings the context up to date.
+ * raise    the error callback; argument is for it. Null: errors are only kept in ctx->error, and
+ *          the functions answer 0 or as they say.
+ * Result   ctx.
+ * Errors   600 the handle cannot supply its default date format, or it is longer than 60 bytes;
+ *          those of ldxsti when that format cannot be compiled. Also then the context may be used,
+ *          with formats of its caller; there is no default.
+ * An area that is the process's shared one gets another user until ldxend or the first error;
+ * a private area has to outlive the context.
+ * Threads  takes the process lock. */
+KES_API ldxctx *ldxbegin(ldxctx *ctx, const lxhandle *handle, ldxraise raise, void *argument);
+
+/* ldxcbeg, ldxnbeg: the same with a work area of the caller, which has to outlive the context; its
+ * error word is overwritten by all calls. nls may be null with a null handle.
+ * options  KES_DATE_NO_DEFAULT. */
+KES_API ldxctx *ldxcbeg(ldxctx *ctx, const lxhandle *handle, lxcontext *nls, ldxraise raise,
+                        void *argument);
+KES_API ldxctx *ldxnbeg(ldxctx *ctx, const lxhandle *handle, lxcontext *nls, ldxraise raise,
+                        void *argument, uint32_t options);
+
+/* ldxend: ends a context, leaving its area if ldxbegin took it. Null is allowed; so is a second
+ * call. */
+KES_API void ldxend(ldxctx *ctx) KES_NOEXCEPT;
+
+/* ldxerr: raises an error: keeps the number in ctx->error, leaves the area that ldxbegin took, and
+ * calls the callback. Returns only when the callback does, or is null. */
+KES_API void ldxerr(ldxctx *ctx, uint32_t number);
+
+/* ldxrdf: reads again what the context keeps of its handle (names, default format, first weekday,
+ * calendar), after the handle was changed.
+ * Errors   as ldxbegin. */
+KES_API void ldxrdf(ldxctx *ctx);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,130 @@
+/* date_format.h: date format models, such as "YYYY-MM-DD HH24:MI:SS" or "Day, DD Month YYYY".
+ *
+ * A model is compiled once (ldxsti) into a few bytes, with which dates are written (ldxdts) and
+ * read (ldxstd) any number of times. docs/date-format-models.md tells each element with examples.
+ *
+ * Texts are in the character set of the context's handle; without a handle they are ASCII. The
+ * bytes of literals in a compiled format are in that set too, but in UTF-8 when the set has
+ * two-byte code units. A compiled format is a sequence of items:
+ *   element   2 bytes: the code, 1 to 45, then bits 0-1 suffix (0 none, 1 TH, 2 SP, 3 SPTH), bits
+ *             2-3 letters (0 upper case, 1 capitalised, 2 lower case; of names and of what has a
+ *             suffix), bit 4 fill mode
+ *   literal   its length + 46, its kind (1 punctuation, 4 blanks, 2 quoted text), its bytes
+ *
+ * Errors are raised through the context (see date.h); ctx->error_offset then tells where in the
+ * model or text the fault lies. Threads: as the context. */
+#ifndef KESTRA_DATE_FORMAT_H
+#define KESTRA_DATE_FORMAT_H
+
+#include "kestra/date.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Codes of the elements. The unit of ldxrnd and ldxtrn is one of them. */
+enum {
+  KES_DATE_CC = 1,
+  KES_DATE_SCC = 2,
+  KES_DATE_I = 3,
+  KES_DATE_Y = 4,
+  KES_DATE_IY = 5,
+  KES_DATE_YY = 6,
+  KES_DATE_IYY = 7,
+  KES_DATE_YYY = 8,
+  KES_DATE_IYYY = 9,
+  KES_DATE_YYYY = 10,
+  KES_DATE_Y_YYY = 11,
+  KES_DATE_SYYYY = 12,
+  KES_DATE_SY_YYY = 13,
+  KES_DATE_YEAR = 14,
+  KES_DATE_SYEAR = 15,
+  KES_DATE_Q = 16,
+  KES_DATE_MM = 17,
+  KES_DATE_IW = 18,
+  KES_DATE_WW = 19,
+  KES_DATE_W = 20,
+  KES_DATE_D = 21,
+  KES_DATE_DD = 22,
+  KES_DATE_DDD = 23,
+  KES_DATE_HH24 = 24,
+  KES_DATE_HH12 = 25,
+  KES_DATE_MI = 26,
+  KES_DATE_SS = 27,
+  KES_DATE_SSSSS = 28,
+  KES_DATE_J = 29,
+  KES_DATE_MONTH = 30,
+  KES_DATE_MON = 31,
+  KES_DATE_DAY = 32,
+  KES_DATE_DY = 33,
+  KES_DATE_AM = 34,
+  KES_DATE_A_M = 35,
+  KES_DATE_AD = 36,
+  KES_DATE_A_D = 37,
+  KES_DATE_RM = 38,
+  KES_DATE_FM = 39,
+  KES_DATE_RR = 40,
+  KES_DATE_RRRR = 41,
+  KES_DATE_FX = 42,
+  KES_DATE_E = 43,
+  KES_DATE_EE = 44,
+  KES_DATE_NYYYY = 45,
+  KES_DATE_LITERAL = 46,
+  KES_DATE_DL = 47,
+  KES_DATE_DS = 48,
+  KES_DATE_TS = 49
+};
+
+/* What a scan of a model remembers from item to item. All zeros at the start of a model. */
+typedef struct ldxscan {
+  uint64_t seen;     /* bit n: the element with code n came */
+  uint8_t fill_off;  /* 1: fill mode is off */
+  uint8_t repeat;    /* may be set: elements may come again, as in ldxsto */
+  uint8_t expanding; /* inside of DL, DS or TS */
+  uint8_t spare[21];
+} ldxscan;
+
+/* ldxsti: compiles a model that can be read and written.
+ *
+ * text     length bytes in the handle's set; may be null with length 0, which compiles to nothing.
+ * out      receives the compiled format, at most size bytes.
+ * Result   its length.
+ * Errors   1820 the model begins with NUL (handles with two-byte units, or with flag bit 16; the
+ *               pre-pass over the characters is left out for these); 1821 an element or character
+ *               is not known, or quoted text does not end; 1810 an element comes twice; 1811 to
+ *               1819 elements exclude each other (error_offset is the model's length); 1800 a
+ *               literal is longer than 209 bytes or than the room; 1801 no room for an element;
+ *               1890 DL, DS or TS is empty.
+ * Elements that can only be written (such as Q) compile; reading with them raises 1820. DL, DS and
+ * TS begin in fill mode, and what it was before holds again after them. A suffix follows an element
+ * that is a number; DSP is D with the suffix SP.
+ * Overlap  none. */
+KES_API size_t ldxsti(ldxctx *ctx, const uint8_t *text, size_t length, uint8_t *out, size_t size);
+
+/* ldxsto: compiles a model for writing only: elements may come again and exclude none. Otherwise as
+ * ldxsti. */
+KES_API size_t ldxsto(ldxctx *ctx, const uint8_t *text, size_t length, uint8_t *out, size_t size);
+
+/* ldxsnf: scans one element or literal of a model and appends it to a compiled format.
+ *
+ * text, remaining  the model; moved past what was scanned.
+ * out, space       where the compiled format goes on and its room; moved likewise.
+ * state            zeroed before the first call of a model.
+ * Result   the code; KES_DATE_LITERAL for a literal, 0 at the end. FM leaves no item. DL, DS and TS
+ *          append all items of the language's format at once.
+ * Errors   those of ldxsti but 1811 to 1819 and 1820. With a handle of two-byte units the text is
+ *          in its set: ldxsnf is ldxsnfcom. */
+KES_API uint32_t ldxsnf(ldxctx *ctx, const uint8_t **text, size_t *remaining, uint8_t **out,
+                        size_t *space, ldxscan *state);
+
+/* ldxsnfcom: the same for text in two-byte code units: in the handle's set when that has them, else
+ * in the platform's byte order; then characters beyond ASCII need a handle in UTF-8. remaining is
+ * in bytes. */
+KES_API uint32_t ldxsnfcom(ldxctx *ctx, const uint8_t **text, size_t *remaining, uint8_t **out,
+                           size_t *space, ldxscan *state);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

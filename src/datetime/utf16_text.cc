@@ -1,0 +1,112 @@
+#include "datetime/utf16_text.h"
+
+namespace kestra::datetime {
+namespace {
+
+constexpr std::uint16_t kLittleEndianId = 2002;
+constexpr std::uint32_t kReplacement = 0xFFFD;
+constexpr std::uint32_t kPastUnits = 0x10000;
+
+constexpr bool IsHigh(std::uint32_t unit) noexcept { return (unit & 0xFC00u) == 0xD800u; }
+constexpr bool IsLow(std::uint32_t unit) noexcept { return (unit & 0xFC00u) == 0xDC00u; }
+
+std::uint32_t UnitAt(const std::uint8_t* p, UnitOrder order) noexcept {
+  return order == UnitOrder::kLittle ? p[0] | std::uint32_t{p[1]} << 8
+                                     : p[1] | std::uint32_t{p[0]} << 8;
+}
+
+void PutUnit(std::uint8_t* p, std::uint32_t unit, UnitOrder order) noexcept {
+  const auto low = static_cast<std::uint8_t>(unit);
+  const auto high = static_cast<std::uint8_t>(unit >> 8);
+  p[0] = order == UnitOrder::kLittle ? low : high;
+  p[1] = order == UnitOrder::kLittle ? high : low;
+}
+
+std::uint8_t* PutUtf8(std::uint8_t* out, std::uint32_t c) noexcept {
+  const auto tail = [](std::uint32_t bits) {
+    return static_cast<std::uint8_t>(0x80u | (bits & 0x3Fu));
+  };
+  if (c < 0x80) {
+    *out++ = static_cast<std::uint8_t>(c);
+    return out;
+  }
+  if (c < 0x800) {
+    *out++ = static_cast<std::uint8_t>(0xC0u | c >> 6);
+  } else {
+    if (c < kPastUnits) {
+      *out++ = static_cast<std::uint8_t>(0xE0u | c >> 12);
+    } else {
+      *out++ = static_cast<std::uint8_t>(0xF0u | c >> 18);
+      *out++ = tail(c >> 12);
+    }
+    *out++ = tail(c >> 6);
+  }
+  *out++ = tail(c);
+  return out;
+}
+
+constexpr std::size_t Utf8Length(std::uint8_t lead) noexcept {
+  return lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+}
+
+}  // namespace
+
+UnitOrder OrderOfUnits(const ldxctx& ctx) noexcept {
+  if (ctx.handle == nullptr || !StateOf(ctx).two_byte_units) return kPlatformOrder;
+  return ctx.handle->charset_id == kLittleEndianId ? UnitOrder::kLittle : UnitOrder::kBig;
+}
+
+bool KeepsUtf8(const ldxctx& ctx) noexcept {
+  return ctx.handle != nullptr &&
+         (StateOf(ctx).two_byte_units || (ctx.handle->flags & KES_CHARSET_UTF8) != 0);
+}
+
+std::size_t UnitsToUtf8(std::span<const std::uint8_t> units, UnitOrder order,
+                        std::uint8_t* out) noexcept {
+  std::uint8_t* at = out;
+  const std::size_t whole = units.size() & ~std::size_t{1};
+  for (std::size_t i = 0; i < whole; i += 2) {
+    std::uint32_t c = UnitAt(units.data() + i, order);
+    if (IsHigh(c) && i + 2 < whole && IsLow(UnitAt(units.data() + i + 2, order))) {
+      i += 2;
+      c = kPastUnits + ((c & 0x3FFu) << 10) + (UnitAt(units.data() + i, order) & 0x3FFu);
+    } else if (IsHigh(c) || IsLow(c)) {
+      c = kReplacement;
+    }
+    at = PutUtf8(at, c);
+  }
+  if (whole != units.size()) at = PutUtf8(at, kReplacement);
+  return static_cast<std::size_t>(at - out);
+}
+
+std::size_t Utf8ToUnits(std::span<const std::uint8_t> text, UnitOrder order,
+                        std::span<std::uint8_t> out) noexcept {
+  std::size_t used = 0;
+  for (std::size_t i = 0; i < text.size();) {
+    const std::size_t length = Utf8Length(text[i]);
+    const std::size_t needed = length == 4 ? 4 : 2;
+    if (text.size() - i < length || out.size() - used < needed) break;
+    std::uint32_t c = length == 1 ? text[i] : text[i] & (0xFFu >> (length + 1));
+    for (std::size_t k = 1; k < length; ++k) c = c << 6 | (text[i + k] & 0x3Fu);
+    if (needed == 4) {
+      const std::uint32_t bits = c - kPastUnits;
+      PutUnit(&out[used], 0xD800u | (bits >> 10 & 0x3FFu), order);
+      PutUnit(&out[used + 2], 0xDC00u | (bits & 0x3FFu), order);
+    } else {
+      PutUnit(&out[used], c, order);
+    }
+    used += needed;
+    i += length;
+  }
+  return used;
+}
+
+std::size_t UnitBytes(std::span<const std::uint8_t> text) noexcept {
+  std::size_t bytes = 0;
+  for (const std::uint8_t byte : text) {
+    if ((byte & 0xC0u) != 0x80) bytes += byte >= 0xF0 ? 4 : 2;
+  }
+  return bytes;
+}
+
+}  // namespace kestra::datetime

@@ -1,0 +1,36 @@
+// Text of two-byte code units to and from the UTF-8 that models, names and literals are kept in.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "datetime/ldx_state.h"
+
+namespace kestra::datetime {
+
+inline constexpr std::size_t kUtf8PerUnit = 3;  // bytes that a unit takes at most
+
+enum class UnitOrder : std::uint8_t { kLittle, kBig };
+inline constexpr UnitOrder kPlatformOrder =
+    __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? UnitOrder::kLittle : UnitOrder::kBig;
+
+// The order of the handle's set when that has two-byte units, else the platform's.
+UnitOrder OrderOfUnits(const ldxctx& ctx) noexcept;
+
+// The context's set is UTF-8, or two-byte units, for which UTF-8 stands.
+bool KeepsUtf8(const ldxctx& ctx) noexcept;
+
+// Units to UTF-8; room for kUtf8PerUnit bytes each. Surrogates without their other half, and half a
+// unit at the end, become U+FFFD.
+std::size_t UnitsToUtf8(std::span<const std::uint8_t> units, UnitOrder order,
+                        std::uint8_t* out) noexcept;
+
+// Well-formed UTF-8 to units: bytes written, cut at a character when they do not fit.
+std::size_t Utf8ToUnits(std::span<const std::uint8_t> text, UnitOrder order,
+                        std::span<std::uint8_t> out) noexcept;
+
+// Bytes of the units that UTF-8 text, well formed but for its end, stands for.
+std::size_t UnitBytes(std::span<const std::uint8_t> text) noexcept;
+
+}  // namespace kestra::datetime
