@@ -18,13 +18,36 @@ using Number = std::vector<std::uint8_t>;
 using test::Hex;
 using test::NumberSource;
 
-// A column of numbers in both forms, some of them malformed.
+// Up to seven digits within a few places of the point, as columns of money have.
+Number ShortNumber(NumberSource& source) {
+  Number number = {static_cast<std::uint8_t>(191 + source.Below(4))};
+  const std::size_t count = 1 + source.Below(source.Below(4) == 0 ? 7 : 4);
+  for (std::size_t i = 0; i < count; ++i) {
+    const bool end = i == 0 || i + 1 == count;
+    const bool extreme = source.Below(3) == 0;  // 0s and 99s carry, borrow and cancel
+    number.push_back(static_cast<std::uint8_t>(extreme ? (end || source.Below(2) == 0 ? 100 : 1)
+                                                       : 2 + source.Below(99)));
+  }
+  if (source.Below(3) == 0) {
+    Number negative(KES_NUMBER_BYTES);
+    std::size_t length = 0;
+    lnxneg(number.data(), number.size(), negative.data(), &length);
+    negative.resize(length);
+    return negative;
+  }
+  return number;
+}
+
+// A column of numbers in both forms, some of them malformed. In a column of short numbers these are
+// few, so that most stretches of it have none.
 struct Column {
-  Column(NumberSource& source, std::size_t n) {
+  Column(NumberSource& source, std::size_t n, bool brief = false) {
+    const unsigned rarely = brief ? 30 : 1;
     for (std::size_t i = 0; i < n; ++i) {
-      Number number = source.Next();
-      if (source.Below(10) == 0) number[source.Below(number.size())] ^= 0x81;
-      const bool prefixed = source.Below(3) == 0;
+      Number number = brief && source.Below(50) != 0 ? ShortNumber(source) : source.Next();
+      if (source.Below(10 * rarely) == 0) number[source.Below(number.size())] ^= 0x81;
+      if (source.Below(10 * rarely) == 0) number.back() = 103;
+      const bool prefixed = source.Below(3 * rarely) == 0;
       if (prefixed) number.insert(number.begin(), static_cast<std::uint8_t>(number.size()));
       length.push_back(prefixed ? std::uint16_t{0} : static_cast<std::uint16_t>(number.size()));
       numbers.push_back(number);
@@ -67,24 +90,42 @@ TEST_P(LnxArray, EqualsTheScalarFormForEachElement) {
       {nullptr, k.copy_array, nullptr, scalar::Copy},
   };
   NumberSource source(3);
-  for (std::size_t n = 0; n < 70; ++n) {
+  for (std::size_t n = 0; n < 300; n += 1 + n / 70) {
     for (const Case& c : cases) {
-      const Column x(source, n);
-      const Column y(source, n);
+      const bool brief = source.Below(2) == 0;
+      const Column x(source, n, brief);
+      Column y(source, n, brief);
+      for (std::size_t i = 0; i < n; ++i) {  // sums and differences of nothing
+        if (source.Below(20) == 0) y.pointer[i] = x.pointer[i], y.length[i] = x.length[i];
+      }
       Number nulls((n + 7) / 8);
-      for (std::uint8_t& byte : nulls) byte = static_cast<std::uint8_t>(source.Below(256));
+      const std::uint64_t density =
+          source.Below(3);  // of nulls: half, an eighth, none but by chance
+      for (std::uint8_t& byte : nulls) {
+        byte = static_cast<std::uint8_t>(source.Below(256));
+        for (std::uint64_t i = 0; i < density; ++i)
+          byte &= static_cast<std::uint8_t>(source.Below(256));
+      }
       const bool with_nulls = source.Below(4) != 0;
       std::size_t present = n;
       for (std::size_t i = 0; i < n; ++i) present -= with_nulls && ((nulls[i / 8] >> i % 8) & 1);
-      Output out(n, 22 * present);  // the least that is enough
+      Output out(n, 22 * present);                 // the least that is enough
+      const bool in_place = source.Below(3) == 0;  // on the arrays of x
+      if (in_place) {
+        for (std::size_t i = 0; i < n; ++i) {
+          out.pointer[i] = const_cast<std::uint8_t*>(x.pointer[i]);
+          out.length[i] = x.length[i];
+        }
+      }
+      const std::uint8_t* const* first = in_place ? out.pointer.data() : x.pointer.data();
+      const std::uint16_t* first_length = in_place ? out.length.data() : x.length.data();
       const std::uint8_t* bitmap = with_nulls ? nulls.data() : nullptr;
       const int status =
           c.binary != nullptr
-              ? c.binary(x.pointer.data(), x.length.data(), y.pointer.data(), y.length.data(), n,
-                         bitmap, out.pointer.data(), out.length.data(), out.area.data(),
-                         out.area.size())
-              : c.unary(x.pointer.data(), x.length.data(), n, bitmap, out.pointer.data(),
-                        out.length.data(), out.area.data(), out.area.size());
+              ? c.binary(first, first_length, y.pointer.data(), y.length.data(), n, bitmap,
+                         out.pointer.data(), out.length.data(), out.area.data(), out.area.size())
+              : c.unary(first, first_length, n, bitmap, out.pointer.data(), out.length.data(),
+                        out.area.data(), out.area.size());
       ASSERT_EQ(status, 0);
       std::uint8_t* next = out.area.data();
       for (std::size_t i = 0; i < n; ++i) {
@@ -112,22 +153,33 @@ TEST_P(LnxArray, EqualsTheScalarFormForEachElement) {
 
 TEST_P(LnxArray, AnAreaTooSmallZeroesEverything) {
   if (os::GetCpuLevel() < GetParam()) GTEST_SKIP() << "not on this machine";
+  const Kernels& k = KernelsFor(GetParam());
   NumberSource source(5);
   const std::size_t n = 19;
   const Column x(source, n);
   const std::uint8_t nulls[] = {0x11, 0x80,
                                 0xFF};  // 3 + bits 16..18: 6 nulls, bits 19.. are nobody's
-  Output out(n, 22 * 13 - 1);
-  EXPECT_EQ(
-      KernelsFor(GetParam())
-          .add_array(x.pointer.data(), x.length.data(), x.pointer.data(), x.length.data(), n, nulls,
-                     out.pointer.data(), out.length.data(), out.area.data(), out.area.size()),
-      -24);
-  for (std::size_t i = 0; i < n; ++i) {
-    EXPECT_EQ(out.pointer[i], nullptr);
-    EXPECT_EQ(out.length[i], 0);
+  const auto zeroed = [&](auto call) {
+    Output out(n, 22 * 13 - 1);
+    EXPECT_EQ(call(out), -24);
+    for (std::size_t i = 0; i < n; ++i) {
+      EXPECT_EQ(out.pointer[i], nullptr);
+      EXPECT_EQ(out.length[i], 0);
+    }
+    EXPECT_EQ(out.area, Number(out.area.size()));
+  };
+  for (BinaryArrayFunction* f : {k.add_array, k.subtract_array, k.multiply_array, k.divide_array}) {
+    zeroed([&](Output& out) {
+      return f(x.pointer.data(), x.length.data(), x.pointer.data(), x.length.data(), n, nulls,
+               out.pointer.data(), out.length.data(), out.area.data(), out.area.size());
+    });
   }
-  EXPECT_EQ(out.area, Number(out.area.size()));
+  for (UnaryArrayFunction* f : {k.absolute_array, k.negate_array, k.copy_array}) {
+    zeroed([&](Output& out) {
+      return f(x.pointer.data(), x.length.data(), n, nulls, out.pointer.data(), out.length.data(),
+               out.area.data(), out.area.size());
+    });
+  }
 }
 
 TEST_P(LnxArray, ComparesLikeTheScalarForm) {

@@ -1,5 +1,6 @@
 // Mathematical functions: exact results and special arguments by hand, precision against MPFR.
-// KESTRA_NUMBER_POINTS sets how many random points each function is measured at (default 1000).
+// KESTRA_NUMBER_POINTS sets how many random points each function is measured at (default 1000);
+// results out of range, checked as well, are not counted.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -290,7 +291,7 @@ TEST(LnxMath, WithinHalfAUnitOfTheLastDigitOfMpfr) {
     Mpfr exact(bits);
     double worst = 0;
     std::uint64_t measured = 0;
-    for (std::uint64_t point = 0; point < PointCount(); ++point) {
+    while (measured < PointCount()) {  // some arguments are skipped below
       const Number x = Argument(source, measure);
       const Number y = Argument(source, measure);
       Number result(KES_NUMBER_BYTES);

@@ -11,8 +11,9 @@ int DetectLevel() noexcept {
     return static_cast<int>(CpuLevel::kBaseline);
   }
   if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-      __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
-      __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2")) {
+      __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
+      __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi") &&
+      __builtin_cpu_supports("avx512vbmi2")) {
     return static_cast<int>(CpuLevel::kAvx512);
   }
   return static_cast<int>(CpuLevel::kAvx2);

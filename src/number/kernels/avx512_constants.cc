@@ -26,6 +26,13 @@ constexpr Constants MakeConstants() {
   Fill(c.nines, kBase - 1);
   Fill(c.hundreds, kBase);
   Fill(c.terminators, kTerminator);
+  for (int negative = 0; negative < 2; ++negative) {
+    ByteMeaning& meaning = c.meaning[negative];
+    Fill(meaning.zero, negative != 0 ? kBase + 1 : 1);
+    Fill(meaning.nine, negative != 0 ? 2 : kBase);
+    Fill(meaning.least, negative != 0 ? 2 : 1);
+    Fill(meaning.one_more, negative != 0 ? -1 : 1);
+  }
   return c;
 }
 

@@ -15,13 +15,14 @@
 
 #include "number/number_view.h"
 
-#define KES_AVX512                                                                              \
-  __attribute__((target(                                                                        \
-      "avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2,lzcnt,popcnt"))) \
-  __attribute__((always_inline)) inline
-#define KES_AVX512_ENTRY \
-  __attribute__((target( \
-      "avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2,lzcnt,popcnt")))
+#define KES_AVX512                                                                               \
+  __attribute__((                                                                                \
+      target("avx512f,avx512bw,avx512cd,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2," \
+             "lzcnt,popcnt"))) __attribute__((always_inline)) inline
+#define KES_AVX512_ENTRY                                                                         \
+  __attribute__((                                                                                \
+      target("avx512f,avx512bw,avx512cd,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2," \
+             "lzcnt,popcnt")))
 
 namespace kestra::number::avx512 {
 
@@ -32,6 +33,14 @@ struct alignas(128) Decoding {
   std::uint8_t take[32];
 };
 
+// What stored bytes mean: the digits 0 and 99, the least byte, what makes a digit one more.
+struct alignas(32) ByteMeaning {
+  std::uint8_t zero[32];
+  std::uint8_t nine[32];
+  std::uint8_t least[32];
+  std::uint8_t one_more[32];
+};
+
 // Kept in memory, out of the compiler's sight: it would build each of them in a general register.
 struct Constants {
   Decoding decode[2];  // [1] positive, [0] negative: the top bit of the first byte leads here
@@ -40,6 +49,7 @@ struct Constants {
   // unalign + 31 - top: the order that brings lane top - k back to byte k.
   alignas(64) std::uint8_t unalign[64];
   alignas(32) std::uint8_t ones[32], fifties[32], nines[32], hundreds[32], terminators[32];
+  ByteMeaning meaning[2];  // [negative]
 };
 extern const Constants kConstants __attribute__((visibility("hidden")));
 
@@ -80,6 +90,12 @@ struct Loaded {
   std::uint32_t negative;  // 1 or 0
 };
 
+// Can it be one of the numbers that kernels take? There is a first digit, it is in range and not 0.
+// Infinities are out of range there.
+KES_AVX512 bool HasFirstDigit(Located x) noexcept {
+  return x.size >= 2 && static_cast<std::uint32_t>(x.bytes[1]) - 2 <= kBase - 2;
+}
+
 // False: zero, infinite, or a digit out of range or 0 at the front. Other malformed numbers pass,
 // as their value.
 KES_AVX512 bool Load(Located x, Loaded& number) noexcept {
@@ -117,7 +133,8 @@ KES_AVX512 Result Infinity(std::uint32_t negative) noexcept {
 }
 
 // Rounds the digits of lane top and below to 20 of them. May raise top and the exponent by one, but
-// never from underflow: what is too small before rounding becomes zero.
+// never from underflow: what is too small before rounding becomes zero. Lanes that nonzero no
+// longer has keep what they had: below its lowest bit nothing is stored.
 KES_AVX512 void Round(__m256i& lanes, std::uint32_t& nonzero, std::uint32_t& top,
                       std::int32_t& exponent) noexcept {
   if (exponent < kLowestExponent) [[unlikely]]
@@ -130,7 +147,6 @@ KES_AVX512 void Round(__m256i& lanes, std::uint32_t& nonzero, std::uint32_t& top
   const std::uint32_t raised = (nines + one) ^ nines;
   const std::uint32_t wrapped = raised & nines;
   lanes = _mm256_mask_add_epi8(lanes, raised, lanes, Row(kConstants.ones));
-  lanes = _mm256_maskz_mov_epi8(kept & ~wrapped, lanes);
   nonzero = ((nonzero & kept) | raised) & ~wrapped;
   const std::uint32_t first = 31 - static_cast<std::uint32_t>(_lzcnt_u32(nonzero));
   exponent += static_cast<std::int32_t>(first - top);
@@ -138,8 +154,8 @@ KES_AVX512 void Round(__m256i& lanes, std::uint32_t& nonzero, std::uint32_t& top
 }
 
 // Digits in reversed order, lane top (the first digit, not 0) down to lane top - 19; nonzero has
-// their non-zero lanes and no others. exponent is that of the absolute value as a byte, or outside
-// of one.
+// the lanes of those other than 0 and no others. exponent is that of the absolute value as a byte,
+// or outside of one.
 KES_AVX512 Result Finish(__m256i lanes, std::uint32_t nonzero, std::uint32_t top,
                          std::int32_t exponent, std::uint32_t negative) noexcept {
   if (static_cast<std::uint32_t>(exponent - kLowestExponent) > 127) [[unlikely]] {

@@ -11,6 +11,7 @@
 
 #include "number/kernels/array_plan.h"
 #include "number/kernels/avx512_add.h"
+#include "number/kernels/avx512_block.h"
 #include "number/kernels/avx512_divide.h"
 #include "number/kernels/avx512_multiply.h"
 #include "number/kernels/avx512_number.h"
@@ -20,22 +21,30 @@ namespace kestra::number {
 namespace avx512 {
 namespace {
 
-KES_AVX512 bool Sum(const Loaded& x, const Loaded& y, Result& result) noexcept {
-  return Add(x, y, 0, result);
-}
-KES_AVX512 bool Difference(const Loaded& x, const Loaded& y, Result& result) noexcept {
-  return Add(x, y, 1, result);
-}
+using BinaryKernel = bool(Located x, Located y, Result& result) noexcept;
 
-using BinaryKernel = bool(const Loaded& x, const Loaded& y, Result& result) noexcept;
+KES_AVX512 bool Sum(Located x, Located y, Result& result) noexcept {
+  Loaded a, b;
+  return Load(x, a) && Load(y, b) && Add(a, b, 0, result);
+}
+KES_AVX512 bool Difference(Located x, Located y, Result& result) noexcept {
+  Loaded a, b;
+  return Load(x, a) && Load(y, b) && Add(a, b, 1, result);
+}
+KES_AVX512 bool Product(Located x, Located y, Result& result) noexcept {
+  Loaded a, b;
+  return Load(x, a) && Load(y, b) && Multiply(a, b, result);
+}
+KES_AVX512 bool Quotient(Located x, Located y, Result& result) noexcept {
+  Loaded a, b;
+  return Load(x, a) && Load(y, b) && Divide(a, b, result);
+}
 
 template <BinaryKernel* kernel, BinaryFunction* other>
 KES_AVX512_ENTRY void Binary(const std::uint8_t* x, std::size_t xlen, const std::uint8_t* y,
                              std::size_t ylen, std::uint8_t* out, std::size_t* outlen) noexcept {
-  Loaded a, b;
   Result result;
-  if (!Load(Locate(x, xlen), a) || !Load(Locate(y, ylen), b) || !kernel(a, b, result))
-      [[unlikely]] {
+  if (!kernel(Locate(x, xlen), Locate(y, ylen), result)) [[unlikely]] {
     return other(x, xlen, y, ylen, out, outlen);
   }
   Store(result, out, outlen);
@@ -44,10 +53,8 @@ KES_AVX512_ENTRY void Binary(const std::uint8_t* x, std::size_t xlen, const std:
 template <Rounding rounding, RoundFunction* other>
 KES_AVX512_ENTRY void RoundNumber(const std::uint8_t* x, std::size_t xlen, std::uint8_t* out,
                                   std::size_t* outlen, int places) noexcept {
-  const Located located = Locate(x, xlen);
-  Loaded a;
   Result result;
-  if (!Load(located, a) || !RoundAtPlace<rounding>(a, located.bytes, places, result)) [[unlikely]] {
+  if (!RoundAtPlace<rounding>(Locate(x, xlen), places, result)) [[unlikely]] {
     return other(x, xlen, out, outlen, places);
   }
   Store(result, out, outlen);
@@ -72,6 +79,18 @@ KES_AVX512_ENTRY int Compare(const std::uint8_t* x, std::size_t xlen, const std:
   return CompareLocated(a, b);
 }
 
+// What the vector forms of two columns work on.
+struct BinaryColumns {
+  const std::uint8_t* const* x;
+  const std::uint16_t* xlen;
+  const std::uint8_t* const* y;
+  const std::uint16_t* ylen;
+  const std::uint8_t* nulls;
+  std::uint8_t** out;
+  std::uint16_t* outlen;
+  const std::uint8_t* area_end;
+};
+
 // Puts a result at area; end is the end of the caller's area.
 KES_AVX512 std::size_t Pack(Result result, std::uint8_t* area, const std::uint8_t* end) noexcept {
   *area = result.first;
@@ -83,32 +102,78 @@ KES_AVX512 std::size_t Pack(Result result, std::uint8_t* area, const std::uint8_
   return result.length;
 }
 
+using BlockKernel = bool(const Block& x, const Block& y, Block& result) noexcept;
+
+// No operation on blocks: each element by itself.
+KES_AVX512 bool NoBlock(const Block&, const Block&, Block&) noexcept { return false; }
+
+// Elements begin to end; returns the end of their results. No part of its caller: it needs all
+// registers for itself.
 template <BinaryKernel* kernel, BinaryFunction* other>
-KES_AVX512_ENTRY int BinaryArray(const std::uint8_t* const* x, const std::uint16_t* xlen,
-                                 const std::uint8_t* const* y, const std::uint16_t* ylen,
-                                 std::size_t n, const std::uint8_t* nulls, std::uint8_t** out,
-                                 std::uint16_t* outlen, std::uint8_t* area,
-                                 std::size_t area_size) noexcept {
-  if (!AreaHolds(n, nulls, out, outlen, area_size)) return kAreaTooSmall;
-  const std::uint8_t* const end = area + area_size;
-  for (std::size_t i = 0; i < n; ++i) {
+KES_AVX512_ENTRY __attribute__((noinline)) std::uint8_t* EachByItself(const BinaryColumns columns,
+                                                                      std::size_t begin,
+                                                                      std::size_t end,
+                                                                      std::uint8_t* area) noexcept {
+  const auto [x, xlen, y, ylen, nulls, out, outlen, area_end] = columns;
+  for (std::size_t i = begin; i < end; ++i) {
     if (IsNull(nulls, i)) {
       out[i] = nullptr;
       outlen[i] = 0;
       continue;
     }
-    Loaded a, b;
     Result result;
     std::size_t length;
-    if (Load(Locate(x[i], xlen[i]), a) && Load(Locate(y[i], ylen[i]), b) && kernel(a, b, result))
-        [[likely]] {
-      length = Pack(result, area, end);
+    if (kernel(Locate(x[i], xlen[i]), Locate(y[i], ylen[i]), result)) [[likely]] {
+      length = Pack(result, area, area_end);
     } else {
       other(x[i], xlen[i], y[i], ylen[i], area, &length);
     }
     out[i] = area;
     outlen[i] = static_cast<std::uint16_t>(length);
     area += length;
+  }
+  return area;
+}
+
+// The block of elements from begin on. False: not a case for blocks, and nothing is written.
+template <BlockKernel* block>
+KES_AVX512 bool WholeBlock(const BinaryColumns& c, std::size_t begin,
+                           std::uint8_t*& area) noexcept {
+  const __mmask8 absent = c.nulls == nullptr ? __mmask8{0} : __mmask8{c.nulls[begin / kBlock]};
+  Block x, y, result;
+  return c.area_end - area >= static_cast<std::ptrdiff_t>(kBlock * kRowBytes) &&
+         LoadBlock(c.x + begin, c.xlen + begin, absent, x) &&
+         LoadBlock(c.y + begin, c.ylen + begin, absent, y) && block(x, y, result) &&
+         PackBlock(result, absent, c.out + begin, c.outlen + begin, area);
+}
+
+// Asks for the numbers of a block further on. They lie anywhere, and blocks are done sooner than
+// the memory answers.
+KES_AVX512 void Prefetch(const std::uint8_t* const* x, std::size_t begin, std::size_t n) noexcept {
+  constexpr std::size_t kAhead = 4 * kBlock;
+  if (n - begin < kAhead + kBlock) return;
+  for (std::size_t i = 0; i < kBlock; ++i) __builtin_prefetch(x[begin + kAhead + i]);
+}
+
+template <BinaryKernel* kernel, BinaryFunction* other, BlockKernel* block>
+KES_AVX512_ENTRY int BinaryArray(const std::uint8_t* const* x, const std::uint16_t* xlen,
+                                 const std::uint8_t* const* y, const std::uint16_t* ylen,
+                                 std::size_t n, const std::uint8_t* nulls, std::uint8_t** out,
+                                 std::uint16_t* outlen, std::uint8_t* area,
+                                 std::size_t area_size) noexcept {
+  if (!AreaHolds(n, nulls, out, outlen, area_size)) return kAreaTooSmall;
+  const BinaryColumns columns = {x, xlen, y, ylen, nulls, out, outlen, area + area_size};
+  constexpr std::size_t kRun = 8 * kBlock;  // after a block that could not be done
+  std::size_t i = 0;
+  while (i < n) {
+    while (block != NoBlock && n - i >= kBlock && WholeBlock<block>(columns, i, area)) {
+      i += kBlock;
+      Prefetch(x, i, n);
+      Prefetch(y, i, n);
+    }
+    const std::size_t end = n - i < kRun ? n : i + kRun;
+    area = EachByItself<kernel, other>(columns, i, end, area);
+    i = end;
   }
   return 0;
 }
@@ -195,8 +260,8 @@ constinit const Kernels kAvx512Kernels = {
     "avx512",
     avx512::Binary<avx512::Sum, scalar::Add>,
     avx512::Binary<avx512::Difference, scalar::Subtract>,
-    avx512::Binary<avx512::Multiply, scalar::Multiply>,
-    avx512::Binary<avx512::Divide, scalar::Divide>,
+    avx512::Binary<avx512::Product, scalar::Multiply>,
+    avx512::Binary<avx512::Quotient, scalar::Divide>,
     avx512::RoundNumber<Rounding::kHalfAway, scalar::Round>,
     avx512::RoundNumber<Rounding::kHalfEven, scalar::RoundEven>,
     avx512::RoundNumber<Rounding::kTruncate, scalar::Truncate>,
@@ -204,10 +269,10 @@ constinit const Kernels kAvx512Kernels = {
     avx512::UnaryArray<avx512::AbsoluteBytes, scalar::Absolute>,
     avx512::UnaryArray<avx512::NegateBytes, scalar::Negate>,
     avx512::UnaryArray<avx512::CopyBytes, scalar::Copy>,
-    avx512::BinaryArray<avx512::Sum, scalar::Add>,
-    avx512::BinaryArray<avx512::Difference, scalar::Subtract>,
-    avx512::BinaryArray<avx512::Multiply, scalar::Multiply>,
-    avx512::BinaryArray<avx512::Divide, scalar::Divide>,
+    avx512::BinaryArray<avx512::Sum, scalar::Add, avx512::AddBlock<false>>,
+    avx512::BinaryArray<avx512::Difference, scalar::Subtract, avx512::AddBlock<true>>,
+    avx512::BinaryArray<avx512::Product, scalar::Multiply, avx512::MultiplyBlock>,
+    avx512::BinaryArray<avx512::Quotient, scalar::Divide, avx512::NoBlock>,
     avx512::CompareArray,
 };
 
