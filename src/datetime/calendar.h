@@ -57,7 +57,6 @@ class Calendar {
   // such era, or not in that era; 1822 without arithmetic.
   std::uint32_t ToDate(const CalendarDate& date, ldxdate& out) const noexcept;
 
-  bool HasMonth(std::int32_t era, std::int32_t year, std::uint32_t month) const noexcept;
   // 0 when there is no such month.
   std::uint32_t MonthLength(std::int32_t era, std::int32_t year,
                             std::uint32_t month) const noexcept;
@@ -83,16 +82,18 @@ class Calendar {
   Kind kind() const noexcept { return kind_; }
 
  private:
-  bool EraOfYear(const ldxdate& date, std::int32_t year, CalendarDate& out) const noexcept;
-  // The year counted through without eras.
-  bool PlainYear(std::int32_t era, std::int32_t year, std::int32_t& plain) const noexcept;
-  std::int32_t EraStart(std::int32_t era) const noexcept;  // as DateOrder; INT32_MIN: none
+  bool counts_reigns() const noexcept;
+  std::int32_t ReignOf(std::int32_t order) const noexcept;
+  std::int32_t EraStart(std::int32_t era) const noexcept;  // as DateOrder; lowest: unknown
   std::int32_t EraStartYear(std::int32_t era) const noexcept;
+  void IntoEra(std::int32_t year, CalendarDate& out) const noexcept;
+  bool OutOfEra(const CalendarDate& date, std::int32_t& year) const noexcept;
+  std::uint32_t GregorianToDate(const CalendarDate& date, ldxdate& out) const noexcept;
   std::string_view String(std::uint32_t language, std::size_t index) const noexcept;
+  std::string_view Name(std::uint32_t language, std::size_t index) const noexcept;
 
   const lxobject* object_;
   Kind kind_ = Kind::kGregorian;
-  std::uint16_t id_ = 1;
   std::uint16_t months_ = 12;
   std::int32_t year_offset_ = 0;
   std::int32_t eras_ = 2;
