@@ -38,9 +38,11 @@ struct CivilDate {
   std::uint32_t day;
 };
 
+// A multiple of four and of 25 is a century's year, and then leap when it is a multiple of 16.
 constexpr bool IsLeap(std::int32_t year) noexcept {
-  if ((static_cast<std::uint32_t>(year) & 3u) != 0 || year == kMinYear) return false;
-  return year < kReformYear + 1 || year % 100 != 0 || year % 400 == 0;
+  const auto y = static_cast<std::uint32_t>(year);
+  const std::uint32_t mask = year > kReformYear && y % 25 == 0 ? 15 : 3;
+  return (y & mask) == 0 && year != kMinYear;
 }
 
 // Days of a common year before month m; entry 13 is the year's length. Entries 14 and 15, which no
@@ -71,22 +73,24 @@ inline constexpr std::int32_t kJulianStart = 32083;  // number = days since 1 Ma
 inline constexpr std::int32_t kGregorianGain = 38;   // days both calendars differ by in the year 0
                                                      // of the count, other sign
 inline constexpr std::int32_t kGregorianStart = 32044;
+inline constexpr std::int32_t kFirstCommonDay = 60;  // from here on numbers are the astronomers'
 }  // namespace march_year
 
-// Day number of a date; year within -32768..32767. Days that do not exist (30 February, 10 October
-// 1582) get the number that counting on from the month's first day gives.
+// Day number of a date; year within -32768..32767, month and day within 0..255. Days that do not
+// exist (30 February, 10 October 1582) get the number that counting on from the month's first day
+// gives.
 constexpr std::int32_t DayNumber(std::int32_t year, std::uint32_t month,
                                  std::uint32_t day) noexcept {
   using namespace march_year;
   const std::uint32_t early = month < 3 ? 1 : 0;  // January and February end the year before
   const std::int32_t y = year - static_cast<std::int32_t>(early) + kFirst;
   const std::uint32_t m = month + 12 * early;
-  const std::int32_t century = y / 100;
+  const std::int32_t julian =
+      ((1461 * y) >> 2) + static_cast<std::int32_t>((979 * m - 2919) / 32 + day) - kJulianStart;
+  const auto century = static_cast<std::int32_t>(static_cast<std::uint32_t>(y) / 100);
   const std::int32_t gregorian = century / 4 - century + kGregorianGain;
-  const bool reformed =
-      DateOrder(year, month, day) >= DateOrder(kReformYear, kReformMonth, kLastSkipped + 1);
-  return ((1461 * y) >> 2) + static_cast<std::int32_t>((979 * m - 2919) / 32 + day) - kJulianStart +
-         (reformed ? gregorian : 0) + (early != 0 && year == kMinYear ? 1 : 0);
+  return julian + (julian >= kFirstGregorianDay + kSkippedDays ? gregorian : 0) +
+         (julian < kFirstCommonDay ? 1 : 0);
 }
 
 inline std::int32_t DayNumber(const ldxdate& date) noexcept {
@@ -100,7 +104,7 @@ constexpr CivilDate SplitDay(std::int32_t number) noexcept {
   const std::uint32_t century = (4 * (n + kGregorianStart) + 3) / 146097;
   const std::uint32_t left_out = century - century / 4 - kGregorianGain;
   n += number >= kFirstGregorianDay ? left_out : 0;
-  n -= number < 60 ? 1 : 0;  // January and February of -4712
+  n -= number < kFirstCommonDay ? 1 : 0;  // January and February of -4712
   const std::uint64_t years = std::uint64_t{2939745} * (4 * (n + (kJulianStart - 1)) + 3);
   const auto year = static_cast<std::uint32_t>(years >> 32);
   const std::uint32_t day_of_year = static_cast<std::uint32_t>(years) / 2939745 / 4;

@@ -1,0 +1,59 @@
+// The frame of the array forms: which operand belongs to an element, and what is reported when one
+// raises. Entry points call Raise as their last act.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "kestra/date.h"
+
+namespace kestra::datetime {
+
+// Second operands: one each, or the first for all.
+template <typename T>
+class Operands {
+ public:
+  Operands(const T* values, std::uint32_t flags) noexcept
+      : values_(values), step_((flags & KES_DATE_SHARED) != 0 ? 0 : 1) {}
+  const T& operator[](std::size_t i) const noexcept { return values_[i * step_]; }
+  std::size_t step() const noexcept { return step_; }
+  const T* values() const noexcept { return values_; }
+
+ private:
+  const T* values_;
+  std::size_t step_;
+};
+
+inline void Report(std::size_t done, std::size_t* processed) noexcept {
+  if (processed != nullptr) *processed = done;
+}
+
+// Where an array form ended.
+struct ArrayResult {
+  std::size_t done;
+  std::uint32_t error;  // of element done; 0: there was none
+};
+
+// Runs body(i), which answers 0 or an error, from element first on.
+template <typename Body>
+inline ArrayResult RunFrom(std::size_t first, std::size_t count, const Body& body) noexcept {
+  for (std::size_t i = first; i < count; ++i) {
+    const std::uint32_t error = body(i);
+    if (error != 0) return {i, error};
+  }
+  return {count, 0};
+}
+
+// Runs body(i), which cannot fail.
+template <typename Body>
+inline void RunAll(std::size_t count, std::size_t* processed, const Body& body) noexcept {
+  for (std::size_t i = 0; i < count; ++i) body(i);
+  Report(count, processed);
+}
+
+inline void Finish(ldxctx* ctx, const ArrayResult& result, std::size_t* processed) {
+  Report(result.done, processed);
+  if (result.error != 0) ldxerr(ctx, result.error);
+}
+
+}  // namespace kestra::datetime

@@ -1,0 +1,47 @@
+// The array forms that have more than one implementation, behind one table that is chosen once. The
+// scalar table is the reference.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "core/os/cpu.h"
+#include "datetime/array_form.h"
+
+namespace kestra::datetime {
+
+// Each stops before the first element that fails and tells its error.
+struct DateKernels {
+  const char* name;
+  void (*to_julian)(ldxjdate* const* out, const ldxdate* const* in, std::size_t count) noexcept;
+  ArrayResult (*from_julian)(ldxdate* const* out, const ldxjdate* const* in,
+                             std::size_t count) noexcept;
+  ArrayResult (*add_delta)(ldxdate* const* out, const ldxdate* const* in, std::size_t count,
+                           Operands<ldxdelta> deltas) noexcept;
+  ArrayResult (*add_months)(ldxdate* const* out, const ldxdate* const* in, std::size_t count,
+                            Operands<std::int32_t> months) noexcept;
+  void (*last_day)(ldxdate* const* out, const ldxdate* const* in, std::size_t count) noexcept;
+  ArrayResult (*next_day)(ldxdate* const* out, const ldxdate* const* in, std::size_t count,
+                          Operands<std::uint32_t> weekdays, std::uint32_t first_weekday) noexcept;
+};
+
+extern const DateKernels kScalarDateKernels;
+#if defined(__x86_64__)
+extern const DateKernels kAvx512DateKernels;
+#endif
+
+// The best table at a level.
+const DateKernels& DateKernelsFor(os::CpuLevel level) noexcept;
+
+extern constinit std::atomic<const DateKernels*> active_date_kernels;
+const DateKernels& ChooseDateKernels() noexcept;
+
+inline const DateKernels& ActiveDateKernels() noexcept {
+  const DateKernels* kernels = active_date_kernels.load(std::memory_order_relaxed);
+  if (kernels == nullptr) [[unlikely]]
+    return ChooseDateKernels();
+  return *kernels;
+}
+
+}  // namespace kestra::datetime
