@@ -9,7 +9,7 @@
 namespace kestra::os {
 namespace {
 
-constexpr std::size_t kNameRoom = 128;
+constexpr std::size_t kNameRoom = 257;  // a name of 255 bytes, a separator, a NUL
 
 // False for names that would leave the directory.
 bool IsPlainName(const char* name) noexcept {

@@ -212,6 +212,28 @@ DataFile OpenVirtualFile(const char* area_name, const char* path) noexcept {
   return file;
 }
 
+bool NextVirtualFile(const char* area_name, const char* directory, std::size_t& position,
+                     std::span<char> name) noexcept {
+  if (lfvIsVfsMode(area_name) == 0) return false;
+  const std::span<const std::uint8_t> archive = FindArea(area_name)->library.archive;
+  const std::size_t count = Read32(archive, archive::kCountAt);
+  const std::size_t prefix = strlen(directory);
+  while (position < count) {
+    const std::size_t entry = archive::kIndexAt + position++ * archive::kEntrySize;
+    const std::size_t at = Read32(archive, entry);
+    const std::size_t length = Read32(archive, entry + 4);
+    if (at > archive.size() || length > archive.size() - at || length <= prefix + 1) continue;
+    const auto* text = reinterpret_cast<const char*>(archive.data() + at);
+    if (memcmp(text, directory, prefix) != 0 || text[prefix] != '/') continue;
+    const std::size_t rest = length - prefix - 1;
+    if (memchr(text + prefix + 1, '/', rest) != nullptr || rest >= name.size()) continue;
+    memcpy(name.data(), text + prefix + 1, rest);
+    name[rest] = '\0';
+    return true;
+  }
+  return false;
+}
+
 void CloseVirtualFiles() noexcept {
   const MutexLock lock(areas_mutex);
   const std::size_t count = area_count.load(std::memory_order_acquire);

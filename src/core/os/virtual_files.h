@@ -26,6 +26,13 @@ int lfvIsVfsMode(const char* area) noexcept;
 // of an area. The file is not open when there is none of that name.
 DataFile OpenVirtualFile(const char* area, const char* path) noexcept;
 
+// The files of a directory below the home directory, for example "kescore/zoneinfo", in the archives
+// of an area, without those of its own directories: copies the name of the next one, with a NUL, and
+// moves position, which is 0 at the start. False when there are no more. A name that does not fit is
+// passed over.
+bool NextVirtualFile(const char* area, const char* directory, std::size_t& position,
+                     std::span<char> name) noexcept;
+
 // Looks a path up in one archive: its bytes, or an empty span. Safe on any archive bytes.
 std::span<const std::uint8_t> FindInArchive(std::span<const std::uint8_t> archive,
                                             const char* path) noexcept;
