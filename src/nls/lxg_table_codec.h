@@ -79,9 +79,8 @@ class MultibyteDecoder {
       return {table_.code_points[first], 1};
     }
     const std::uint32_t length = (table_.classes[first] & 3u) + 1;
-    if (static_cast<std::size_t>(end - p) < length) {
-      return {kTruncated, static_cast<std::uint32_t>(end - p)};
-    }
+    const auto left = static_cast<std::size_t>(end - p);
+    if (left < length) return NextCutOff(p, static_cast<std::uint32_t>(left));
     const std::uint32_t cell = FindCell(p, end);
     const std::uint32_t code_point = cell == kernels::kNoCell ? 0 : LoadCell(table_, cell);
     if (code_point - 1 < kMaxCodePoint) return {code_point, length};
@@ -112,6 +111,19 @@ class MultibyteDecoder {
   }
 
  private:
+  // What is left of the text is shorter than its character. It stays open unless a byte below 80,
+  // which is not swallowed, shows already that there is none.
+  Decoded NextCutOff(const std::uint8_t* p, std::uint32_t left) const noexcept {
+    std::uint32_t next_row = table_.row_count == 0 ? 0 : Load16(table_.leads, std::size_t{2} * *p);
+    for (std::uint32_t i = 1; i < left; ++i) {
+      const std::uint32_t cell =
+          next_row == 0 ? kernels::kNoCell : FindRowCell(table_, next_row - 1, p[i]);
+      if (cell == kernels::kNoCell && p[i] < 0x80) return {kMalformed, i};
+      next_row = cell == kernels::kNoCell ? 0 : LoadCell(table_, cell);
+    }
+    return {kTruncated, left};
+  }
+
   kernels::MultibyteDecodeTable table_{};
 };
 

@@ -3,13 +3,11 @@
 // of a few hundred.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <random>
 
-#include "kestra/convert.h"
-#include "tests/support/hex.h"
-#include "tests/support/nls_fixture.h"
+#include "tests/support/conversion_fixture.h"
 #include "tests/support/stateful_reference.h"
 
 namespace kestra::test {
@@ -24,96 +22,12 @@ constexpr SetName kSets[] = {{900, "IBM930"}, {901, "IBM939"},  {902, "IBM1390"}
                              {908, "IBM937"}, {909, "IBM1371"}, {854, nullptr},   {9994, nullptr},
                              {9995, nullptr}, {9996, nullptr},  {9997, nullptr},  {9998, nullptr},
                              {9999, nullptr}};
-constexpr std::uint32_t kUtf16 = 2000;
-constexpr std::uint64_t kNone = UINT64_MAX;
-
-struct Outcome {
-  std::string bytes;
-  lxstatus status;
-  std::uint32_t error;
-};
-
 std::size_t TextCount(std::size_t ordinary) {
   const char* count = std::getenv("KESTRA_LONG_TESTS");
   return count == nullptr ? ordinary : static_cast<std::size_t>(std::atoll(count));
 }
 
-class Stateful : public testing::Test {
- protected:
-  const lxobject* Set(std::uint32_t id) {
-    const lxobject* set = lxpcobj(id, session_.context());
-    EXPECT_NE(set, nullptr) << id;
-    return set;
-  }
-
-  // The source and the room end at pages that trap.
-  Outcome Convert(std::uint32_t to, std::uint32_t from, std::string_view source, std::size_t room,
-                  std::uint32_t options = 0) {
-    EXPECT_LE(source.size(), source_.size());
-    EXPECT_LE(room, room_.size());
-    std::uint8_t* in = source_.data() + source_.size() - source.size();
-    std::uint8_t* out = room_.data() + room_.size() - room;
-    if (!source.empty()) std::memcpy(in, source.data(), source.size());
-    const std::size_t n =
-        lxgcnvb(out, Set(to), room, in, Set(from), source.size(), options, session_.context());
-    EXPECT_LE(n, room);
-    return {std::string(reinterpret_cast<char*>(out), n), session_.context()->status,
-            session_.context()->error};
-  }
-  Outcome Convert(std::uint32_t to, std::uint32_t from, std::string_view source) {
-    return Convert(to, from, source, 16 * source.size() + 64);
-  }
-
-  // Converts in two pieces, cut in the source at `cut`.
-  Outcome ConvertSplit(std::uint32_t to, std::uint32_t from, std::string_view source,
-                       std::size_t cut) {
-    Outcome first =
-        Convert(to, from, source.substr(0, cut), 16 * source.size() + 64, KES_CONVERT_MORE);
-    const lxstatus before = first.status;
-    EXPECT_EQ(first.error, 0u);
-    const Outcome last = Convert(to, from, source.substr(before.consumed), 16 * source.size() + 64,
-                                 KES_CONVERT_CONTINUE);
-    first.bytes += last.bytes;
-    first.error = last.error;
-    first.status = last.status;
-    first.status.consumed += before.consumed;
-    first.status.characters_total += before.characters_total;
-    if (before.replacement != 0) first.status.replacement = before.replacement;
-    if (before.first_replaced != kNone) {
-      first.status.first_replaced = before.first_replaced;
-    } else if (last.status.first_replaced != kNone) {
-      first.status.first_replaced += before.consumed;
-    }
-    return first;
-  }
-
-  NlsSession session_{FullHome()};
-  GuardedBuffer source_{1 << 20};
-  GuardedBuffer room_{1 << 24};
-};
-
-testing::AssertionResult Same(const Outcome& got, const Outcome& wanted) {
-  if (got.bytes == wanted.bytes && got.error == wanted.error &&
-      got.status.consumed == wanted.status.consumed &&
-      got.status.characters_total == wanted.status.characters_total &&
-      got.status.first_replaced == wanted.status.first_replaced &&
-      got.status.replacement == wanted.status.replacement) {
-    return testing::AssertionSuccess();
-  }
-  const auto print = [](const Outcome& o) {
-    return Hex(reinterpret_cast<const std::uint8_t*>(o.bytes.data()), o.bytes.size()) + " error " +
-           std::to_string(o.error) + " consumed " + std::to_string(o.status.consumed) +
-           " characters " + std::to_string(o.status.characters_total) + " first " +
-           std::to_string(static_cast<std::int64_t>(o.status.first_replaced)) + " indicator " +
-           std::to_string(o.status.replacement);
-  };
-  return testing::AssertionFailure()
-         << "\n  got    " << print(got) << "\n  wanted " << print(wanted);
-}
-
-std::string Show(std::string_view bytes) {
-  return Hex(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-}
+using Stateful = ConversionTest;
 
 std::string ToUtf16(const std::vector<std::uint32_t>& text) {
   std::string bytes;
@@ -184,6 +98,14 @@ std::string RandomUnicode(std::mt19937& random, std::size_t characters) {
   return ToUtf16(text);
 }
 
+// One to four places in order.
+std::vector<std::size_t> RandomCuts(std::mt19937& random, std::size_t size) {
+  std::vector<std::size_t> cuts(1 + random() % 4);
+  for (std::size_t& cut : cuts) cut = random() % (size + 1);
+  std::sort(cuts.begin(), cuts.end());
+  return cuts;
+}
+
 TEST_F(Stateful, AgreeWithTheSlowReferenceOnRandomTexts) {
   for (const SetName& set : kSets) {
     if (set.map == nullptr) continue;
@@ -217,12 +139,12 @@ TEST_F(Stateful, PiecesGiveWhatOneCallGives) {
       const Outcome read = Convert(kUtf16, set.id, coded);
       const std::string text = RandomUnicode(random, 1 + random() % 20);
       const Outcome written = Convert(set.id, kUtf16, text);
-      const std::size_t cut = random() % (coded.size() + 1);
-      ASSERT_TRUE(Same(ConvertSplit(kUtf16, set.id, coded, cut), read))
-          << Show(coded) << " at " << cut;
-      const std::size_t place = random() % (text.size() + 1);
-      ASSERT_TRUE(Same(ConvertSplit(set.id, kUtf16, text, place), written))
-          << Show(text) << " at " << place;
+      const std::vector<std::size_t> cuts = RandomCuts(random, coded.size());
+      ASSERT_TRUE(Same(ConvertPieces(kUtf16, set.id, coded, cuts), read))
+          << Show(coded) << " at " << testing::PrintToString(cuts);
+      const std::vector<std::size_t> places = RandomCuts(random, text.size());
+      ASSERT_TRUE(Same(ConvertPieces(set.id, kUtf16, text, places), written))
+          << Show(text) << " at " << testing::PrintToString(places);
     }
     // One longer text at every byte, also between two stateful sets.
     const std::string coded = Convert(set.id, kUtf16, RandomUnicode(random, 60)).bytes;
