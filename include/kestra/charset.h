@@ -46,8 +46,8 @@ typedef struct lxcursor {
 } lxcursor;
 
 /* lxmopen: sets a cursor to the start of a text. In a stateful set leading shift bytes are passed
- * over unless options is non-zero. text may be null with length 0. Returns the cursor. Threads  no
- * shared state but the area, which is only read. */
+ * over unless options is non-zero. text may be null with length 0. Returns the cursor.
+ * Threads  no shared state but the area, which is only read. */
 KES_API lxcursor *lxmopen(const uint8_t *text, size_t length, lxcursor *cursor,
                           const lxhandle *handle, lxcontext *context,
                           uint32_t options) KES_NOEXCEPT;
@@ -77,12 +77,16 @@ KES_API int lxmxdix(const lxcursor *cursor,
  * lxwfrmb: text to wide characters. Shift bytes are left out; a character cut off by the end gives
  * one wide character for each of its bytes.
  * room     number of wide characters that fit.
- * Result   wide characters written; status.consumed tells the bytes. Errors 6 full, 34 character
- * set not available. lxwtomb: wide characters to text, in a stateful set with the shifts they need
- * and a return to the single-byte state at the end, for which room is kept. Result   bytes written;
- * status.characters_total tells the wide characters taken. Error 6 full. */
+ * Result   wide characters written; status.consumed tells the bytes.
+ * Errors   6 full; 34 character set not available. */
 KES_API size_t lxwfrmb(uint32_t *wide, size_t room, const uint8_t *text, size_t length,
                        const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
+
+/* lxwtomb: wide characters to text, in a stateful set with the shifts they need and a return to the
+ * single-byte state at the end, for which room is kept.
+ * room     bytes that fit.
+ * Result   bytes written; status.characters_total tells the wide characters taken.
+ * Errors   6 full. */
 KES_API size_t lxwtomb(uint8_t *destination, size_t room, const uint32_t *wide, size_t count,
                        const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
 
@@ -107,24 +111,29 @@ enum {
   KES_SCAN_CUT_OFF = 2    /* at length begins a character that the end of the text cuts off */
 };
 typedef struct lxscan {
-  uint64_t length; /* bytes of the well-formed part in front */
-  uint64_t
-      characters;   /* in it, as lxmfwdx steps: UTF-16 and the forms over its units count units */
-  uint64_t columns; /* that it takes on a fixed-width display: 2 for wide East Asian characters and
-                       emoji, 0 for combining marks and controls, else 1 */
-  uint32_t verdict; /* KES_SCAN_ */
+  /* Bytes of the well-formed part in front. */
+  uint64_t length;
+  /* Characters in it, as lxmfwdx steps: UTF-16 and the forms over its units count units. */
+  uint64_t characters;
+  /* Columns that it takes on a fixed-width display: 2 for wide East Asian characters and emoji, 0
+   * for combining marks and controls, else 1. */
+  uint64_t columns;
+  uint32_t verdict;     /* KES_SCAN_ */
   uint32_t shift_state; /* behind it */
   uint64_t spare[4];
 } lxscan;
 
 /* lxcscan: reads a text up to the first place that a conversion would replace.
- * text     may be null with length 0.
- * Result   result->length. Error 34: the handle's character set cannot be loaded. */
+ * text     may be null with length 0. An odd last byte of UTF-16 is cut off.
+ * Result   result->length.
+ * Errors   34 the handle's character set cannot be loaded. */
 KES_API size_t lxcscan(const uint8_t *text, size_t length, lxscan *result, const lxhandle *handle,
                        lxcontext *context) KES_NOEXCEPT;
 
 /* lxBomDetect: the byte-order mark at the start of a text.
- * charset  in: declared id, 0 unknown; out: the id that the mark tells.
+ * text     may be null with length 0.
+ * charset  in: declared id, 0 unknown; out: the id that the mark tells. Null: unknown, and the
+ *          caller does not want to be told.
  * status   may be null; 0, or 2000 when the mark contradicts the declared byte order.
  * Result   length of the mark in bytes, 0 none. */
 KES_API size_t lxBomDetect(const uint8_t *text, size_t length, uint32_t *charset,

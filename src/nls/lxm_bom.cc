@@ -41,6 +41,8 @@ extern "C" size_t lxBomDetect(const uint8_t* text, size_t length, uint32_t* char
                               uint32_t* status) noexcept {
   if (status != nullptr) *status = 0;
   if (text == nullptr) return 0;
+  std::uint32_t unknown = 0;
+  if (charset == nullptr) charset = &unknown;
   for (const Mark& mark : kMarks) {
     if (mark.declared != *charset || length < mark.minimum) continue;
     if (std::memcmp(text, mark.bytes, mark.tested) != 0) continue;

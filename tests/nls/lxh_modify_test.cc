@@ -148,6 +148,44 @@ TEST_F(LxhModify, NumericCharactersOfOtherSets) {
   EXPECT_EQ(Set(ebcdic, 71, "\xF1\x6B"), 0) << "1 in EBCDIC";
 }
 
+// The fixed data has no set with a shift state. 43 41 and 43 4B are two characters of this one.
+TEST(LxhModifyFullData, NumericCharactersOfASetWithShiftState) {
+  NlsSession session(FullHome());
+  constexpr struct {
+    const char* what;
+    const char* given;
+    const char* stored;  // null: refused
+  } kCases[] = {
+      {"base state", "4B 6B", "4B 6B"},
+      {"what follows is left", "4B 6B C1", "4B 6B"},
+      {"both shifted, with the return", "0E 43 41 43 4B 0F", "0E 43 41 43 4B 0F"},
+      {"... which is added where it is missing", "0E 43 41 43 4B", "0E 43 41 43 4B 0F"},
+      {"... and where more characters follow", "0E 43 41 43 4B 43 41", "0E 43 41 43 4B 0F"},
+      {"one of each", "4B 0E 43 41 0F", "4B 0E 43 41 0F"},
+      {"... the other way round", "0E 43 41 0F 6B", "0E 43 41 0F 6B"},
+      {"the same character twice", "0E 43 41 43 41 0F", nullptr},
+      {"half a character", "4B 0E 43", nullptr},
+      {"only shifts behind the first", "4B 0E 0F", nullptr},
+      {"only shifts", "0E 0F", nullptr},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.what);
+    lxhandle handle = session.Handle("JAPANESE_JAPAN.JA16IBM930");
+    const std::string before = session.Info(handle, 71);
+    const std::vector<std::uint8_t> bytes = Bytes(c.given);
+    const int done = lxhlmod(&handle, reinterpret_cast<const char*>(bytes.data()), bytes.size(), 71,
+                             0, 0, session.context());
+    EXPECT_EQ(done, c.stored != nullptr ? 1 : 0);
+    const std::string after = session.Info(handle, 71);
+    const auto* stored = reinterpret_cast<const std::uint8_t*>(after.data());
+    if (c.stored == nullptr) {
+      EXPECT_EQ(after, before);
+    } else {
+      EXPECT_EQ(Hex(stored, after.size()), c.stored);
+    }
+  }
+}
+
 TEST_F(LxhModify, CharacterSetCarriesTheTextsOver) {
   lxhandle handle = session_.Handle("GERMAN_GERMANY.WE8ISO8859P1");
   ASSERT_EQ(Set(handle, 69, "\xA3"), 1);  // pound sign

@@ -137,8 +137,8 @@ TEST_F(LxmCursor, ClassesOfMultibyteCharacters) {
   EXPECT_EQ(Classes("D0 96"), "nagru");
   EXPECT_EQ(Classes("D0 B6"), "naglr");
   EXPECT_EQ(Classes("EF BC 91"), "ndgrx");  // full-width digit
-  EXPECT_EQ(Classes("E2 82 AC"), "grp");   // euro
-  EXPECT_EQ(Classes("E3 80 80"), "rs");    // ideographic space
+  EXPECT_EQ(Classes("E2 82 AC"), "grp");    // euro
+  EXPECT_EQ(Classes("E3 80 80"), "rs");     // ideographic space
   EXPECT_EQ(Classes("F0 9F 98 80"), "grp");
   EXPECT_EQ(Classes("E2 82"), "");  // cut off
   EXPECT_EQ(Classes("80 80"), "");
@@ -206,7 +206,12 @@ TEST(LxBomDetect, MarkByDeclaredSet) {
     EXPECT_EQ(lxBomDetect(text.data(), text.size(), &charset, &status), c.length);
     EXPECT_EQ(charset, c.charset);
     EXPECT_EQ(status, c.status);
+    if (c.declared == 0) {
+      EXPECT_EQ(lxBomDetect(text.data(), text.size(), nullptr, nullptr), c.length);
+    }
   }
+  std::uint32_t charset = 873;
+  EXPECT_EQ(lxBomDetect(nullptr, 0, &charset, nullptr), 0u);
 }
 
 }  // namespace
