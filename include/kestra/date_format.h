@@ -123,6 +123,44 @@ KES_API uint32_t ldxsnf(ldxctx *ctx, const uint8_t **text, size_t *remaining, ui
 KES_API uint32_t ldxsnfcom(ldxctx *ctx, const uint8_t **text, size_t *remaining, uint8_t **out,
                            size_t *space, ldxscan *state);
 
+/* ldxdts: writes a date.
+ *
+ * date     every field in its range.
+ * format   compiled by ldxsti or ldxsto, of format_length bytes; null: the context's default.
+ * out      receives the text in the handle's set, at most room bytes, not terminated.
+ * Result   its length in bytes; 0 after an error.
+ * Fill mode: numbers have zeros in front up to their digits, names blanks after them up to the
+ * widest of the language (as wide on a display as it is), Roman months up to 4, the S elements a
+ * blank for the sign of a year of our era; YEAR and spelled numbers are not filled. Without fill
+ * mode none of these. In a calendar that is not Gregorian the elements of year, month and day are
+ * the calendar's; centuries too; ISO years and weeks, weekdays, J and times are not.
+ * Errors   1841, 1843, 1847, 1850, 1851, 1852 a field of the date (year, month, day, hour, minute,
+ *          second) is out of its range; 1801 no room (what is in out has no meaning); 1821 the
+ *          format is damaged; 1822 E or EE, but the handle's calendar has no eras of its own; 1865
+ *          the date lies in an era without a name; 600 no format given and no default.
+ * Overlap  none. */
+KES_API size_t ldxdts(ldxctx *ctx, const ldxdate *date, const uint8_t *format,
+                      size_t format_length, uint8_t *out, size_t room);
+
+/* ldxdtsint: the same without raising anything. *length receives the length.
+ * Result   0, or the number that ldxdts would raise; then *length is 0. */
+KES_API uint32_t ldxdtsint(ldxctx *ctx, const ldxdate *date, const uint8_t *format,
+                           size_t format_length, uint8_t *out, size_t room,
+                           size_t *length) KES_NOEXCEPT;
+
+/* ldxdtsu: the same into UTF-16 in the platform's byte order, or that of the handle's set when that
+ * has two-byte units. room and result count units. */
+KES_API size_t ldxdtsu(ldxctx *ctx, const ldxdate *date, const uint8_t *format,
+                       size_t format_length, uint16_t *out, size_t room);
+
+/* ldxdtsarr: writes count dates in one format; an array form as date.h tells.
+ *
+ * out      addresses of the texts; lengths receives their lengths.
+ * rooms    their rooms, the second operands: with KES_DATE_SHARED in flags rooms[0] for all. */
+KES_API void ldxdtsarr(ldxctx *ctx, uint8_t *const *out, const ldxdate *const *dates, size_t count,
+                       const size_t *rooms, size_t *lengths, const uint8_t *format,
+                       size_t format_length, uint32_t flags, size_t *processed);
+
 #ifdef __cplusplus
 }
 #endif

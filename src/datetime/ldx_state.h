@@ -18,10 +18,82 @@ struct Fault {
   explicit operator bool() const noexcept { return number != 0; }
 };
 
+// A name: where its bytes are in the pool, and how wide it is on a fixed-width display.
+struct NameRef {
+  std::uint16_t at;
+  std::uint8_t length;
+  std::uint8_t columns;
+};
+inline constexpr std::size_t kNameRoom = 128;  // no name has more bytes; longer ones are cut
+
+// A name in capitals, with a capital first letter (else as the language has it), in small letters.
+struct NameForms {
+  NameRef form[3];
+};
+
+// Names in the order of the query items: 0-6 days, 7-13 short days, 14-25 months, 26-37 short
+// months, 40 and 41 AM and PM, 42 and 43 AD and BC, 44-55 months standing alone; then the 13
+// Roman months and the words with periods, which are the same in every language.
+enum NameIndex : std::uint8_t {
+  kDayNames = 0,
+  kShortDayNames = 7,
+  kMonthNames = 14,
+  kShortMonthNames = 26,
+  kMeridianNames = 40,
+  kEraNames = 42,
+  kAloneMonthNames = 44,
+  kLanguageNames = 56,
+  kRomanMonths = 56,
+  kPeriodMeridians = 69,
+  kPeriodEras = 71,
+  kNameCount = 73
+};
+// Names of a calendar: 13 months, 13 short months, 8 eras (the latest), 8 short eras.
+enum CalendarNameIndex : std::uint8_t {
+  kCalendarMonths = 0,
+  kCalendarShortMonths = 13,
+  kCalendarEras = 26,
+  kCalendarShortEras = 34,
+  kCalendarNameCount = 42
+};
+
+inline constexpr std::size_t kPoolSize = 9216;
+inline constexpr std::size_t kCopySlack = 16;  // names are copied in pieces of this size
+
+// A compiled format that is nothing but two-digit fields and literals, as a text with holes.
+inline constexpr std::size_t kPlanFormat = 64;
+inline constexpr std::size_t kPlanText = 64;
+inline constexpr std::size_t kPlanFields = 8;
+struct FieldPlace {
+  std::uint8_t offset;  // in the text
+  std::uint8_t field;   // PlanField
+};
+struct Plan {
+  std::uint8_t format[kPlanFormat];  // which it was made of
+  std::uint8_t format_length;        // 0: none
+  std::uint8_t text_length;          // 0: the format is not of that kind
+  std::uint8_t field_count;
+  bool readable;  // year, month and day stand in it, and nothing twice
+  FieldPlace fields[kPlanFields];
+  std::uint8_t text[kPlanText];
+};
+
 // Lies in ldxctx::inner. All zeros is a context without a language.
 struct State {
   Basis basis;
   bool two_byte_units;  // UTF-16 handle: models and names are kept in UTF-8
+  bool whole_names;     // names are compared as a whole: the set has shift state
+  bool names_loaded;
+  bool calendar_loaded;
+  std::uint16_t pool_used;
+  NameForms names[kNameCount];
+  NameForms calendar_names[kCalendarNameCount];
+  NameRef group_separator;
+  // The widest of days, short days, months, ... in columns, by the index of the first name.
+  std::uint8_t widths[kNameCount];
+  std::uint8_t calendar_widths[kCalendarNameCount];
+  Plan plan;
+  std::uint8_t pool[kPoolSize + kCopySlack];
 };
 static_assert(sizeof(State) <= KES_DATE_INNER_BYTES);
 

@@ -1,8 +1,11 @@
 #include "datetime/utf16_text.h"
 
+#include "nls/handle_parts.h"
+
 namespace kestra::datetime {
 namespace {
 
+constexpr std::uint16_t kBigEndianId = 2000;
 constexpr std::uint16_t kLittleEndianId = 2002;
 constexpr std::uint32_t kReplacement = 0xFFFD;
 constexpr std::uint32_t kPastUnits = 0x10000;
@@ -54,6 +57,11 @@ constexpr std::size_t Utf8Length(std::uint8_t lead) noexcept {
 UnitOrder OrderOfUnits(const ldxctx& ctx) noexcept {
   if (ctx.handle == nullptr || !StateOf(ctx).two_byte_units) return kPlatformOrder;
   return ctx.handle->charset_id == kLittleEndianId ? UnitOrder::kLittle : UnitOrder::kBig;
+}
+
+const lxobject* UnitSet(const ldxctx& ctx) noexcept {
+  return nls::CharsetObject(
+      OrderOfUnits(ctx) == UnitOrder::kLittle ? kLittleEndianId : kBigEndianId, ctx.nls);
 }
 
 bool KeepsUtf8(const ldxctx& ctx) noexcept {

@@ -18,6 +18,9 @@ inline constexpr UnitOrder kPlatformOrder =
 // The order of the handle's set when that has two-byte units, else the platform's.
 UnitOrder OrderOfUnits(const ldxctx& ctx) noexcept;
 
+// The set that such text is in for lxgcnv: 2002 or 2000.
+const lxobject* UnitSet(const ldxctx& ctx) noexcept;
+
 // The context's set is UTF-8, or two-byte units, for which UTF-8 stands.
 bool KeepsUtf8(const ldxctx& ctx) noexcept;
 

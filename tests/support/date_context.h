@@ -11,6 +11,18 @@
 
 namespace kestra::test {
 
+inline ldxdate MakeDate(int year, int month, int day, int hour = 0, int minute = 0,
+                        int second = 0) {
+  ldxdate date{};
+  date.year = static_cast<std::int16_t>(year);
+  date.month = static_cast<std::uint8_t>(month);
+  date.day = static_cast<std::uint8_t>(day);
+  date.hour = static_cast<std::uint8_t>(hour);
+  date.minute = static_cast<std::uint8_t>(minute);
+  date.second = static_cast<std::uint8_t>(second);
+  return date;
+}
+
 struct DateError {
   std::uint32_t number;
 };
@@ -48,6 +60,15 @@ class DateContext {
     out.resize(length);
     return out;
   }
+  // A date in a model, which is compiled for output.
+  std::string Write(const ldxdate& date, std::string_view model) {
+    const std::string format = CompileForOutput(model);
+    std::string out(4096, '\xEE');
+    out.resize(ldxdts(&ctx_, &date, TextData(format), format.size(),
+                      reinterpret_cast<std::uint8_t*>(out.data()), out.size()));
+    return out;
+  }
+
   // The number raised by a call, 0 for none.
   template <typename Call>
   std::uint32_t ErrorOf(const Call& call) {

@@ -1,0 +1,75 @@
+// Plans: the commonest compiled formats, such as that of YYYY-MM-DD HH24:MI:SS, are nothing but
+// fields of two digits between literals. Such a format is written as its text with holes, into
+// which the pairs are put, and read by comparing the text around the holes: no walk over elements,
+// no branch that depends on the date. A context keeps the plan of the format that came last.
+#pragma once
+
+#include <string.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "datetime/ldx_state.h"
+
+namespace kestra::datetime {
+
+enum PlanField : std::uint8_t {
+  kCenturyField,
+  kYearField,
+  kMonthField,
+  kDayField,
+  kHourField,
+  kMinuteField,
+  kSecondField,
+  kPlanFieldCount
+};
+
+void MakePlan(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noexcept;
+
+inline bool SameFormat(const Plan& plan, std::span<const std::uint8_t> format) noexcept {
+  const std::size_t length = format.size();
+  if (plan.format_length != length) return false;
+  // Overlapping words instead of a call: formats of plans are short.
+  if (length < 8) return memcmp(plan.format, format.data(), length) == 0;
+  std::uint64_t difference = 0;
+  const auto compare = [&](std::size_t at) {
+    std::uint64_t x, y;
+    memcpy(&x, plan.format + at, 8);
+    memcpy(&y, format.data() + at, 8);
+    difference |= x ^ y;
+  };
+  for (std::size_t at = 0; at + 8 < length; at += 8) compare(at);
+  compare(length - 8);
+  return difference == 0;
+}
+
+// The plan of a format; null when it is not of that kind.
+inline const Plan* PlanOf(State& state, std::span<const std::uint8_t> format) noexcept {
+  if (format.empty() || format.size() > kPlanFormat) return nullptr;
+  if (!SameFormat(state.plan, format)) [[unlikely]]
+    MakePlan(state.plan, format, state.basis);
+  return state.plan.text_length != 0 ? &state.plan : nullptr;
+}
+
+// Pairs of decimal digits, the tens in the lower byte's place in memory; from 100 on they repeat.
+struct DigitPairs {
+  std::uint8_t bytes[256][2];
+};
+inline constexpr DigitPairs kDigitPairs = [] {
+  DigitPairs pairs{};
+  for (std::size_t i = 0; i < 256; ++i) {
+    pairs.bytes[i][0] = static_cast<std::uint8_t>('0' + i % 100 / 10);
+    pairs.bytes[i][1] = static_cast<std::uint8_t>('0' + i % 10);
+  }
+  return pairs;
+}();
+
+inline void PutPair(std::uint8_t* at, std::uint32_t value, Basis basis) noexcept {
+  std::uint16_t pair;
+  memcpy(&pair, kDigitPairs.bytes[value & 0xFF], 2);
+  if (basis == Basis::kEbcdic) pair |= 0xC0C0;
+  memcpy(at, &pair, 2);
+}
+
+}  // namespace kestra::datetime
