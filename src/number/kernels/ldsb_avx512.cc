@@ -43,7 +43,7 @@ template <class T>
 inline constexpr std::size_t kChains = sizeof(T) == 8 ? 2 : 1;
 
 // How far ahead the lines of results are fetched: a masked store does not make the processor do it.
-constexpr std::size_t kAhead = 1024;
+constexpr std::size_t kAhead = 4096;
 
 template <class T>
 KES_DSB_LANE void StartExtremes(__m512i (&lo)[kChains<T>], __m512i (&hi)[kChains<T>]) noexcept {
@@ -346,57 +346,71 @@ KES_DSB_AVX512 void ConvertAll(std::size_t n, const void* in, void* out,
   }
 }
 
-// Eight elements of 64 or 128 bits as 128-bit ones; a lane past the last one is 0.
-template <int kIn>
-KES_DSB_LANE Words<2> LoadTo128(const void* array, std::size_t i, std::size_t count) noexcept {
-  if constexpr (kIn == 5) {
-    return LoadWords<2>(static_cast<const int128*>(array) + i, count);
+// Eight elements from the i-th on, at most count of them, sign-extended to kWords words.
+template <int kIn, std::size_t kWords>
+KES_DSB_LANE Words<kWords> LoadExtended(const void* array, std::size_t i,
+                                        std::size_t count) noexcept {
+  const void* p = static_cast<const Element<kIn>*>(array) + i;
+  if constexpr (sizeof(Element<kIn>) == 8 * kWords) {
+    return LoadWords<kWords>(p, count);
+  } else if constexpr (kIn == 5) {
+    const Words<2> x = LoadWords<2>(p, count);
+    return {{x.word[0], x.word[1], _mm512_srai_epi64(x.word[1], 63)}};
   } else {
     const auto mask = static_cast<__mmask8>(count >= kWordLanes ? 0xFF : (1u << count) - 1);
-    const __m512i x = _mm512_maskz_loadu_epi64(mask, static_cast<const std::int64_t*>(array) + i);
+    const __m512i x =
+        count >= kWordLanes ? _mm512_loadu_si512(p) : _mm512_maskz_loadu_epi64(mask, p);
     return {{x, _mm512_srai_epi64(x, 63)}};
   }
 }
 
-template <int kIn, class Operation, bool kScalar, bool kMinMax>
-KES_DSB_LANE void RunTo128(std::size_t n, const void* left, const void* right, void* out,
+// 128 and 192 bits, eight elements at a time.
+template <int kIn, int kOut, class Operation, bool kScalar, bool kMinMax>
+KES_DSB_LANE void RunWords(std::size_t n, const void* left, const void* right, void* out,
                            const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
-  WordExtremes<2> extremes = NoExtremes<2>();
-  Words<2> x = {};
-  if constexpr (kScalar) x = FillWords<2>(Int192(Convert<int128>(LoadAt<Element<kIn>>(left, 0))));
-  for (std::size_t i = 0; i < n; i += kWordLanes) {
-    const std::size_t count = n - i;
-    const auto mask =
-        static_cast<__mmask8>((nulls == nullptr ? 0xFF : ~nulls[i / 8]) &
-                              (count >= kWordLanes ? 0xFF : static_cast<int>((1u << count) - 1)));
-    if constexpr (!kScalar) x = LoadTo128<kIn>(left, i, count);
-    const Words<2> y = LoadTo128<kIn>(right, i, count);
-    Words<2> result;
-    if constexpr (std::is_same_v<Operation, AddOperation>) {
-      result = AddWords(x, y);
-    } else if constexpr (std::is_same_v<Operation, SubtractOperation>) {
-      result = SubtractWords(x, y);
-    } else if constexpr (kIn == 5) {
-      result = MultiplyWords(x, y);
-    } else {
-      result = MultiplySignedWords(x, y);
-    }
-    int128* to = static_cast<int128*>(out) + i;
-    __builtin_prefetch(reinterpret_cast<const char*>(to) + kAhead);
-    __builtin_prefetch(reinterpret_cast<const char*>(to) + kAhead + 64);
-    StoreWords(to, mask, result);
-    if constexpr (kMinMax) AddExtremes<2>(extremes, mask, result);
+  using Out = Element<kOut>;
+  constexpr std::size_t kWords = sizeof(Out) / 8;
+  WordExtremes<kWords> extremes = NoExtremes<kWords>();
+  Words<kWords> x = {};
+  if constexpr (kScalar) {
+    x = FillWords<kWords>(Convert<Int192>(LoadAt<Element<kIn>>(left, 0)));
   }
-  if constexpr (kMinMax) Merge<2>(extremes, minmax);
+  const AliveGroups groups(nulls, n);
+  for (std::size_t first = 0; first < n; first += kGroup) {
+    std::uint64_t alive = groups.At(first);
+    if (alive == 0) continue;
+    const std::size_t end = n - first < kGroup ? n : first + kGroup;
+    for (std::size_t i = first; i < end; i += kWordLanes, alive >>= kWordLanes) {
+      const auto mask = static_cast<__mmask8>(alive);
+      if constexpr (!kScalar) x = LoadExtended<kIn, kWords>(left, i, n - i);
+      const Words<kWords> y = LoadExtended<kIn, kWords>(right, i, n - i);
+      Words<kWords> result;
+      if constexpr (std::is_same_v<Operation, AddOperation>) {
+        result = AddWords<kWords>(x, y);
+      } else if constexpr (std::is_same_v<Operation, SubtractOperation>) {
+        result = SubtractWords<kWords>(x, y);
+      } else {
+        result = MultiplyWords(x, y);
+      }
+      Out* to = static_cast<Out*>(out) + i;
+#pragma GCC unroll 3
+      for (std::size_t k = 0; k < kWords; ++k) {
+        __builtin_prefetch(reinterpret_cast<const char*>(to) + kAhead + 64 * k);
+      }
+      StoreWords<kWords>(to, mask, result);
+      if constexpr (kMinMax) AddExtremes<kWords>(extremes, mask, result);
+    }
+  }
+  if constexpr (kMinMax) Merge<kWords>(extremes, minmax);
 }
 
-template <int kIn, class Operation, bool kScalar>
-KES_DSB_AVX512 void MemberTo128(std::size_t n, const void* left, const void* right, void* out,
+template <int kIn, int kOut, class Operation, bool kScalar>
+KES_DSB_AVX512 void WordsMember(std::size_t n, const void* left, const void* right, void* out,
                                 const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
   if (minmax == nullptr) {
-    RunTo128<kIn, Operation, kScalar, false>(n, left, right, out, nulls, nullptr);
+    RunWords<kIn, kOut, Operation, kScalar, false>(n, left, right, out, nulls, nullptr);
   } else {
-    RunTo128<kIn, Operation, kScalar, true>(n, left, right, out, nulls, minmax);
+    RunWords<kIn, kOut, Operation, kScalar, true>(n, left, right, out, nulls, minmax);
   }
 }
 
@@ -420,36 +434,10 @@ KES_DSB_AVX512 void MinMaxWords(std::size_t n, const void* data, const std::uint
   Merge<kWords>(extremes[1], minmax);
 }
 
-// 192 bits: the sums run as the compiler makes them of carries, and nulls are left out when the
-// results of a group are stored: each bit of the bitmap is spread over the lanes of its element.
-KES_DSB_AVX512 void StoreAlive192(const Int192* results, void* out, std::uint64_t alive) noexcept {
-  const auto* from = reinterpret_cast<const std::int64_t*>(results);
-  auto* to = static_cast<std::int64_t*>(out);
-  for (unsigned byte = 0; byte < 8; ++byte) {
-    const unsigned lanes = _pdep_u32(static_cast<unsigned>(alive >> 8 * byte & 0xFF), 0x249249) * 7;
-    for (unsigned word = 0; word < 3; ++word) {
-      __builtin_prefetch(reinterpret_cast<const char*>(to) + kAhead);
-      _mm512_mask_storeu_epi64(to, static_cast<__mmask8>(lanes >> 8 * word),
-                               _mm512_loadu_si512(from));
-      from += 8;
-      to += 8;
-    }
-  }
-}
-
-template <class Operation, bool kScalar>
-KES_DSB_AVX512 void Member192(std::size_t n, const void* left, const void* right, void* out,
-                              const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
-  MemberBody<Int192, Int192, Operation, kScalar, StoreAlive192>(n, left, right, out, nulls, minmax,
-                                                                MinMaxWords<3>);
-}
-
 template <int kIn, int kOut, class Operation, bool kScalar>
 constexpr MemberKernel MemberFor() noexcept {
-  if constexpr (kOut == 6) {
-    return Member192<Operation, kScalar>;
-  } else if constexpr (kOut == 5) {
-    return MemberTo128<kIn, Operation, kScalar>;
+  if constexpr (kOut >= 5) {
+    return WordsMember<kIn, kOut, Operation, kScalar>;
   } else {
     return Member<kIn, kOut, Operation, kScalar>;
   }
@@ -485,6 +473,7 @@ constexpr Kernels MakeKernels() noexcept {
   Kernels k = {};
   FillRow<1>(k);
   FillPair<5, 5>(k);
+  FillPair<5, 6>(k);
   FillPair<6, 6>(k);
   k.members[6][3][1] = SumTo128<4>;
   k.members[6][4][0] = SumTo128<5>;

@@ -20,15 +20,8 @@
 namespace kestra::number::dsb {
 
 inline constexpr std::size_t kGroup = 64;
-inline constexpr int kMany = 24;  // elements of a group from which on computing all 64 is faster
 
-// Stores those of 64 results that are not null.
-template <class T>
-using StoreAlive = void (*)(const T* results, void* out, std::uint64_t alive) noexcept;
-
-// kStore: what mixed groups are stored with, after all 64 results are computed; null: element by
-// element.
-template <class In, class Out, class Operation, bool kScalar, StoreAlive<Out> kStore = nullptr>
+template <class In, class Out, class Operation, bool kScalar>
 struct MemberLoop {
   const void* left;
   const void* right;
@@ -40,14 +33,6 @@ struct MemberLoop {
     return Operation::template Apply<Out>(Convert<Out>(x), Convert<Out>(LoadAt<In>(right, i)));
   }
   KES_DSB_INLINE void One(std::size_t i) const noexcept { StoreAt<Out>(out, i, Result(i)); }
-
-  static constexpr bool kStoresGroups = kStore != nullptr;
-  KES_DSB_INLINE void Group(std::size_t first, std::uint64_t alive) const noexcept {
-    Out results[kGroup];
-    KES_DSB_INDEPENDENT
-    for (std::size_t i = 0; i < kGroup; ++i) StoreAt<Out>(results, i, Result(first + i));
-    kStore(results, static_cast<char*>(out) + first * sizeof(Out), alive);
-  }
 };
 
 template <class Loop>
@@ -59,12 +44,6 @@ KES_DSB_INLINE void RunGroups(const Loop& loop, std::size_t n, const std::uint8_
       KES_DSB_INDEPENDENT
       for (std::size_t i = 0; i < kGroup; ++i) loop.One(first + i);
       continue;
-    }
-    if constexpr (requires { Loop::kStoresGroups; }) {
-      if (Loop::kStoresGroups && first + kGroup <= n && std::popcount(alive) > kMany) {
-        loop.Group(first, alive);
-        continue;
-      }
     }
     for (; alive != 0; alive &= alive - 1) {
       loop.One(first + static_cast<std::size_t>(std::countr_zero(alive)));
@@ -98,7 +77,7 @@ KES_DSB_INLINE void MinMaxBody(std::size_t n, const void* data, const std::uint8
 }
 
 // Results are looked through for their extremes in spans that are still in the first-level cache.
-template <class In, class Out, class Operation, bool kScalar, StoreAlive<Out> kStore = nullptr>
+template <class In, class Out, class Operation, bool kScalar>
 KES_DSB_INLINE void MemberBody(std::size_t n, const void* left, const void* right, void* out,
                                const std::uint8_t* nulls, ldsbminmax* minmax,
                                MinMaxKernel minmax_kernel) noexcept {
@@ -107,7 +86,7 @@ KES_DSB_INLINE void MemberBody(std::size_t n, const void* left, const void* righ
   const std::size_t step = minmax == nullptr ? n : kSpan;
   for (std::size_t first = 0; first < n; first += step) {
     const std::size_t size = n - first < step ? n - first : step;
-    const MemberLoop<In, Out, Operation, kScalar, kStore> loop = {
+    const MemberLoop<In, Out, Operation, kScalar> loop = {
         kScalar ? left : static_cast<const char*>(left) + first * sizeof(In),
         static_cast<const char*>(right) + first * sizeof(In),
         static_cast<char*>(out) + first * sizeof(Out), scalar};

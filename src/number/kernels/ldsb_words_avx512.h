@@ -18,22 +18,32 @@ struct Words {
   __m512i word[kWords];
 };
 
-// Where the lanes of a register of words come from: the first two registers of elements, then the
-// third, and the way back.
+// Which lanes make a register of words, and back a register of elements: those of two registers
+// first, then those of a third.
+struct LaneChoice {
+  std::int64_t from_two[kWordLanes];
+  std::int64_t from_third[kWordLanes];
+};
+// place: 8 * register + lane.
+constexpr void SetLane(LaneChoice& choice, std::size_t lane, std::size_t place) noexcept {
+  const bool early = place < 2 * kWordLanes;
+  choice.from_two[lane] = static_cast<std::int64_t>(early ? place : 0);
+  choice.from_third[lane] = static_cast<std::int64_t>(early ? lane : place - kWordLanes);
+}
+
 template <std::size_t kWords>
 struct WordOrder {
-  std::int64_t from_two[kWords][kWordLanes];
-  std::int64_t from_third[kWords][kWordLanes];
+  LaneChoice to_words[kWords];
+  LaneChoice to_elements[kWords];
 };
 template <std::size_t kWords>
 constexpr WordOrder<kWords> MakeWordOrder() noexcept {
   WordOrder<kWords> order = {};
   for (std::size_t k = 0; k < kWords; ++k) {
-    for (std::size_t e = 0; e < kWordLanes; ++e) {
-      const std::size_t place = kWords * e + k;
-      const bool early = place < 2 * kWordLanes;
-      order.from_two[k][e] = static_cast<std::int64_t>(early ? place : 0);
-      order.from_third[k][e] = static_cast<std::int64_t>(early ? e : place - kWordLanes);
+    for (std::size_t lane = 0; lane < kWordLanes; ++lane) {
+      SetLane(order.to_words[k], lane, kWords * lane + k);
+      const std::size_t word = kWordLanes * k + lane;  // of all that lie in memory
+      SetLane(order.to_elements[k], lane, kWordLanes * (word % kWords) + word / kWords);
     }
   }
   return order;
@@ -42,21 +52,16 @@ template <std::size_t kWords>
 alignas(64) inline constexpr WordOrder<kWords> kWordOrder = MakeWordOrder<kWords>();
 
 template <std::size_t kWords>
-KES_DSB_LANE Words<kWords> Deinterleave(const __m512i (&registers)[kWords]) noexcept {
-  Words<kWords> result;
-#pragma GCC unroll 3
-  for (std::size_t k = 0; k < kWords; ++k) {
-    result.word[k] = _mm512_permutex2var_epi64(
-        registers[0], _mm512_load_si512(kWordOrder<kWords>.from_two[k]), registers[1]);
-    if constexpr (kWords == 3) {
-      result.word[k] = _mm512_permutex2var_epi64(
-          result.word[k], _mm512_load_si512(kWordOrder<kWords>.from_third[k]), registers[2]);
-    }
-  }
-  return result;
+KES_DSB_LANE __m512i ChooseLanes(const __m512i (&registers)[kWords],
+                                 const LaneChoice& choice) noexcept {
+  const __m512i chosen =
+      _mm512_permutex2var_epi64(registers[0], _mm512_load_si512(choice.from_two), registers[1]);
+  if constexpr (kWords == 2) return chosen;
+  return _mm512_permutex2var_epi64(chosen, _mm512_load_si512(choice.from_third),
+                                   registers[kWords - 1]);
 }
 
-// The count (at most eight) elements at p; what is past them is 0.
+// The first count elements at p, at most eight; other lanes are 0.
 template <std::size_t kWords>
 KES_DSB_LANE Words<kWords> LoadWords(const void* p, std::size_t count) noexcept {
   __m512i registers[kWords];
@@ -71,7 +76,12 @@ KES_DSB_LANE Words<kWords> LoadWords(const void* p, std::size_t count) noexcept 
                                               from + kWordLanes * k);
     }
   }
-  return Deinterleave<kWords>(registers);
+  Words<kWords> result;
+#pragma GCC unroll 3
+  for (std::size_t k = 0; k < kWords; ++k) {
+    result.word[k] = ChooseLanes<kWords>(registers, kWordOrder<kWords>.to_words[k]);
+  }
+  return result;
 }
 
 // The lanes of mask in which x is below y.
@@ -108,16 +118,16 @@ KES_DSB_LANE Words<kWords> FillWords(const Int192& value) noexcept {
   return result;
 }
 
-// Eight 128-bit elements to where they lie in memory; those of no lane of mask are not written.
-KES_DSB_LANE void StoreWords(void* p, __mmask8 mask, const Words<2>& x) noexcept {
-  const __m512i lower = _mm512_setr_epi64(0, 8, 1, 9, 2, 10, 3, 11);
-  const __m512i upper = _mm512_setr_epi64(4, 12, 5, 13, 6, 14, 7, 15);
-  const unsigned lanes = _pdep_u32(mask, 0x5555) * 3;
-  auto* to = static_cast<std::int64_t*>(p);
-  _mm512_mask_storeu_epi64(to, static_cast<__mmask8>(lanes),
-                           _mm512_permutex2var_epi64(x.word[0], lower, x.word[1]));
-  _mm512_mask_storeu_epi64(to + kWordLanes, static_cast<__mmask8>(lanes >> kWordLanes),
-                           _mm512_permutex2var_epi64(x.word[0], upper, x.word[1]));
+// Elements to where they lie in memory; those that are not in mask are not written.
+template <std::size_t kWords>
+KES_DSB_LANE void StoreWords(void* p, __mmask8 mask, const Words<kWords>& x) noexcept {
+  const unsigned lanes = kWords == 2 ? _pdep_u32(mask, 0x5555) * 3 : _pdep_u32(mask, 0x249249) * 7;
+#pragma GCC unroll 3
+  for (std::size_t k = 0; k < kWords; ++k) {
+    _mm512_mask_storeu_epi64(static_cast<std::int64_t*>(p) + kWordLanes * k,
+                             static_cast<__mmask8>(lanes >> kWordLanes * k),
+                             ChooseLanes<kWords>(x.word, kWordOrder<kWords>.to_elements[k]));
+  }
 }
 
 // One lane as an integer.
@@ -169,9 +179,43 @@ KES_DSB_AVX512 [[gnu::noinline]] void Merge(const WordExtremes<kWords>& extremes
   MergeWide(minmax, low, high);
 }
 
+template <std::size_t kWords>
+KES_DSB_LANE Words<kWords> AddWords(const Words<kWords>& x, const Words<kWords>& y) noexcept {
+  const __m512i ones = _mm512_set1_epi64(-1);
+  Words<kWords> sum;
+  sum.word[0] = _mm512_add_epi64(x.word[0], y.word[0]);
+  __mmask8 carry = _mm512_cmplt_epu64_mask(sum.word[0], x.word[0]);
+#pragma GCC unroll 2
+  for (std::size_t k = 1; k < kWords; ++k) {
+    const __m512i part = _mm512_add_epi64(x.word[k], y.word[k]);
+    sum.word[k] = _mm512_mask_sub_epi64(part, carry, part, ones);
+    if (k + 1 == kWords) break;
+    carry = _kor_mask8(_mm512_cmplt_epu64_mask(part, x.word[k]),
+                       _mm512_mask_cmpeq_epi64_mask(carry, part, ones));
+  }
+  return sum;
+}
+
+template <std::size_t kWords>
+KES_DSB_LANE Words<kWords> SubtractWords(const Words<kWords>& x, const Words<kWords>& y) noexcept {
+  const __m512i ones = _mm512_set1_epi64(-1);
+  Words<kWords> difference;
+  difference.word[0] = _mm512_sub_epi64(x.word[0], y.word[0]);
+  __mmask8 borrow = _mm512_cmplt_epu64_mask(x.word[0], y.word[0]);
+#pragma GCC unroll 2
+  for (std::size_t k = 1; k < kWords; ++k) {
+    const __m512i part = _mm512_sub_epi64(x.word[k], y.word[k]);
+    difference.word[k] = _mm512_mask_add_epi64(part, borrow, part, ones);
+    if (k + 1 == kWords) break;
+    borrow = _kor_mask8(_mm512_cmplt_epu64_mask(x.word[k], y.word[k]),
+                        _mm512_mask_cmpeq_epi64_mask(borrow, x.word[k], y.word[k]));
+  }
+  return difference;
+}
+
 // The low and high words of eight 64-bit by 64-bit unsigned products, from 32-bit halves (Knuth,
 // The Art of Computer Programming, 4.3.1, algorithm M).
-KES_DSB_LANE Words<2> MultiplyWords(__m512i x, __m512i y) noexcept {
+KES_DSB_LANE Words<2> MultiplyOne(__m512i x, __m512i y) noexcept {
   const __m512i low_half = _mm512_set1_epi64(0xFFFFFFFF);
   const __m512i x_high = _mm512_srli_epi64(x, 32);
   const __m512i y_high = _mm512_srli_epi64(y, 32);
@@ -186,37 +230,23 @@ KES_DSB_LANE Words<2> MultiplyWords(__m512i x, __m512i y) noexcept {
                             _mm512_srli_epi64(carry, 32))}};
 }
 
-// Products of 128-bit elements modulo 2^128.
+// Modulo the width, where signs make no difference.
 KES_DSB_LANE Words<2> MultiplyWords(const Words<2>& x, const Words<2>& y) noexcept {
-  Words<2> product = MultiplyWords(x.word[0], y.word[0]);
+  Words<2> product = MultiplyOne(x.word[0], y.word[0]);
   product.word[1] =
       _mm512_add_epi64(product.word[1], _mm512_add_epi64(_mm512_mullo_epi64(x.word[0], y.word[1]),
                                                          _mm512_mullo_epi64(x.word[1], y.word[0])));
   return product;
 }
-
-// Products of 64-bit elements that were extended to 128 bits: each negative factor counted 2^64 of
-// the other one too much.
-KES_DSB_LANE Words<2> MultiplySignedWords(const Words<2>& x, const Words<2>& y) noexcept {
-  Words<2> product = MultiplyWords(x.word[0], y.word[0]);
-  const __m512i excess = _mm512_add_epi64(_mm512_and_si512(x.word[1], y.word[0]),
-                                          _mm512_and_si512(y.word[1], x.word[0]));
-  product.word[1] = _mm512_sub_epi64(product.word[1], excess);
-  return product;
-}
-
-KES_DSB_LANE Words<2> AddWords(const Words<2>& x, const Words<2>& y) noexcept {
-  const __m512i low = _mm512_add_epi64(x.word[0], y.word[0]);
-  const __mmask8 carry = _mm512_cmplt_epu64_mask(low, x.word[0]);
-  const __m512i high = _mm512_add_epi64(x.word[1], y.word[1]);
-  return {{low, _mm512_mask_sub_epi64(high, carry, high, _mm512_set1_epi64(-1))}};
-}
-
-KES_DSB_LANE Words<2> SubtractWords(const Words<2>& x, const Words<2>& y) noexcept {
-  const __mmask8 borrow = _mm512_cmplt_epu64_mask(x.word[0], y.word[0]);
-  const __m512i high = _mm512_sub_epi64(x.word[1], y.word[1]);
-  return {{_mm512_sub_epi64(x.word[0], y.word[0]),
-           _mm512_mask_add_epi64(high, borrow, high, _mm512_set1_epi64(-1))}};
+KES_DSB_LANE Words<3> MultiplyWords(const Words<3>& x, const Words<3>& y) noexcept {
+  const Words<2> low = MultiplyOne(x.word[0], y.word[0]);
+  const Words<2> cross = MultiplyOne(x.word[0], y.word[1]);
+  const Words<2> other = MultiplyOne(x.word[1], y.word[0]);
+  const __m512i top = _mm512_add_epi64(_mm512_mullo_epi64(x.word[1], y.word[1]),
+                                       _mm512_add_epi64(_mm512_mullo_epi64(x.word[0], y.word[2]),
+                                                        _mm512_mullo_epi64(x.word[2], y.word[0])));
+  const Words<2> middle = AddWords<2>(AddWords<2>({{low.word[1], top}}, cross), other);
+  return {{low.word[0], middle.word[0], middle.word[1]}};
 }
 
 }  // namespace kestra::number::dsb
