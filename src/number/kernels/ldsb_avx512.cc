@@ -1,7 +1,7 @@
 // Elements of all widths with AVX-512. The null bitmap, inverted, is the store mask as it stands,
 // so nulls cost nothing and are never written; minimum and maximum take the same mask in the same
-// pass, and loads under it never go past the last element. 64 elements (one word of bitmap) make
-// one to eight registers, unrolled.
+// pass. 64 elements (one word of bitmap) make one to eight registers, unrolled; the last ones, when
+// they are fewer, are loaded under the mask of those that exist.
 #if defined(__x86_64__)
 
 #include "number/kernels/ldsb_decode.h"
@@ -83,7 +83,12 @@ KES_DSB_LANE void MergeLanes(ldsbminmax* minmax, const __m512i (&lo)[kChains<T>]
 template <class Loop>
 KES_DSB_LANE void RunLanes(Loop& loop, std::size_t n, const std::uint8_t* nulls) noexcept {
   const std::size_t whole = n / kGroup * kGroup;
-  if (nulls == nullptr) {
+  if (Loop::kOneRegister && nulls == nullptr) {
+#pragma GCC unroll 4
+    for (std::size_t first = 0; first < whole; first += kGroup) {
+      Loop::template Group<true, true>(loop, first, ~std::uint64_t{0});
+    }
+  } else if (nulls == nullptr) {
     for (std::size_t first = 0; first < whole; first += kGroup) {
       Loop::template Group<true, true>(loop, first, ~std::uint64_t{0});
     }
