@@ -156,7 +156,7 @@ std::uint32_t Calendar::GregorianToDate(const CalendarDate& date, ldxdate& out) 
 std::uint32_t Calendar::ToDate(const CalendarDate& date, ldxdate& out) const noexcept {
   if (gregorian() || !has_arithmetic()) return kNoCalendar;
   if (date.era < 0 || date.era >= (eras_ == 0 ? 1 : eras_)) return kEraOutside;
-  if (date.year < kFirstPlainYear || date.year > kLastPlainYear / 2) return kYearOutside;
+  if (date.year < kFirstPlainYear || date.year > kLastPlainYear) return kYearOutside;
   if (kind_ == Kind::kGregorian) return GregorianToDate(date, out);
   std::int32_t year = 0;
   if (!OutOfEra(date, year) || year < kFirstPlainYear) return kYearOutside;
@@ -178,7 +178,7 @@ std::uint32_t Calendar::MonthLength(std::int32_t era, std::int32_t year,
   const CalendarDate date = {era, year, month, 1};
   std::int32_t plain = 0;
   if (gregorian() || !has_arithmetic() || era < 0 || era >= (eras_ == 0 ? 1 : eras_)) return 0;
-  if (year < kFirstPlainYear || year > kLastPlainYear / 2) return 0;
+  if (year < kFirstPlainYear || year > kLastPlainYear) return 0;
   if (kind_ != Kind::kGregorian) {
     return OutOfEra(date, plain) ? MonthLengthOf(kind_, plain, month) : 0;
   }

@@ -57,28 +57,37 @@ inline std::uint32_t FromJulian(const ldxjdate& in, ldxdate& out) noexcept {
   return 0;
 }
 
+// Results are written into the result's own fields once everything has been read from the input,
+// which may be the same: going through a copy would load eight bytes that were just stored one by
+// one.
 inline std::uint32_t AddDelta(const ldxdate& in, const ldxdelta& delta, ldxdate& out) noexcept {
-  ldxdate date = in;
   std::int64_t days = delta.days;
-  const bool forward = days > 0 || (days == 0 && delta.seconds > 0);
-  if (delta.seconds != 0 || days == 0) {
-    const std::int64_t time = std::int64_t{SecondOfDay(date)} + delta.seconds;
+  const std::int64_t seconds = delta.seconds;
+  const bool forward = days > 0 || (days == 0 && seconds > 0);
+  const bool timed = seconds != 0 || days == 0;
+  std::int64_t rest = 0;
+  if (timed) {
+    const std::int64_t time = SecondOfDay(in) + seconds;
     std::int64_t whole = time / kDaySeconds;
-    std::int64_t rest = time % kDaySeconds;
+    rest = time % kDaySeconds;
     if (rest < 0) {
       rest += kDaySeconds;
       --whole;
     }
     days += whole;
-    SetSecondOfDay(date, static_cast<std::uint32_t>(rest));
   }
+  CivilDate civil = {in.year, in.month, in.day};
   if (days != 0) {
-    if (MoveToDay(date, days + DayNumber(date), forward) != 0) return kOutOfYears;
-  } else {
-    if (date.year > kMaxYear) return kOutOfYears;
-    date.year = static_cast<std::int16_t>(WithoutYearZero(date.year, forward));
+    const std::int64_t number = days + DayNumber(in);
+    if (!IsDayNumber(number)) return kOutOfYears;
+    civil = SplitDay(static_cast<std::int32_t>(number));
+  } else if (civil.year > kMaxYear) {
+    return kOutOfYears;
   }
-  out = date;
+  civil.year = WithoutYearZero(civil.year, forward);
+  out = in;
+  SetDay(out, civil);
+  if (timed) SetSecondOfDay(out, static_cast<std::uint32_t>(rest));
   return 0;
 }
 
@@ -96,13 +105,15 @@ inline std::uint32_t AddMonths(const ldxdate& in, std::int32_t months, ldxdate& 
   std::int32_t year = static_cast<std::int32_t>(shifted / 12) - kShift / 12;
   const std::uint32_t month = shifted % 12 + 1;
   if (total > 0 && total < 12) year = in.year < 1 ? 1 : -1;
-  const std::uint32_t to_length = MonthLength(year, month);
-  last_day = in.day > to_length || in.day == MonthLength(in.year, in.month);
-  ldxdate date = in;
-  date.year = static_cast<std::int16_t>(year);
-  date.month = static_cast<std::uint8_t>(month);
-  if (last_day) date.day = static_cast<std::uint8_t>(to_length);
-  out = date;
+  std::uint32_t day = in.day;
+  last_day = false;
+  if (day >= 28) {  // before that no month ends
+    const std::uint32_t to_length = MonthLength(year, month);
+    last_day = day > to_length || day == MonthLength(in.year, in.month);
+    if (last_day) day = to_length;
+  }
+  out = in;
+  SetDay(out, {year, month, day});
   return 0;
 }
 
@@ -125,10 +136,10 @@ inline std::uint32_t NextDay(const ldxdate& in, std::uint32_t weekday, std::uint
   const std::int32_t number = DayNumber(in);
   const std::uint32_t here = Weekday(number, first_weekday);
   const std::uint32_t ahead = weekday > here ? weekday - here : weekday + 7 - here;
-  ldxdate date = in;
-  if (MoveToDay(date, std::int64_t{number} + ahead, true) != 0) return kOutOfYears;
-  out = date;
-  return 0;
+  const std::int64_t to = std::int64_t{number} + ahead;
+  if (!IsDayNumber(to)) return kOutOfYears;
+  out = in;
+  return MoveToDay(out, to, true);
 }
 
 inline int Compare(const ldxdate& a, const ldxdate& b) noexcept {

@@ -138,6 +138,7 @@ struct IsoWeek {
 constexpr IsoWeek IsoWeekOf(std::int32_t number) noexcept {
   const std::int32_t thursday = number - WeekdayFromMonday(number) + 3;
   if (thursday > kMaxDay) return {kMaxYear + 1, 1};
+  if (thursday < 1) return {kMinYear, 1};  // of no date
   const std::int32_t year = SplitDay(thursday).year;
   return {year, (DayOfYear(year, thursday) - 1) / 7 + 1};
 }
