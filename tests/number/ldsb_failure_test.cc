@@ -8,12 +8,11 @@
 #include "kestra/number.h"
 #include "tests/support/column_vector.h"
 
+namespace kestra::test {
 namespace {
 
-using kestra::test::Same;
-using kestra::test::TestVector;
-using kestra::test::ref::Column;
-using kestra::test::ref::Wide;
+using ref::Column;
+using ref::Wide;
 
 Column MakeColumn(std::size_t count, std::size_t width, std::int64_t scale, bool nulls) {
   Column column;
@@ -304,3 +303,4 @@ TEST(LdsbExtremes, AreScannedAndUpdated) {
 }
 
 }  // namespace
+}  // namespace kestra::test

@@ -7,24 +7,20 @@
 #include <cmath>
 #include <cstring>
 
-#include "core/os/cpu.h"
 #include "kestra/number.h"
 #include "tests/support/column_vector.h"
+#include "tests/support/cpu_level_test.h"
 #include "tests/support/hex.h"
 #include "tests/support/number_random.h"
 #include "tests/support/number_reference.h"
 
+namespace kestra::test {
 namespace {
 
-using kestra::os::CpuLevel;
-using kestra::os::ForceCpuLevel;
-using kestra::test::ColumnSource;
-using kestra::test::NullKind;
-using kestra::test::NumberSource;
-using kestra::test::TestVector;
-using kestra::test::ref::Exact;
-using kestra::test::ref::NumberBytes;
-using kestra::test::ref::Wide;
+using os::CpuLevel;
+using ref::Exact;
+using ref::NumberBytes;
+using ref::Wide;
 
 // Pointers and lengths as the library takes them; each number lies in exactly its bytes.
 struct Numbers {
@@ -56,8 +52,8 @@ Expected ScaleOf(const Numbers& numbers, const std::vector<std::uint8_t>& nulls,
   int bottom = INT_MAX;
   int top = INT_MIN;
   for (std::size_t i = 0; i < numbers.bytes.size(); ++i) {
-    if (kestra::test::IsNull(nulls, i)) continue;
-    const Exact value = kestra::test::ref::Read(numbers.At(i));
+    if (IsNull(nulls, i)) continue;
+    const Exact value = ref::Read(numbers.At(i));
     if (value.infinite) return {KES_DSB_RANGE, 0, 0};
     if (value.IsZero()) continue;
     // digits * 10^scale; pairs of decimal places counted from the point.
@@ -80,7 +76,7 @@ Expected ScaleOf(const Numbers& numbers, const std::vector<std::uint8_t>& nulls,
 }
 
 Wide IntegerOf(const NumberBytes& number, int scale) {
-  const Exact value = kestra::test::ref::Read(number);
+  const Exact value = ref::Read(number);
   Wide result;
   if (value.IsZero()) return result;
   for (const char digit : value.digits) result = result * Wide(10) + Wide(digit - '0');
@@ -95,16 +91,7 @@ Wide IntegerOf(const NumberBytes& number, int scale) {
   return value.negative ? -result : result;
 }
 
-class LdsbLoad : public testing::TestWithParam<CpuLevel> {
- protected:
-  void SetUp() override {
-    if (ForceCpuLevel(GetParam()) != GetParam()) GTEST_SKIP() << "not on this machine";
-  }
-  void TearDown() override { ForceCpuLevel(CpuLevel::kAvx512); }
-};
-std::string LevelName(const testing::TestParamInfo<CpuLevel>& level) {
-  return level.param == CpuLevel::kBaseline ? "baseline" : "avx512";
-}
+using LdsbLoad = CpuLevelTest;
 INSTANTIATE_TEST_SUITE_P(Levels, LdsbLoad, testing::Values(CpuLevel::kBaseline, CpuLevel::kAvx512),
                          LevelName);
 
@@ -120,7 +107,7 @@ NumberBytes RandomNumber(ColumnSource& source, int max_digits, int around) {
   value.digits.erase(0, value.digits.find_first_not_of('0'));
   if (value.digits.empty()) value.negative = false;
   value.scale = value.digits.empty() ? 0 : around + static_cast<int>(source.Below(5)) - 2;
-  return kestra::test::ref::Write(value);
+  return ref::Write(value);
 }
 
 TEST_P(LdsbLoad, NumbersLoadExactlyAndReadBackAsTheyWere) {
@@ -138,9 +125,9 @@ TEST_P(LdsbLoad, NumbersLoadExactlyAndReadBackAsTheyWere) {
       numbers.Add(RandomNumber(source, max_digits, around), prefixed || source.Below(10) == 0);
     if (count != 0 && source.Below(20) == 0) numbers.Add({0xFF, 0x65}), numbers.Add({0x00});
     const std::size_t total = numbers.bytes.size();
-    const auto nulls = source.Nulls(total, kestra::test::kNullKinds[source.Below(5)]);
+    const auto nulls = source.Nulls(total, kNullKinds[source.Below(5)]);
     for (std::size_t i = 0; i < total; ++i) {
-      if (kestra::test::IsNull(nulls, i)) numbers.pointers[i] = nullptr;
+      if (IsNull(nulls, i)) numbers.pointers[i] = nullptr;
     }
     std::int32_t wanted_scale = KES_DSB_NO_SCALE;
     if (source.Below(3) == 0)
@@ -148,8 +135,7 @@ TEST_P(LdsbLoad, NumbersLoadExactlyAndReadBackAsTheyWere) {
     const Expected wanted = ScaleOf(numbers, nulls, wanted_scale);
     TestVector vector;
     ASSERT_EQ(ldsbvset_ons(nullptr, &vector.vector, KES_DSB_NARROWEST, wanted_scale, 0, total,
-                           numbers.pointers.data(), numbers.lengths.data(),
-                           kestra::test::OrNone(nulls), 0),
+                           numbers.pointers.data(), numbers.lengths.data(), OrNone(nulls), 0),
               wanted.status);
     if (wanted.status != KES_DSB_OK) continue;
     ++done;
@@ -170,14 +156,14 @@ TEST_P(LdsbLoad, NumbersLoadExactlyAndReadBackAsTheyWere) {
               KES_DSB_OK);
     std::size_t offset = 0;
     for (std::size_t i = 0; i < total; ++i) {
-      if (kestra::test::IsNull(nulls, i)) {
+      if (IsNull(nulls, i)) {
         ASSERT_EQ(slots[22 * i], 0);
         ASSERT_TRUE(pointers[i] == nullptr && lengths[i] == 0);
         continue;
       }
       const NumberBytes number = numbers.At(i);
       ASSERT_TRUE(Wide::FromBytes(v.data + i * v.width, v.width) == IntegerOf(number, v.scale))
-          << kestra::test::Hex(number);
+          << Hex(number);
       ASSERT_EQ(NumberBytes(&slots[22 * i + 1], &slots[22 * i + 1] + slots[22 * i]), number);
       ASSERT_EQ(pointers[i], area.data() + offset);
       ASSERT_EQ(NumberBytes(pointers[i], pointers[i] + lengths[i]), number);
@@ -219,7 +205,7 @@ TEST_P(LdsbLoad, MalformedNumbersCountAsTheNearestWellFormedOnes) {
               status);
     if (status != KES_DSB_OK) continue;
     ++done;
-    ASSERT_TRUE(kestra::test::Same(found.Read(), wanted.Read()));
+    ASSERT_TRUE(Same(found.Read(), wanted.Read()));
   }
   EXPECT_GT(done, 1000);
 }
@@ -368,15 +354,15 @@ TEST(LdsbIntegers, AllWidthsGoInAndOut) {
   ColumnSource source(13);
   for (int round = 0; round < 600; ++round) {
     SCOPED_TRACE(round);
-    const std::size_t width = kestra::test::kElementWidths[1 + source.Below(6)];
+    const std::size_t width = kElementWidths[1 + source.Below(6)];
     const std::size_t count = source.Below(5) == 0 ? source.Below(1500) : source.Below(40);
     const auto bytes = source.Elements(count, width);
-    const auto nulls = source.Nulls(count, kestra::test::kNullKinds[source.Below(5)]);
+    const auto nulls = source.Nulls(count, kNullKinds[source.Below(5)]);
     const bool packed = source.Below(2) == 0;
     std::vector<std::uint8_t> dense;
     int needed = 1;
     for (std::size_t i = 0; i < count; ++i) {
-      if (kestra::test::IsNull(nulls, i)) continue;
+      if (IsNull(nulls, i)) continue;
       dense.insert(dense.end(), bytes.begin() + static_cast<std::ptrdiff_t>(i * width),
                    bytes.begin() + static_cast<std::ptrdiff_t>((i + 1) * width));
       needed = std::max(needed, ldsbget_minprec(bytes.data() + i * width, width));
@@ -386,7 +372,7 @@ TEST(LdsbIntegers, AllWidthsGoInAndOut) {
     const auto wanted = static_cast<std::uint32_t>(source.Below(2) == 0 ? 7 : 1 + source.Below(6));
     const int status = (packed ? ldsbvset_pints : ldsbvset_ints)(
         nullptr, &v, wanted, 3, 0, count, packed ? dense.data() : bytes.data(), width,
-        kestra::test::OrNone(nulls), 0);
+        OrNone(nulls), 0);
     if (wanted != 7 && static_cast<int>(wanted) < needed) {
       ASSERT_EQ(status, KES_DSB_RANGE);
       continue;
@@ -403,7 +389,7 @@ TEST(LdsbIntegers, AllWidthsGoInAndOut) {
       const std::vector<std::uint8_t> element(
           slots.begin() + static_cast<std::ptrdiff_t>(i * width),
           slots.begin() + static_cast<std::ptrdiff_t>((i + 1) * width));
-      ASSERT_EQ(element, kestra::test::IsNull(nulls, i)
+      ASSERT_EQ(element, IsNull(nulls, i)
                              ? std::vector<std::uint8_t>(width, 0xA5)
                              : std::vector<std::uint8_t>(
                                    bytes.begin() + static_cast<std::ptrdiff_t>(i * width),
@@ -412,13 +398,11 @@ TEST(LdsbIntegers, AllWidthsGoInAndOut) {
     // A part that starts within a byte of the bitmap, into the narrowest width and one below it.
     if (count > 11 && needed < 6) {
       std::vector<std::uint8_t> part(24 * count);
-      ASSERT_EQ(ldsbvget_ints(nullptr, &v, 5, count - 11, part.data(),
-                              kestra::test::kElementWidths[needed]),
+      ASSERT_EQ(ldsbvget_ints(nullptr, &v, 5, count - 11, part.data(), kElementWidths[needed]),
                 KES_DSB_OK);
     }
     if (needed > 1) {
-      ASSERT_EQ(ldsbvget_ints(nullptr, &v, 0, count, slots.data(),
-                              kestra::test::kElementWidths[needed - 1]),
+      ASSERT_EQ(ldsbvget_ints(nullptr, &v, 0, count, slots.data(), kElementWidths[needed - 1]),
                 KES_DSB_RANGE);
     }
   }
@@ -454,8 +438,8 @@ TEST(LdsbRead, NumbersAreRoundedToTwentyDigits) {
     exact.digits.erase(0, exact.digits.find_first_not_of('0'));
     if (exact.digits.empty()) exact.negative = false;
     exact.scale = exact.digits.empty() ? 0 : 2 * scale;
-    const NumberBytes wanted = kestra::test::ref::Write(exact);
-    ASSERT_EQ(kestra::test::Hex(slot, length), kestra::test::Hex(wanted));
+    const NumberBytes wanted = ref::Write(exact);
+    ASSERT_EQ(Hex(slot, length), Hex(wanted));
   }
   ldsbvector scalar;
   const std::int8_t one = 1;
@@ -468,3 +452,4 @@ TEST(LdsbRead, NumbersAreRoundedToTwentyDigits) {
 }
 
 }  // namespace
+}  // namespace kestra::test

@@ -2,19 +2,18 @@
 // results in the way of operands, named precisions, unknown extremes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "tests/support/column_vector.h"
 
+namespace kestra::test {
 namespace {
 
-using kestra::test::ColumnSource;
-using kestra::test::Same;
-using kestra::test::TestVector;
-using kestra::test::ref::Column;
-using kestra::test::ref::Operate;
-using kestra::test::ref::Outcome;
-using kestra::test::ref::Wide;
+using ref::Column;
+using ref::Operate;
+using ref::Outcome;
+using ref::Wide;
 
 Column MakeColumn(std::vector<std::int64_t> values, std::size_t width, std::int64_t scale) {
   Column column;
@@ -32,7 +31,7 @@ Column MakeScalar(std::int64_t value, std::size_t width, std::int64_t scale) {
 Column RandomColumn(ColumnSource& source, std::size_t count, std::int64_t scale) {
   Column column;
   const std::size_t precision = 1 + source.Below(6);
-  column.width = kestra::test::kElementWidths[precision];
+  column.width = kElementWidths[precision];
   column.scale = scale;
   column.scalar = source.Below(6) == 0;
   // Near each boundary of width choice more often than elsewhere.
@@ -66,14 +65,40 @@ void CheckExtremes(const ldsbvector& vector, const Column& column) {
   ASSERT_TRUE(Wide::FromBytes(vector.extremes.max.word, 24) == *max);
 }
 
+struct Tally {
+  long done[3] = {};
+  long refused = 0;
+};
+
+// Status, width, scale, elements, nulls and extremes of a result, and operands left alone.
+void CheckPair(int operation, const Column& left, const Column& right, Tally& tally) {
+  const Outcome wanted = Operate(operation, left, right);
+  const TestVector x(left);
+  const TestVector y(right);
+  TestVector result;
+  SCOPED_TRACE(testing::Message() << "operation " << operation << " widths " << left.width << " "
+                                  << right.width << " scales " << left.scale << " " << right.scale);
+  ASSERT_EQ(ldsbvop(nullptr, static_cast<std::uint32_t>(operation), &result.vector, &x.vector,
+                    &y.vector, nullptr),
+            wanted.status);
+  ASSERT_TRUE(Same(x.Read(), left) && Same(y.Read(), right));
+  if (wanted.status != 0) {
+    ++tally.refused;
+    return;
+  }
+  ++tally.done[operation];
+  ASSERT_TRUE(Same(result.Read(), wanted.column))
+      << int{result.vector.width} << " bytes for " << wanted.column.width;
+  CheckExtremes(result.vector, wanted.column);
+}
+
 // KESTRA_VECTOR_PAIRS=1000000 for the long run.
 TEST(LdsbOp, AgreesWithTheReferenceOnRandomPairs) {
   const char* text = std::getenv("KESTRA_VECTOR_PAIRS");
   const long pairs = text == nullptr ? 5000 : std::atol(text);
   ColumnSource source(20240601);
-  long done[3] = {};
-  long refused = 0;
-  for (long pair = 0; pair < pairs; ++pair) {
+  Tally tally;
+  for (long pair = 0; pair < pairs && !HasFatalFailure(); ++pair) {
     SCOPED_TRACE(pair);
     const std::size_t count = source.Below(12) == 0 ? source.Below(200) : source.Below(12);
     const auto scale = static_cast<std::int64_t>(source.Below(20) == 0 ? source.Below(140)
@@ -83,33 +108,62 @@ TEST(LdsbOp, AgreesWithTheReferenceOnRandomPairs) {
     if (source.Below(2) == 0) distance = -distance;
     const Column left = RandomColumn(source, count, scale);
     const Column right = RandomColumn(source, count, scale + distance);
-    const auto operation = static_cast<int>(source.Below(3));
-    const Outcome wanted = Operate(operation, left, right);
-    const TestVector x(left);
-    const TestVector y(right);
-    TestVector result;
-    ASSERT_EQ(ldsbvop(nullptr, static_cast<std::uint32_t>(operation), &result.vector, &x.vector,
-                      &y.vector, nullptr),
-              wanted.status)
-        << "operation " << operation << " widths " << left.width << " " << right.width << " scales "
-        << left.scale << " " << right.scale;
-    if (wanted.status != 0) {
-      ++refused;
-      continue;
-    }
-    ++done[operation];
-    ASSERT_TRUE(Same(result.Read(), wanted.column))
-        << "operation " << operation << " widths " << left.width << " " << right.width << " -> "
-        << int{result.vector.width} << " for " << wanted.column.width;
-    CheckExtremes(result.vector, wanted.column);
-    if (HasFatalFailure()) return;
-    ASSERT_TRUE(Same(x.Read(), left) && Same(y.Read(), right));
+    CheckPair(static_cast<int>(source.Below(3)), left, right, tally);
   }
-  std::printf("%ld pairs: %ld sums, %ld differences, %ld products, %ld refused\n", pairs, done[0],
-              done[1], done[2], refused);
-  EXPECT_GT(done[0], pairs / 10);
-  EXPECT_GT(done[2], pairs / 10);
-  EXPECT_GT(refused, pairs / 100);
+  std::printf("%ld pairs: %ld sums, %ld differences, %ld products, %ld refused\n", pairs,
+              tally.done[0], tally.done[1], tally.done[2], tally.refused);
+  EXPECT_GT(tally.done[0], pairs / 10);
+  EXPECT_GT(tally.done[2], pairs / 10);
+  EXPECT_GT(tally.refused, pairs / 100);
+}
+
+// Elements of exactly that many bits, or as many as the width has: the most and the fewest that so
+// many bits hold, and one between. Kind 0: no nulls, 1: nulls alone, 2: one null.
+Column ColumnOfBits(ColumnSource& source, int bits, std::size_t width, std::int64_t scale,
+                    std::uint64_t kind) {
+  Column column;
+  column.width = width;
+  column.scale = scale;
+  bits = std::clamp(bits, 1, 8 * static_cast<int>(width) - 1);
+  const Wide most = Wide::Power(2, bits) - Wide(1);
+  const bool negative = source.Below(2) == 0;
+  column.values = {negative ? -most : most, source.Value(bits), Wide::Power(2, bits - 1)};
+  if (kind == 2) column.values[1 + source.Below(2)].reset();
+  if (kind == 1) column.values.assign(3, std::nullopt);
+  return column;
+}
+
+// One bit below, at and above each bound where the choice of width or the range changes, at every
+// pair of widths and every difference of scales.
+TEST(LdsbOp, EveryBoundaryOfWidthAtEveryScaleDifference) {
+  ColumnSource source(20240602);
+  Tally tally;
+  for (int distance = -29; distance <= 29; ++distance) {
+    const int power_bits = Wide::Power(100, std::abs(distance)).Bits();
+    for (const int boundary : {8, 16, 32, 64, 128, 133}) {
+      for (int bound = boundary - 1; bound <= boundary + 1; ++bound) {
+        for (std::size_t pair = 0; pair < 36 && !HasFatalFailure(); ++pair) {
+          const std::size_t left_width = kElementWidths[1 + pair / 6];
+          const std::size_t right_width = kElementWidths[1 + pair % 6];
+          const auto operation = static_cast<int>(source.Below(3));
+          int left_bits = bound - 1;
+          int right_bits = 1 + static_cast<int>(source.Below(static_cast<std::uint64_t>(bound)));
+          if (operation == KES_DSB_MULTIPLY) {
+            left_bits = bound - right_bits;
+          } else {
+            if (source.Below(2) == 0) std::swap(left_bits, right_bits);
+            if (distance > 0) left_bits -= power_bits - static_cast<int>(source.Below(2));
+            if (distance < 0) right_bits -= power_bits - static_cast<int>(source.Below(2));
+          }
+          CheckPair(operation,
+                    ColumnOfBits(source, left_bits, left_width, distance - 20, source.Below(3)),
+                    ColumnOfBits(source, right_bits, right_width, -20, source.Below(3)), tally);
+        }
+      }
+    }
+  }
+  EXPECT_GT(tally.done[0] + tally.done[1] + tally.done[2], 10'000);
+  EXPECT_GT(tally.refused, 1'000);
 }
 
 struct WidthCase {
@@ -160,8 +214,8 @@ TEST(LdsbOp, TheResultMayOverlapItsOperands) {
     SCOPED_TRACE(round);
     constexpr std::size_t kCount = 3000;
     alignas(64) static std::uint8_t area[6 * 24 * kCount];
-    const std::size_t widths[] = {kestra::test::kElementWidths[1 + source.Below(4)],
-                                  kestra::test::kElementWidths[1 + source.Below(4)]};
+    const std::size_t widths[] = {kElementWidths[1 + source.Below(4)],
+                                  kElementWidths[1 + source.Below(4)]};
     Column columns[2];
     ldsbvector vectors[2];
     std::uint8_t* next = area + 16 * source.Below(100);
@@ -408,3 +462,4 @@ TEST(LdsbCompare, ExtremesAgainstAConstant) {
 }
 
 }  // namespace
+}  // namespace kestra::test

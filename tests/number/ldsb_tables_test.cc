@@ -6,9 +6,10 @@
 #include "kestra/decimal_vector.h"
 #include "tests/support/wide_reference.h"
 
+namespace kestra::test {
 namespace {
 
-using kestra::test::ref::Wide;
+using ref::Wide;
 
 TEST(LdsbTables, PowersOf100AreComplete) {
   constexpr std::uint32_t kWidths[] = {1, 1, 2, 4, 4, 8, 8, 8, 8, 8, 16};
@@ -171,3 +172,4 @@ TEST(LdsbOperations, MembersExistForEqualInputsAndTheNextWiderOutput) {
 }
 
 }  // namespace
+}  // namespace kestra::test

@@ -112,11 +112,22 @@ int BitsOf(const Column& column) {
   return bits;
 }
 
+// Base-100 digits of 2^bits - 1.
+int DigitsOfBits(int bits) {
+  static const auto kDigits = [] {
+    std::array<int, 193> digits{};
+    for (int b = 0; b <= 192; ++b) {
+      while (!(Wide::Power(2, b) - Wide(1) < Wide::Power(100, digits[static_cast<std::size_t>(b)])))
+        ++digits[static_cast<std::size_t>(b)];
+    }
+    return digits;
+  }();
+  return kDigits[static_cast<std::size_t>(bits)];
+}
+
 bool InRange(int bits, std::int64_t scale) {
-  if (bits > 192) return false;
-  int digits = 1;  // of 2^bits - 1
-  while (!(Wide::Power(2, bits) - Wide(1) < Wide::Power(100, digits))) ++digits;
-  return digits <= 20 && scale >= -65 && digits + scale <= 63;
+  return bits <= 192 && DigitsOfBits(bits) <= 20 && scale >= -65 &&
+         DigitsOfBits(bits) + scale <= 63;
 }
 
 // Widens a column with the minimum of its width; false at 24 bytes.
