@@ -17,18 +17,16 @@ bool Read(const ZoneView& zone, std::uint32_t i, Reading& reading) noexcept {
   return true;
 }
 
-// The last transition not later than an instant, of linear seconds; 0 when there is none.
-std::uint32_t SearchLinear(const ZoneView& zone, std::int64_t at) noexcept {
-  std::uint32_t low = 0, high = zone.run.count - 1;
-  while (low < high) {
-    const std::uint32_t middle = low + (high - low + 1) / 2;
-    if (LinearSeconds(zone.file.Transition(zone.run, middle)) <= at) {
-      low = middle;
-    } else {
-      high = middle - 1;
-    }
+// The last transition whose key is not later, 0 when there is none. Without branches on the data: half
+// of what is left is kept each time.
+std::uint32_t SearchKey(const ZoneView& zone, std::uint64_t key) noexcept {
+  std::uint32_t base = 0;
+  for (std::uint32_t left = zone.run.count; left > 1;) {
+    const std::uint32_t half = left / 2;
+    base = zone.file.Key(zone.run, base + half) <= key ? base + half : base;
+    left -= half;
   }
-  return low;
+  return base;
 }
 
 }  // namespace
@@ -48,19 +46,11 @@ int ZoneView::Find(const ltzfile* address, std::uint32_t id) noexcept {
 std::uint32_t SearchUtc(const ZoneView& zone, const LdiDate& utc) noexcept {
   const std::uint64_t key = KeyOf(utc);
   if (zone.table != nullptr) return FindUtc(*zone.index, *zone.table, key);
-  std::uint32_t low = 0, high = zone.run.count - 1;
-  while (low < high) {
-    const std::uint32_t middle = low + (high - low + 1) / 2;
-    const std::uint64_t at = zone.file.Key(zone.run, middle);
-    const bool before =
-        at < key || (at == key && zone.file.Transition(zone.run, middle).fraction <= utc.fraction);
-    if (before) {
-      low = middle;
-    } else {
-      high = middle - 1;
-    }
-  }
-  return low;
+  const std::uint32_t found = SearchKey(zone, key);
+  // A transition may lie within the second; in a checked file none does.
+  const bool later = found != 0 && zone.file.Key(zone.run, found) == key &&
+                     zone.file.Transition(zone.run, found).fraction > utc.fraction;
+  return later ? found - 1 : found;
 }
 
 // Tries every transition around a local time L: period i is a reading of it when L - offset i lies
@@ -72,7 +62,11 @@ int SearchLocal(const ZoneView& zone, const LdiDate& local, LocalSearch& found) 
   std::uint32_t readings = 0;
   bool daylight[2] = {};
   std::uint32_t gap = 0;
-  const std::uint32_t begin = SearchLinear(zone, time - zone::kMaxOffset);
+  std::uint32_t begin = SearchKey(zone, KeyOf(local));
+  while (begin > 0 &&
+         LinearSeconds(zone.file.Transition(zone.run, begin)) > time - zone::kMaxOffset) {
+    --begin;
+  }
   Reading here, next;
   if (!Read(zone, begin, next)) return KES_ZONE_DAMAGED;
   for (std::uint32_t i = begin;; ++i) {
