@@ -174,6 +174,7 @@ KES_API int ltzGetarr(const ltzfile *file, uint32_t id, const LdiDate *utc, size
  * A local time that does not exist, because the clock was put forward over it, is read with what was
  * in force before: it then means the time as much later as the clock was put forward. Of a time that
  * exists twice the reading in standard time is taken; of two that are alike in that, the later one.
+ * A timestamp that is no date of the calendar gets some answer.
  * Arguments and errors as for ltzGet. */
 KES_API int ltzGetLocal(const lxhandle *handle, lxcontext *work, const ltzfile *file, uint32_t id,
                         const LdiDate *local, int32_t *offset, char *abbreviation,

@@ -16,30 +16,34 @@ std::size_t RoundUp(std::size_t size) noexcept {
   return (size + kAlignment - 1) / kAlignment * kAlignment;
 }
 
-// The datetime of a key moved by some seconds, at most a few days; a valid date of the calendar.
+// The datetime of a key, a valid one of year 1 or later, moved by some seconds: a few days at most.
 std::uint64_t MoveKey(std::uint64_t key, std::int32_t seconds) noexcept {
   const auto field = [&](int shift) { return static_cast<int>(key >> shift & 0xFF); };
   int year = YearOf(key), month = field(40), day = field(32);
   int time = field(24) * 3600 + field(16) * 60 + field(8) + seconds;
   constexpr int kDay = 86400;
+  // 4 October 1582 is followed by the 15th.
+  const auto in_break = [&] { return year == 1582 && month == 10 && day >= 5 && day <= 14; };
   for (; time < 0; time += kDay) {
-    if (--day > 0) continue;
-    if (--month == 0) {
-      month = 12;
-      year -= year == 1 ? 2 : 1;  // there is no year 0
+    if (--day == 0) {
+      if (--month == 0) {
+        month = 12;
+        year -= year == 1 ? 2 : 1;  // there is no year 0
+      }
+      day = DaysInMonth(year, month);
     }
-    day = DaysInMonth(year, month);
+    if (in_break()) day = 4;
   }
   for (; time >= kDay; time -= kDay) {
-    if (++day <= DaysInMonth(year, month)) continue;
-    day = 1;
-    if (++month == 13) {
-      month = 1;
-      year += year == -1 ? 2 : 1;
+    if (++day > DaysInMonth(year, month)) {
+      day = 1;
+      if (++month == 13) {
+        month = 1;
+        ++year;
+      }
     }
+    if (in_break()) day = 15;
   }
-  // The days that the calendar leaves out: 5 to 14 October 1582.
-  if (year == 1582 && month == 10 && day >= 5 && day <= 14) day = seconds < 0 ? 4 : 15;
   const auto at = [](int value, int shift) { return static_cast<std::uint64_t>(value) << shift; };
   return at(year + kYearBias, 48) | at(month, 40) | at(day, 32) | at(time / 3600, 24) |
          at(time / 60 % 60, 16) | at(time % 60, 8);

@@ -73,7 +73,7 @@ class Checker {
     for (std::uint32_t i = 0; i < run.count; ++i) {
       const LdiDate date = file_.Transition(run, i);
       const std::uint64_t key = file_.Key(run, i);
-      if (!IsUtcTimestamp(date) || (i != 0 && key <= previous)) return false;
+      if (!IsUtcTimestamp(date) || (i != 0 && (key <= previous || date.year < 1))) return false;
       std::size_t type = 0;
       if (!file_.TypeAt(run, i, type)) return false;
       const std::int32_t offset = file_.Offset(type);
@@ -95,11 +95,12 @@ class Checker {
   }
 
   static bool IsUtcTimestamp(const LdiDate& date) noexcept {
-    return date.year != 0 && date.year >= -4712 && date.year <= 9999 && date.month >= 1 &&
-           date.month <= 12 && date.day >= 1 && date.day <= DaysInMonth(date.year, date.month) &&
-           date.hour < 24 && date.minute < 60 && date.second < 60 && date.zero == 0 &&
-           date.fraction == 0 && date.zone_hour == 0 && date.zone_minute == 0 &&
-           date.type == KES_DATETIME_TIMESTAMP && date.zero2 == 0;
+    const bool in_break = date.year == 1582 && date.month == 10 && date.day >= 5 && date.day <= 14;
+    return !in_break && date.year != 0 && date.year >= -4712 && date.year <= 9999 &&
+           date.month >= 1 && date.month <= 12 && date.day >= 1 &&
+           date.day <= DaysInMonth(date.year, date.month) && date.hour < 24 && date.minute < 60 &&
+           date.second < 60 && date.zero == 0 && date.fraction == 0 && date.zone_hour == 0 &&
+           date.zone_minute == 0 && date.type == KES_DATETIME_TIMESTAMP && date.zero2 == 0;
   }
 
   const ZoneFile& file_;
