@@ -161,6 +161,76 @@ KES_API void ldxdtsarr(ldxctx *ctx, uint8_t *const *out, const ldxdate *const *d
                        const size_t *rooms, size_t *lengths, const uint8_t *format,
                        size_t format_length, uint32_t flags, size_t *processed);
 
+/* Flags of ldxstdnew. */
+enum {
+  KES_DATE_QUIET = 1,   /* nothing is raised: ctx->error and ctx->error_offset keep the error */
+  KES_DATE_NO_RETRY = 2 /* no second try with full years */
+};
+
+/* ldxstd: reads a date.
+ *
+ * text     length bytes in the handle's set.
+ * format   compiled by ldxsti, of format_length bytes; null: the context's default.
+ * out      receives the date; untouched when there is an error.
+ * Result   0; when the error callback is null or returns, the number.
+ *
+ * What the text does not say comes from today (ctx->today): its year, its month; the first day;
+ * midnight. Without FX
+ *   - blanks in front of every item and at the end do not count;
+ *   - a sign of punctuation in the format stands for any such sign in the text, or for none;
+ *   - numbers may have fewer digits than their element, but one at least;
+ *   - MONTH and MON, DAY and DY take the long and the short names, and months also the form in
+ *     which they stand alone.
+ * With FX (up to the next FX) literals are as in the format, numbers have all digits unless FM is
+ * on, names are those of the element; the blanks of fill mode after a name may all be left out.
+ * Always: names may be in any letters; quoted text has to be there; what ldxdts writes is read.
+ * YY and YYY lack the digits of the current year. RR is 0-49 or 50-99: when the current year ends
+ * in 0-49, 50-99 are in the last century, else 0-49 are in the next; RRRR with up to two digits
+ * likewise. When a text cannot be read with YY or RR (and there is no FX) it is tried with YYYY or
+ * RRRR instead, as ldxstdyfr does; when that fails too, the first error holds. A weekday has to
+ * agree with a date whose day the text says. HH without AM or PM is in the morning.
+ *
+ * Errors   1820 an element of the format is for writing only (SP too); 1810 to 1819 as in ldxsti,
+ *          for formats of ldxsto; 1821 the format is damaged; 600 no format given and no default;
+ *          1822 E or EE, but the calendar has no eras, or it has no arithmetic
+ *          1830 the text goes on after the date; 1840 it ends too early
+ *          1831, 1833, 1834 year, month, day at odds with the Julian day, the day of the year or
+ *          each other; 1835 weekday at odds with the date
+ *          1836, 1837, 1838 hour, minute, second at odds with SSSSS
+ *          1839 no such day in the month; also 5 to 14 October 1582
+ *          1841 to 1856 a value out of the element's range, an unknown name; 1848 also 366 in a
+ *          common year; 1841 also the year 0
+ *          1858 a digit, 1859 a letter was expected; 1861 not the literal's text; 1862 under FX not
+ *          the number of digits
+ *          1863 year, 1864 date outside the calendar (J: a day of the year 0), 1865 unknown era, or
+ *          the date is not in it
+ *          ctx->error_offset: where in the text; of format errors, where in the compiled format. */
+KES_API uint32_t ldxstd(ldxctx *ctx, const uint8_t *text, size_t length, const uint8_t *format,
+                        size_t format_length, ldxdate *out);
+
+/* ldxstdnew: the same with flags.
+ * bad      null, or receives the error's offset; 0 when there is none.
+ * Result   0 or the number. */
+KES_API uint32_t ldxstdnew(ldxctx *ctx, const uint8_t *text, size_t length, const uint8_t *format,
+                           size_t format_length, ldxdate *out, uint32_t flags, size_t *bad);
+
+/* ldxstdu: ldxstd for UTF-16 in the platform's byte order, or that of the handle's set when that has
+ * two-byte units. length counts units, at most 1024 (longer texts raise 1830); error_offset counts
+ * bytes of the units, but with a handle in another set than UTF-8 bytes of the converted text. */
+KES_API uint32_t ldxstdu(ldxctx *ctx, const uint16_t *text, size_t length, const uint8_t *format,
+                         size_t format_length, ldxdate *out);
+
+/* ldxstdyfr: reads with full years: the first YY of the format as YYYY, or the first RR as RRRR.
+ * Result   0; -1 when the format has neither; else the number of the error. Nothing is raised. */
+KES_API int32_t ldxstdyfr(ldxctx *ctx, const uint8_t *text, size_t length, const uint8_t *format,
+                          size_t format_length, ldxdate *out) KES_NOEXCEPT;
+
+/* ldxstdarr: reads count texts in one format; an array form as date.h tells. lengths, those of the
+ * texts, are the second operands. */
+KES_API void ldxstdarr(ldxctx *ctx, ldxdate *const *out, const uint8_t *const *texts, size_t count,
+                       const size_t *lengths, const uint8_t *format, size_t format_length,
+                       uint32_t flags, size_t *processed);
+
 #ifdef __cplusplus
 }
 #endif

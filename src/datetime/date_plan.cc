@@ -1,6 +1,8 @@
 #include "datetime/date_plan.h"
 
 #include "datetime/date_model.h"
+#include "datetime/date_write.h"
+#include "datetime/day_number.h"
 
 namespace kestra::datetime {
 namespace {
@@ -31,6 +33,10 @@ constexpr ElementFields FieldsOf(std::uint32_t code) noexcept {
   }
 }
 
+// Added to the difference of a byte to the plan's text.
+constexpr std::uint8_t kExact = 0x7F;
+constexpr std::uint8_t kDigit = 0x7F - 9;
+
 bool Fill(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noexcept {
   std::size_t length = 0;
   unsigned seen = 0;
@@ -42,6 +48,7 @@ bool Fill(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noexcep
       const std::size_t size = code - kLiteralBase;
       if (format.size() - at - kLiteralHead < size || length + size > kPlanText) return false;
       memcpy(plan.text + length, format.data() + at + kLiteralHead, size);
+      memset(plan.limits + length, kExact, size);
       length += size;
       at += kLiteralHead + size;
       continue;
@@ -55,6 +62,7 @@ bool Fill(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noexcep
       seen |= 1u << field;
       plan.fields[plan.field_count++] = {static_cast<std::uint8_t>(length), field};
       plan.text[length] = plan.text[length + 1] = InBasis('0', basis);
+      plan.limits[length] = plan.limits[length + 1] = kDigit;
       length += 2;
     }
     at += kElementSize;
@@ -75,6 +83,43 @@ void MakePlan(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noe
   if (Fill(plan, format, basis)) return;
   plan.text_length = 0;
   plan.readable = false;
+}
+
+// Eight bytes at a time: the difference to the plan's text is 0 in literals and 0 to 9 in digits,
+// which are then the values themselves.
+bool ReadPlan(const Plan& plan, std::span<const std::uint8_t> text, ldxdate& out) noexcept {
+  const std::size_t length = plan.text_length;
+  if (text.size() != length || length < 8) return false;
+  constexpr std::uint64_t kHigh = 0x8080808080808080;
+  std::uint8_t digits[kPlanText];
+  std::uint64_t over = 0;
+  const auto compare = [&](std::size_t at) {
+    std::uint64_t bytes, wanted, limits;
+    memcpy(&bytes, text.data() + at, 8);
+    memcpy(&wanted, plan.text + at, 8);
+    memcpy(&limits, plan.limits + at, 8);
+    const std::uint64_t difference = bytes ^ wanted;
+    over |= difference | ((difference & ~kHigh) + limits);
+    memcpy(digits + at, &difference, 8);
+  };
+  for (std::size_t at = 0; at + 8 < length; at += 8) compare(at);
+  compare(length - 8);
+  if ((over & kHigh) != 0) return false;
+
+  std::uint8_t values[kPlanFieldCount] = {};
+  for (std::size_t i = 0; i < plan.field_count; ++i) {
+    const std::uint8_t* const pair = digits + plan.fields[i].offset;
+    values[plan.fields[i].field] = static_cast<std::uint8_t>(10 * pair[0] + pair[1]);
+  }
+  out.year = static_cast<std::int16_t>(100 * values[kCenturyField] + values[kYearField]);
+  out.month = values[kMonthField];
+  out.day = values[kDayField];
+  out.hour = values[kHourField];
+  out.minute = values[kMinuteField];
+  out.second = values[kSecondField];
+  out.zero = 0;
+  return CheckFields(out) == 0 && (out.day <= 28 || out.day <= MonthLength(out.year, out.month)) &&
+         !IsSkipped(out.year, out.month, out.day);
 }
 
 }  // namespace kestra::datetime

@@ -44,6 +44,10 @@ inline bool SameFormat(const Plan& plan, std::span<const std::uint8_t> format) n
   return difference == 0;
 }
 
+// Reads a text that agrees with a readable plan byte by byte. False: it does not, or what it says is
+// no date; out then has no meaning.
+bool ReadPlan(const Plan& plan, std::span<const std::uint8_t> text, ldxdate& out) noexcept;
+
 // The plan of a format; null when it is not of that kind.
 inline const Plan* PlanOf(State& state, std::span<const std::uint8_t> format) noexcept {
   if (format.empty() || format.size() > kPlanFormat) return nullptr;

@@ -8,6 +8,7 @@
 #include "datetime/ldx_state.h"
 #include "datetime/model_scan.h"
 #include "datetime/text_set.h"
+#include "datetime/utf16_text.h"
 #include "kestra/date.h"
 #include "kestra/date_format.h"
 #include "nls/handle_parts.h"
@@ -42,6 +43,8 @@ void ReadHandle(ldxctx& ctx) noexcept {
   State& state = StateOf(ctx);
   state.two_byte_units = (ctx.handle->flags & KES_CHARSET_UTF16) != 0;
   state.basis = state.two_byte_units ? Basis::kAscii : BasisOf(*ctx.handle, ctx.nls);
+  state.utf8 = KeepsUtf8(ctx);
+  state.whole_names = (ctx.handle->flags & KES_CHARSET_STATEFUL) != 0;
   ctx.first_weekday =
       static_cast<std::uint16_t>(lxhninfo(ctx.handle, KES_ITEM_FIRST_DAY, ctx.nls) % 7);
   ctx.calendar = ctx.handle->calendar_slot;

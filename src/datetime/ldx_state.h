@@ -75,7 +75,8 @@ struct Plan {
   std::uint8_t field_count;
   bool readable;  // year, month and day stand in it, and nothing twice
   FieldPlace fields[kPlanFields];
-  std::uint8_t text[kPlanText];
+  std::uint8_t text[kPlanText];    // a zero for each digit
+  std::uint8_t limits[kPlanText];  // a byte that differs from text by more comes past 0x7F with it
 };
 
 // Lies in ldxctx::inner. All zeros is a context without a language.
@@ -83,6 +84,7 @@ struct State {
   Basis basis;
   bool two_byte_units;  // UTF-16 handle: models and names are kept in UTF-8
   bool whole_names;     // names are compared as a whole: the set has shift state
+  bool utf8;            // the set of models and names is UTF-8
   bool names_loaded;
   bool calendar_loaded;
   std::uint16_t pool_used;

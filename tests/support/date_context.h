@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,9 +37,14 @@ inline const std::uint8_t* TextData(std::string_view text) {
 // A context that throws; without a handle it is English ASCII.
 class DateContext {
  public:
-  DateContext() { ldxbegin(&ctx_, nullptr, ThrowDateError, nullptr); }
+  // Today is 23 November 2026.
+  DateContext() {
+    ldxbegin(&ctx_, nullptr, ThrowDateError, nullptr);
+    ctx_.today = MakeDate(2026, 11, 23);
+  }
   DateContext(const lxhandle* handle, lxcontext* nls) {
     ldxcbeg(&ctx_, handle, nls, ThrowDateError, nullptr);
+    ctx_.today = MakeDate(2026, 11, 23);
   }
   ~DateContext() { ldxend(&ctx_); }
   DateContext(const DateContext&) = delete;
@@ -67,6 +73,25 @@ class DateContext {
     out.resize(ldxdts(&ctx_, &date, TextData(format), format.size(),
                       reinterpret_cast<std::uint8_t*>(out.data()), out.size()));
     return out;
+  }
+
+  // "2019-03-05 19:04:09", or the number of the error and where it lies: "1843 at 5".
+  std::string Read(std::string_view text, std::string_view model) {
+    return ReadCompiled(text, CompileForOutput(model));
+  }
+  std::string ReadCompiled(std::string_view text, const std::string& format) {
+    ldxdate date{};
+    std::size_t bad = 0;
+    const std::uint32_t number = ldxstdnew(&ctx_, TextData(text), text.size(), TextData(format),
+                                           format.size(), &date, KES_DATE_QUIET, &bad);
+    if (number != 0) return std::to_string(number) + " at " + std::to_string(bad);
+    return Show(date);
+  }
+  static std::string Show(const ldxdate& date) {
+    char text[64];
+    snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", date.year, date.month, date.day,
+             date.hour, date.minute, date.second);
+    return text;
   }
 
   // The number raised by a call, 0 for none.

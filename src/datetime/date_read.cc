@@ -1,0 +1,525 @@
+// The walk of a compiled format along a text, a handler for each element. Unless FX holds, blanks
+// in front of every item are passed over, punctuation of the format stands for any punctuation or
+// for none, numbers may have fewer digits, and names may be long or short.
+#include "datetime/date_read.h"
+
+#include <string.h>
+
+#include <algorithm>
+#include <array>
+
+#include "datetime/calendar.h"
+#include "datetime/date_names.h"
+#include "datetime/spelled_number.h"
+
+namespace kestra::datetime {
+namespace {
+
+constexpr std::uint32_t kRepeated = 1810;
+constexpr std::uint32_t kNotForReading = 1820;
+constexpr std::uint32_t kDamaged = 1821;
+constexpr std::uint32_t kNoCalendar = 1822;
+constexpr std::uint32_t kTextLeft = 1830;
+constexpr std::uint32_t kTextEnds = 1840;
+constexpr std::uint32_t kDigitExpected = 1858;
+constexpr std::uint32_t kLetterExpected = 1859;
+constexpr std::uint32_t kLiteralDiffers = 1861;
+constexpr std::uint32_t kWrongDigits = 1862;
+constexpr std::uint32_t kNoSuchEra = 1865;
+
+class TextWalk {
+ public:
+  TextWalk(ldxctx& ctx, std::span<const std::uint8_t> text, ReadFields& fields) noexcept
+      : ctx_(ctx),
+        state_(StateOf(ctx)),
+        fields_(fields),
+        begin_(text.data()),
+        at_(begin_),
+        end_(begin_ + text.size()),
+        zero_(InBasis('0', state_.basis)),
+        blank_(InBasis(' ', state_.basis)) {}
+
+  bool exact() const noexcept { return exact_; }
+  void ToggleExact() noexcept { exact_ = !exact_; }
+  bool AtEnd() const noexcept { return at_ == end_; }
+  std::size_t offset() const noexcept { return static_cast<std::size_t>(at_ - begin_); }
+  std::span<const std::uint8_t> left() const noexcept { return {at_, end_}; }
+  ldxctx& ctx() const noexcept { return ctx_; }
+  State& state() const noexcept { return state_; }
+  ReadFields& fields() const noexcept { return fields_; }
+
+  void SkipBlanks() noexcept {
+    while (at_ != end_ && *at_ == blank_) ++at_;
+  }
+  // At most count blanks.
+  void SkipBlanks(std::size_t count) noexcept {
+    for (; count != 0 && at_ != end_ && *at_ == blank_; --count) ++at_;
+  }
+  void Advance(std::size_t bytes) noexcept { at_ += bytes; }
+
+  // 0..9, or more for what is no digit.
+  std::uint32_t DigitAt(const std::uint8_t* p) const noexcept {
+    return static_cast<std::uint8_t>(*p - zero_);
+  }
+  bool Accept(char c) noexcept {
+    if (at_ == end_ || *at_ != InBasis(c, state_.basis)) return false;
+    ++at_;
+    return true;
+  }
+  bool AcceptBytes(std::string_view bytes) noexcept {
+    if (left().size() < bytes.size() || memcmp(at_, bytes.data(), bytes.size()) != 0) return false;
+    at_ += bytes.size();
+    return true;
+  }
+
+  // Up to most digits; returns how many there were.
+  std::uint32_t TakeDigits(std::uint32_t most, std::uint32_t& value) noexcept {
+    std::uint32_t count = 0;
+    for (; count < most && at_ != end_ && DigitAt(at_) <= 9; ++count) {
+      value = 10 * value + DigitAt(at_++);
+    }
+    return count;
+  }
+
+  Fault Error(std::uint32_t number) const noexcept { return {number, offset()}; }
+  // A digit or letter that is missing: the text ends, or goes on with something else.
+  Fault Missing(std::uint32_t number) const noexcept { return Error(AtEnd() ? kTextEnds : number); }
+
+  bool IsLetterOrDigit(std::uint8_t byte) const noexcept {
+    if (state_.basis == Basis::kAscii) {
+      const std::uint32_t letter = (byte | 0x20u) - 'a';
+      return letter < 26 || byte - std::uint32_t{'0'} < 10 || byte >= 0x80;
+    }
+    return byte >= 0x81;
+  }
+  bool IsPunctuation(std::uint8_t byte) const noexcept {
+    if (state_.basis == Basis::kAscii) {
+      return byte > 0x20 && byte < 0x7F && !IsLetterOrDigit(byte);
+    }
+    return byte > 0x40 && byte < 0x80;
+  }
+
+  // A literal without FX: of punctuation.
+  void PassPunctuation(std::span<const std::uint8_t> literal) noexcept {
+    for (const std::uint8_t byte : literal) {
+      SkipBlanks();
+      if (IsPunctuation(byte) && !AtEnd() && IsPunctuation(*at_)) ++at_;
+      if (byte >= 0x80 && state_.basis == Basis::kAscii) return;  // a character beyond ASCII
+    }
+  }
+
+ private:
+  ldxctx& ctx_;
+  State& state_;
+  ReadFields& fields_;
+  const std::uint8_t* begin_;
+  const std::uint8_t* at_;
+  const std::uint8_t* end_;
+  std::uint8_t zero_;
+  std::uint8_t blank_;
+  bool exact_ = false;
+};
+
+// How many bytes of text a name takes; 0: it does not begin so. Letters of any case, one by one.
+std::size_t NameBytes(const TextWalk& walk, const NameForms& name) noexcept {
+  const State& state = walk.state();
+  const std::span<const std::uint8_t> text = walk.left();
+  if (name.form[0].length == 0) return 0;
+  for (const NameRef& form : name.form) {
+    if (form.length <= text.size() && memcmp(text.data(), state.pool + form.at, form.length) == 0) {
+      return form.length;
+    }
+  }
+  if (state.whole_names) return 0;
+  const std::string_view upper = TextOf(state, name.form[0]);
+  const std::string_view lower = TextOf(state, name.form[2]);
+  const bool utf8 = state.utf8;
+  const auto length = [utf8](char lead) -> std::size_t {
+    const auto byte = static_cast<std::uint8_t>(lead);
+    return !utf8 || byte < 0xC0 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+  };
+  std::size_t at = 0, u = 0, l = 0;
+  while (u < upper.size() && l < lower.size()) {
+    const std::string_view big = upper.substr(u, length(upper[u]));
+    const std::string_view small = lower.substr(l, length(lower[l]));
+    const auto matches = [&](std::string_view one) {
+      return text.size() - at >= one.size() &&
+             memcmp(text.data() + at, one.data(), one.size()) == 0;
+    };
+    if (matches(big)) {
+      at += big.size();
+    } else if (matches(small)) {
+      at += small.size();
+    } else {
+      return 0;
+    }
+    u += big.size();
+    l += small.size();
+  }
+  return at;
+}
+
+// The longest name of a text among several groups.
+struct NameMatch {
+  std::size_t bytes = 0;
+  std::uint32_t indexes = 0;  // bit n: name n of its group; more than one when they are alike
+  std::size_t missing = 0;    // blanks that fill mode puts after it
+
+  void Try(const TextWalk& walk, const NameForms* names, std::size_t count,
+           std::size_t width) noexcept {
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::size_t length = NameBytes(walk, names[i]);
+      if (length == 0 || length < bytes) continue;
+      if (length > bytes) indexes = 0;
+      bytes = length;
+      indexes |= 1u << i;
+      const std::size_t columns = names[i].form[0].columns;
+      missing = width > columns ? width - columns : 0;
+    }
+  }
+  void Try(const TextWalk& walk, std::size_t group, std::size_t count) noexcept {
+    Try(walk, &walk.state().names[group], count, walk.state().widths[group]);
+  }
+  std::int32_t first() const noexcept { return __builtin_ctz(indexes); }
+};
+
+// Passes over the name that was found. number: the error when there was none.
+Fault TakeName(TextWalk& walk, const NameMatch& match, std::uint8_t modifier,
+               std::uint32_t number) noexcept {
+  if (match.bytes == 0) {
+    if (walk.AtEnd()) return walk.Error(kTextEnds);
+    return walk.Error(walk.IsLetterOrDigit(walk.left()[0]) && walk.DigitAt(&walk.left()[0]) > 9
+                          ? number
+                          : kLetterExpected);
+  }
+  walk.Advance(match.bytes);
+  if (!walk.exact() || (modifier & kFill) == 0) return {};
+  // Under FX the blanks of fill mode stand all or not at all.
+  const std::span<const std::uint8_t> left = walk.left();
+  const std::uint8_t blank = InBasis(' ', walk.state().basis);
+  const bool filled =
+      left.size() >= match.missing &&
+      std::all_of(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(match.missing),
+                  [blank](std::uint8_t byte) { return byte == blank; });
+  if (filled) walk.Advance(match.missing);
+  return {};
+}
+
+using Handler = Fault(TextWalk&, std::uint32_t code, std::uint8_t modifier) noexcept;
+
+Fault Keep(TextWalk& walk, std::uint32_t code, std::int32_t value, std::size_t offset) noexcept {
+  const Descriptor& element = kDescriptors[code];
+  if (value < element.low || value > element.high) return {element.number, offset};
+  walk.fields().value[code] = value;
+  walk.fields().where[code] = static_cast<std::uint32_t>(offset);
+  walk.fields().seen |= Bit(code);
+  return {};
+}
+
+Fault TakeOrdinalSuffix(TextWalk& walk, std::uint32_t value) noexcept {
+  const std::span<const std::uint8_t> left = walk.left();
+  const std::string_view suffix = OrdinalSuffix(value);
+  const Basis basis = walk.state().basis;
+  for (const int small : {0, 0x20}) {
+    if (left.size() >= 2 && left[0] == InBasis(static_cast<char>(suffix[0] | small), basis) &&
+        left[1] == InBasis(static_cast<char>(suffix[1] | small), basis)) {
+      walk.Advance(2);
+      return {};
+    }
+  }
+  return walk.exact() ? walk.Missing(kLiteralDiffers) : Fault{};
+}
+
+// most digits, all of them under FX in fill mode.
+Fault TakeNumber(TextWalk& walk, std::uint32_t most, std::uint8_t modifier,
+                 std::uint32_t& value) noexcept {
+  const std::uint32_t count = walk.TakeDigits(most, value);
+  if (count == 0) return walk.Missing(kDigitExpected);
+  if (walk.exact() && (modifier & kFill) != 0 && count < most) return walk.Error(kWrongDigits);
+  if ((modifier & kSuffixMask) != 0) return TakeOrdinalSuffix(walk, value);
+  return {};
+}
+
+Fault Number(TextWalk& walk, std::uint32_t code, std::uint8_t modifier) noexcept {
+  const std::size_t offset = walk.offset();
+  std::uint32_t value = 0;
+  const Fault fault = TakeNumber(walk, kDescriptors[code].flags & kDigitsMask, modifier, value);
+  if (fault) return fault;
+  return Keep(walk, code, static_cast<std::int32_t>(value), offset);
+}
+
+Fault ShortYear(TextWalk& walk, std::uint32_t code, std::uint8_t modifier) noexcept {
+  const std::size_t offset = walk.offset();
+  std::uint32_t value = 0;
+  const std::uint32_t most = code == KES_DATE_RR ? 2 : 4;
+  const std::uint8_t* const from = walk.left().data();
+  const Fault fault = TakeNumber(walk, most, modifier, value);
+  if (fault) return fault;
+  std::uint32_t digits = 0;
+  while (digits < most && from + digits != walk.left().data() && walk.DigitAt(from + digits) <= 9) {
+    ++digits;
+  }
+  walk.fields().short_year_digits = digits;
+  return Keep(walk, code, static_cast<std::int32_t>(value), offset);
+}
+
+// A sign, or under FX the blank for one.
+bool TakeSign(TextWalk& walk) noexcept {
+  if (walk.Accept('-')) return true;
+  if (!walk.Accept('+') && walk.exact()) walk.Accept(' ');
+  return false;
+}
+
+Fault SignedYear(TextWalk& walk, std::uint32_t code, std::uint8_t modifier) noexcept {
+  const std::size_t offset = walk.offset();
+  const bool negative = TakeSign(walk);
+  std::uint32_t value = 0;
+  const Fault fault = TakeNumber(walk, 4, modifier, value);
+  if (fault) return fault;
+  const auto year = static_cast<std::int32_t>(value);
+  return Keep(walk, code, negative ? -year : year, offset);
+}
+
+// Digits with a group separator, or a comma, after the first of four; it may be left out.
+Fault GroupedDigits(TextWalk& walk, std::uint8_t modifier, std::uint32_t& value) noexcept {
+  NeedNames(walk.ctx());
+  std::uint32_t count = walk.TakeDigits(1, value);
+  if (count == 0) return walk.Missing(kDigitExpected);
+  const bool separated =
+      walk.AcceptBytes(TextOf(walk.state(), walk.state().group_separator)) || walk.Accept(',');
+  const std::uint32_t more = walk.TakeDigits(3, value);
+  count += more;
+  const bool full = (modifier & kFill) != 0 || separated;
+  if (walk.exact() ? full && count < 4 : separated && more < 3) {
+    return more == 0 ? walk.Missing(kDigitExpected) : walk.Error(kWrongDigits);
+  }
+  if ((modifier & kSuffixMask) != 0) return TakeOrdinalSuffix(walk, value);
+  return {};
+}
+
+Fault GroupedYear(TextWalk& walk, std::uint32_t code, std::uint8_t modifier) noexcept {
+  const std::size_t offset = walk.offset();
+  const bool negative = code == KES_DATE_SY_YYY && TakeSign(walk);
+  std::uint32_t value = 0;
+  const Fault fault = GroupedDigits(walk, modifier, value);
+  if (fault) return fault;
+  const auto year = static_cast<std::int32_t>(value);
+  return Keep(walk, code, negative ? -year : year, offset);
+}
+
+// A month by name. Without FX long, short and stand-alone names all serve.
+Fault Month(TextWalk& walk, std::uint32_t code, std::uint8_t modifier) noexcept {
+  const std::size_t offset = walk.offset();
+  const bool wants_long = !walk.exact() || code == KES_DATE_MONTH;
+  const bool wants_short = !walk.exact() || code == KES_DATE_MON;
+  NameMatch match;
+  const Calendar calendar = Calendar::Of(walk.ctx());
+  if (calendar.gregorian_months()) {
+    NeedNames(walk.ctx());
+    if (wants_long) match.Try(walk, kMonthNames, 12);
+    if (wants_short) match.Try(walk, kShortMonthNames, 12);
+    if (!walk.exact()) match.Try(walk, kAloneMonthNames, 12);
+  } else {
+    NeedCalendarNames(walk.ctx());
+    const State& state = walk.state();
+    const auto attempt = [&](std::size_t group) {
+      match.Try(walk, &state.calendar_names[group], 13, state.calendar_widths[group]);
+    };
+    if (wants_long) attempt(kCalendarMonths);
+    if (wants_short) attempt(kCalendarShortMonths);
+  }
+  const Fault fault = TakeName(walk, match, modifier, kDescriptors[code].number);
+  if (fault) return fault;
+  walk.fields().value[code] = match.first() + 1;  // up to 13 in some calendars
+  walk.fields().where[code] = static_cast<std::uint32_t>(offset);
+  walk.fields().seen |= Bit(code);
+  return {};
+}
+
+Fault RomanMonth(TextWalk& walk, std::uint32_t code, std::uint8_t modifier) noexcept {
+  const std::size_t offset = walk.offset();
+  NeedNames(walk.ctx());
+  NameMatch match;
+  match.Try(walk, kRomanMonths, 13);
+  const Fault fault = TakeName(walk, match, modifier, kDescriptors[code].number);
+  if (fault) return fault;
+  if (match.first() == 12 && Calendar::Of(walk.ctx()).months() == 12) {
+    return {kDescriptors[code].number, offset};
+  }
+  walk.fields().value[code] = match.first() + 1;
+  walk.fields().where[code] = static_cast<std::uint32_t>(offset);
+  walk.fields().seen |= Bit(code);
+  return {};
+}
+
+Fault Weekday(TextWalk& walk, std::uint32_t code, std::uint8_t modifier) noexcept {
+  const std::size_t offset = walk.offset();
+  NeedNames(walk.ctx());
+  NameMatch match;
+  if (!walk.exact() || code == KES_DATE_DAY) match.Try(walk, kDayNames, 7);
+  if (!walk.exact() || code == KES_DATE_DY) match.Try(walk, kShortDayNames, 7);
+  const Fault fault = TakeName(walk, match, modifier, kDescriptors[code].number);
+  if (fault) return fault;
+  walk.fields().weekdays = match.indexes;
+  return Keep(walk, code, match.first() + 1, offset);
+}
+
+// One of two words: 0 the first, 1 the second.
+template <std::size_t kGroup>
+Fault OneOfTwo(TextWalk& walk, std::uint32_t code, std::uint8_t modifier) noexcept {
+  const std::size_t offset = walk.offset();
+  NeedNames(walk.ctx());
+  NameMatch match;
+  match.Try(walk, kGroup, 2);
+  const Fault fault = TakeName(walk, match, modifier, kDescriptors[code].number);
+  if (fault) return fault;
+  return Keep(walk, code, match.first(), offset);
+}
+
+Fault Era(TextWalk& walk, std::uint32_t code, std::uint8_t modifier) noexcept {
+  const std::size_t offset = walk.offset();
+  const Calendar calendar = Calendar::Of(walk.ctx());
+  if (calendar.gregorian() || !calendar.has_arithmetic()) return {kNoCalendar, offset};
+  NeedCalendarNames(walk.ctx());
+  const State& state = walk.state();
+  NameMatch match;
+  const auto attempt = [&](std::size_t group) {
+    match.Try(walk, &state.calendar_names[group], 8, state.calendar_widths[group]);
+  };
+  if (!walk.exact() || code == KES_DATE_EE) attempt(kCalendarEras);
+  if (!walk.exact() || code == KES_DATE_E) attempt(kCalendarShortEras);
+  const Fault fault = TakeName(walk, match, modifier, kNoSuchEra);
+  if (fault) return fault;
+  walk.fields().value[code] = calendar.first_named_era() + match.first();
+  walk.fields().where[code] = static_cast<std::uint32_t>(offset);
+  walk.fields().seen |= Bit(code);
+  return {};
+}
+
+Fault Exact(TextWalk& walk, std::uint32_t, std::uint8_t) noexcept {
+  walk.ToggleExact();
+  return {};
+}
+
+constexpr std::array<Handler*, kCodes> kHandlers = [] {
+  std::array<Handler*, kCodes> table{};
+  for (const auto code : {KES_DATE_Y, KES_DATE_YY, KES_DATE_YYY, KES_DATE_YYYY, KES_DATE_MM,
+                          KES_DATE_D, KES_DATE_DD, KES_DATE_DDD, KES_DATE_HH24, KES_DATE_HH12,
+                          KES_DATE_MI, KES_DATE_SS, KES_DATE_SSSSS, KES_DATE_J}) {
+    table[code] = Number;
+  }
+  table[KES_DATE_Y_YYY] = table[KES_DATE_SY_YYY] = GroupedYear;
+  table[KES_DATE_SYYYY] = table[KES_DATE_NYYYY] = SignedYear;
+  table[KES_DATE_RR] = table[KES_DATE_RRRR] = ShortYear;
+  table[KES_DATE_MONTH] = table[KES_DATE_MON] = Month;
+  table[KES_DATE_RM] = RomanMonth;
+  table[KES_DATE_DAY] = table[KES_DATE_DY] = Weekday;
+  table[KES_DATE_AM] = OneOfTwo<kMeridianNames>;
+  table[KES_DATE_A_M] = OneOfTwo<kPeriodMeridians>;
+  table[KES_DATE_AD] = OneOfTwo<kEraNames>;
+  table[KES_DATE_A_D] = OneOfTwo<kPeriodEras>;
+  table[KES_DATE_E] = table[KES_DATE_EE] = Era;
+  table[KES_DATE_FX] = Exact;
+  return table;
+}();
+
+Fault Literal(TextWalk& walk, std::span<const std::uint8_t> literal, std::uint8_t kind) noexcept {
+  const std::string_view bytes(reinterpret_cast<const char*>(literal.data()), literal.size());
+  if (walk.exact()) {
+    return walk.AcceptBytes(bytes) ? Fault{} : walk.Missing(kLiteralDiffers);
+  }
+  // Blanks in front were passed over, so those of the literal are too.
+  const auto blank = static_cast<char>(InBasis(' ', walk.state().basis));
+  const std::string_view rest =
+      bytes.substr(std::min(bytes.find_first_not_of(blank), bytes.size()));
+  if (walk.AcceptBytes(rest)) return {};
+  if (kind == kQuoted) {
+    // Blanks at its end may have been cut off with the text.
+    const std::string_view core = rest.substr(0, rest.find_last_not_of(blank) + 1);
+    return walk.AcceptBytes(core) ? Fault{} : walk.Missing(kLiteralDiffers);
+  }
+  walk.PassPunctuation({reinterpret_cast<const std::uint8_t*>(rest.data()), rest.size()});
+  return {};
+}
+
+bool IsShortYear(std::uint32_t code) noexcept { return code == KES_DATE_YY || code == KES_DATE_RR; }
+
+}  // namespace
+
+Fault CheckReadable(std::span<const std::uint8_t> format) noexcept {
+  std::uint64_t seen = 0;
+  for (std::size_t at = 0; at < format.size();) {
+    const std::uint8_t code = format[at];
+    if (format.size() - at < kElementSize) return {kDamaged, at};
+    if (code >= kLiteralBase) {
+      const std::size_t length = code - kLiteralBase;
+      if (format.size() - at - kLiteralHead < length) return {kDamaged, at};
+      at += kLiteralHead + length;
+      continue;
+    }
+    if (!IsElementCode(code)) return {kDamaged, at};
+    const bool spelled = (format[at + 1] & kSpelled) != 0;
+    if ((kUnreadable & Bit(code)) != 0 || spelled) return {kNotForReading, at};
+    if (code != KES_DATE_FX) {
+      if ((seen & Bit(code)) != 0) return {kRepeated, at};
+      seen |= Bit(code);
+    }
+    at += kElementSize;
+  }
+  return {GroupError(seen), format.size()};
+}
+
+RetryFacts FactsOf(std::span<const std::uint8_t> format) noexcept {
+  RetryFacts facts{};
+  for (std::size_t at = 0; at < format.size();) {
+    const std::uint8_t code = format[at];
+    facts.short_year = facts.short_year || IsShortYear(code);
+    facts.exact = facts.exact || code == KES_DATE_FX;
+    at += code < kLiteralBase ? kElementSize : code - kLiteralBase + kLiteralHead;
+  }
+  return facts;
+}
+
+Fault ReadText(ldxctx& ctx, std::span<const std::uint8_t> text,
+               std::span<const std::uint8_t> format, bool full_years, ReadFields& fields) noexcept {
+  TextWalk walk(ctx, text, fields);
+  fields.text_length = text.size();
+  while (!format.empty()) {
+    std::uint32_t code = format[0];
+    const std::uint8_t modifier = format[1];
+    if (!walk.exact() && code != KES_DATE_FX) walk.SkipBlanks();
+    if (code >= kLiteralBase) {
+      const std::size_t length = code - kLiteralBase;
+      const Fault fault = Literal(walk, format.subspan(kLiteralHead, length), modifier);
+      if (fault) return fault;
+      format = format.subspan(kLiteralHead + length);
+      continue;
+    }
+    if (full_years && IsShortYear(code)) {
+      code = code == KES_DATE_YY ? KES_DATE_YYYY : KES_DATE_RRRR;
+      full_years = false;
+    }
+    const Fault fault = kHandlers[code](walk, code, modifier);
+    if (fault) return fault;
+    format = format.subspan(kElementSize);
+  }
+  if (!walk.exact()) walk.SkipBlanks();
+  return walk.AtEnd() ? Fault{} : walk.Error(kTextLeft);
+}
+
+Fault ReadDate(ldxctx& ctx, std::span<const std::uint8_t> text,
+               std::span<const std::uint8_t> format, bool retry, ldxdate& out) noexcept {
+  if (const Fault fault = CheckReadable(format)) return fault;
+  const auto attempt = [&](bool full_years) {
+    ReadFields fields;
+    const Fault fault = ReadText(ctx, text, format, full_years, fields);
+    return fault ? fault : CombineFields(ctx, fields, out);
+  };
+  const Fault fault = attempt(false);
+  if (!fault || !retry) return fault;
+  const RetryFacts facts = FactsOf(format);
+  if (!facts.short_year || facts.exact) return fault;
+  return attempt(true) ? fault : Fault{};
+}
+
+}  // namespace kestra::datetime
