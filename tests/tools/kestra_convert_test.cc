@@ -94,6 +94,86 @@ const Case kCases[] = {
      "ab",
      1,
      {"stopped", ":1:3: byte 2: C3 B6: U+00F6"}},
+    {"... also by the other name",
+     {"-f", "utf-8", "-t", "US7ASCII", "--on-error=stop"},
+     "ab\xC3\xB6\xE2\x82\xAC",
+     "ab",
+     1,
+     {"stopped", ":1:3: byte 2: C3 B6: U+00F6"}},
+    {"references for what the target lacks, which is no loss",
+     {"-f", "utf-8", "-t", "latin1", "--on-error=xml"},
+     "a\xC3\xB6\xE2\x82\xAC\xF0\x9F\x98\x80&\n",
+     "a\xF6&#x20AC;&#x1F600;&\n",
+     0,
+     {}},
+    {"... but malformed bytes are replaced and reported",
+     {"-f", "utf-8", "-t", "US7ASCII", "--on-error", "xml"},
+     "\xE2\x82\xAC\xFF\xE2\x82",
+     "&#x20AC;?"
+     "?",
+     1,
+     {"2 places", ":1:2: byte 3: FF: not AL32UTF8 text", ":1:3: byte 4: E2 82: the text ends"}},
+    {"references in EBCDIC",
+     {"-f", "utf-8", "-t", "IBM1047", "--on-error=XML"},
+     "\xE2\x82\xAC",
+     "\x50\x7B\xA7\xF2\xF0\xC1\xC3\x5E",
+     0,
+     {}},
+    {"references return from a shift first",
+     {"-f", "utf-8", "-t", "ISO2022JP", "--on-error=xml"},
+     "\xE6\x97\xA5\xEA\xB0\x80\xE6\x97\xA5",
+     "\x1B$BF|\x1B(B&#xAC00;\x1B$BF|\x1B(B",
+     0,
+     {}},
+    {"left out",
+     {"-f", "utf-8", "-t", "US7ASCII", "--on-error=skip"},
+     "a\xC3\xB6\xFF\nb\xE2\x82",
+     "a\nb",
+     1,
+     {"3 places could not be converted to US7ASCII and were left out", ":1:2: byte 1: C3 B6",
+      ":1:3: byte 3: FF", ":2:2: byte 6: E2 82"}},
+    {"left out between shifts",
+     {"-f", "utf-8", "-t", "JA16IBM930", "--on-error=skip"},
+     "\xE4\xB8\x80\xEA\xB0\x80\xE4\xB8\x80",
+     "\x0E\x45\x41\x45\x41\x0F",
+     1,
+     {"1 place"}},
+    {"nothing is transliterated unless it is asked for",
+     {"-f", "utf-8", "-t", "US7ASCII"},
+     "\xC3\xA9\xE2\x80\xA6",
+     "??",
+     1,
+     {"2 places"}},
+    {"similar text",
+     {"-f", "utf-8", "-t", "US7ASCII", "--transliterate"},
+     "\xC3\x89t\xC3\xA9\xE2\x80\xA6 \xE2\x82\xAC 5 \xEF\xBC\xA1\xD0\x96",
+     "Ete... EUR 5 A?",
+     1,
+     {"5 characters became similar text", "1 place", "D0 96: U+0416"}},
+    {"... only for what the target lacks, and the rest by reference",
+     {"-f", "utf-8", "-t", "latin1", "--transliterate", "--on-error=xml"},
+     "\xC3\xA9\xE2\x80\xA6\xD0\x96",
+     "\xE9...&#x416;",
+     0,
+     {"1 character became similar text"}},
+    {"the rate on demand",
+     {"-f", "utf-8", "-t", "latin1", "--progress", "--quiet"},
+     "abc",
+     "abc",
+     0,
+     {"kestra convert: 0.0 MB in ", "MB/s"}},
+    {"an unknown way",
+     {"-f", "utf-8", "-t", "latin1", "--on-error=ignore"},
+     "",
+     "",
+     2,
+     {"--on-error", "replace"}},
+    {"two ways",
+     {"-f", "utf-8", "-t", "latin1", "--on-error=skip", "--strict"},
+     "",
+     "",
+     2,
+     {"--strict"}},
     {"a mark is kept where it can be",
      {"-f", "utf-8", "-t", "AL16UTF16"},
      "\xEF\xBB\xBF"
@@ -267,6 +347,48 @@ TEST(KestraConvert, SetsWithStatesRoundTripRealText) {
     EXPECT_EQ(back.exit_code, 0) << back.err;
     EXPECT_TRUE(back.out == text);
   }
+}
+
+// Every way, however the input arrives: the same result, and every place once.
+TEST(KestraConvert, EveryWayInPieces) {
+  const std::string text = MixedText(60'000, true);
+  const std::string reports = "100000";
+  for (const char* way : {"replace", "xml", "skip"}) {
+    for (const char* set : {"latin1", "JA16IBM930", "ISO2022KR"}) {
+      SCOPED_TRACE(std::string(way) + " " + set);
+      const Arguments arguments = {"-f",         "utf-8", "-t",        set,
+                                   "--on-error", way,     "--reports", reports};
+      const ChildResult whole = Convert(arguments, text);
+      EXPECT_EQ(whole.exit_code, 1);
+      const ChildResult pieces = Convert(arguments, text, 4093);
+      EXPECT_TRUE(pieces.out == whole.out);
+      EXPECT_TRUE(pieces.err == whole.err);
+    }
+  }
+}
+
+TEST(KestraCharsets, Compare) {
+  const auto compare = [](Arguments arguments) {
+    arguments.insert(arguments.begin(), {"charsets", "--compare"});
+    return RunTool("kestra", arguments, "", kHome);
+  };
+  const ChildResult latin = compare({"latin1", "WE8ISO8859P15"});
+  EXPECT_EQ(latin.exit_code, 1);
+  for (const char* text :
+       {"WE8ISO8859P1 has 256 characters, WE8ISO8859P15 has 256; 248 are in both.",
+        "Only in WE8ISO8859P1: 8", "U+00BC..U+00BE     \xC2\xBC\xC2\xBD\xC2\xBE",
+        "Only in WE8ISO8859P15: 8", "U+20AC             \xE2\x82\xAC"}) {
+    EXPECT_NE(latin.out.find(text), std::string::npos) << text << "\nin\n" << latin.out;
+  }
+  const ChildResult same = compare({"AL32UTF8", "AL16UTF16"});
+  EXPECT_EQ(same.exit_code, 0);
+  EXPECT_NE(same.out.find("1112064 are in both"), std::string::npos) << same.out;
+  const ChildResult json = compare({"US7ASCII", "ISO2022KR", "--json"});
+  for (const char* text : {"\"only_here\": 3", "\"U+000E..U+000F\"", "\"U+001B\"", "\"U+AC00"}) {
+    EXPECT_NE(json.out.find(text), std::string::npos) << text << "\nin\n" << json.out;
+  }
+  EXPECT_EQ(compare({"latin1", "latin99"}).exit_code, 2);
+  EXPECT_EQ(compare({"latin1"}).exit_code, 2);
 }
 
 TEST(KestraConvert, OutputFileIsReplacedWholeOrNotAtAll) {

@@ -1,6 +1,7 @@
-// kestra charsets: the character sets of the data in use.
+// kestra charsets: the character sets of the data in use, and what one has and another lacks.
 #include "command.h"
 #include "names.h"
+#include "repertoire.h"
 #include "session.h"
 
 namespace kestra::tools {
@@ -25,11 +26,24 @@ int List(const ListOptions& options, bool json) {
 }
 
 std::function<int()> Setup(CLI::App& app, const Globals& globals) {
-  auto options = AddListOptions(app, "Every alias");
+  auto options = AddListOptions(app, "Every alias; with --compare, every character");
+  auto compare = std::make_shared<std::vector<std::string>>();
+  app.add_option(
+         "--compare", *compare,
+         "Show the characters that one of two sets has and the other lacks; exit code 1 when "
+         "there are any")
+      ->expected(2)
+      ->type_name("SET");
   app.footer(
       "CLASS tells how the bytes of a character are found, BYTES its longest character.\n\n" +
-      Examples({"kestra charsets", "kestra charsets --all 8859", "kestra charsets --json utf"}));
-  return [options, &globals] { return List(*options, globals.json); };
+      Examples({"kestra charsets", "kestra charsets --all 8859", "kestra charsets --json utf",
+                "kestra charsets --compare latin1 latin9"}));
+  return [options, compare, &globals] {
+    if (compare->empty()) return List(*options, globals.json);
+    Session session;
+    return CompareRepertoires(session, (*compare)[0], (*compare)[1], options->all ? 0 : 20,
+                              globals.json);
+  };
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -24,7 +26,10 @@ struct Options {
   std::string output;
   std::vector<std::string> files;
   Mark mark = Mark::kKeep;
+  OnError on_error = OnError::kReplace;
   bool strict = false;
+  bool transliterate = false;
+  bool progress = false;
   bool quiet = false;
   std::size_t reports = 20;
 };
@@ -34,6 +39,7 @@ struct FileReport {
   std::uint64_t bytes = 0;
   std::uint64_t characters = 0;
   std::uint64_t trouble_count = 0;
+  std::uint64_t transliterated = 0;
   std::vector<Trouble> troubles;
 };
 
@@ -42,6 +48,8 @@ std::string Describe(const Trouble& trouble, const std::string& from, const std:
   if (trouble.malformed) return fmt::format("not {} text", from);
   return fmt::format("{} does not exist in {}", CodePointNames(trouble.code_points), to);
 }
+
+const char* Fate(OnError on_error) { return on_error == OnError::kSkip ? "left out" : "replaced"; }
 
 class Conversion {
  public:
@@ -60,13 +68,14 @@ class Conversion {
     for (const std::string& file : files) {
       if (!ConvertFile(file)) break;
     }
-    // A strict run that failed leaves the old file; what went to a pipe went there.
+    // A run that stopped leaves the old file; what went to a pipe went there.
     if (!stopped_ || options_.output.empty()) output_->Commit();
     if (json) {
       ReportJson();
     } else if (!options_.quiet) {
       Report();
     }
+    if (options_.progress) ReportRate();
     return TroubleCount() == 0 ? kDone : kFound;
   }
 
@@ -80,7 +89,7 @@ class Conversion {
     output_->Write(std::span(bytes, length));
   }
 
-  // Returns false when a strict run has to stop.
+  // Returns false when the run has to stop.
   bool ConvertFile(const std::string& path) {
     TextFile file(path);
     const MarkFound mark = FindMark(file.Start(), from_.id);
@@ -93,7 +102,8 @@ class Conversion {
                    from.name, from_.name);
       }
     }
-    TextStream stream(session_, from, to_, {options_.strict, options_.reports});
+    TextStream stream(session_, from, to_,
+                      {options_.on_error, options_.transliterate, options_.reports});
     // A mark is a signature and no text where the byte order was open or the target has no marks.
     const bool drop = options_.mark != Mark::kKeep || from_.id == kUtf16 || !IsUnicodeForm(to_.id);
     if (mark.length > 0 && drop) {
@@ -103,7 +113,7 @@ class Conversion {
     file.Run(stream, *output_, "Converting");
     output_->Flush();
     reports_.push_back({file.name(), stream.offset(), stream.characters(), stream.trouble_count(),
-                        stream.troubles()});
+                        stream.transliterated(), stream.troubles()});
     stopped_ = stream.stopped();
     return !stopped_;
   }
@@ -115,15 +125,19 @@ class Conversion {
   }
 
   void Report() const {
+    const bool stop = options_.on_error == OnError::kStop;
     for (const FileReport& report : reports_) {
-      if (report.trouble_count == 0) continue;
       const std::string name = Printable(report.name);
+      if (report.transliterated != 0) {
+        fmt::print(stderr, "kestra convert: {}: {} character{} became similar text\n", name,
+                   report.transliterated, report.transliterated == 1 ? "" : "s");
+      }
+      if (report.trouble_count == 0) continue;
       const std::string what =
-          options_.strict
-              ? fmt::format("stopped at a character that cannot be converted to {}", to_.name)
-              : fmt::format("{} place{} could not be converted to {} and {} replaced",
-                            report.trouble_count, report.trouble_count == 1 ? "" : "s", to_.name,
-                            report.trouble_count == 1 ? "was" : "were");
+          stop ? fmt::format("stopped at a character that cannot be converted to {}", to_.name)
+               : fmt::format("{} place{} could not be converted to {} and {} {}",
+                             report.trouble_count, report.trouble_count == 1 ? "" : "s", to_.name,
+                             report.trouble_count == 1 ? "was" : "were", Fate(options_.on_error));
       fmt::print(stderr, "kestra convert: {}: {}\n", name,
                  Styled(STDERR_FILENO, Style::kYellow, what));
       for (const Trouble& trouble : report.troubles) {
@@ -131,10 +145,19 @@ class Conversion {
                    trouble.offset, HexBytes(trouble.bytes),
                    Describe(trouble, from_.name, to_.name));
       }
-      if (report.trouble_count > report.troubles.size() && !options_.strict) {
+      if (report.trouble_count > report.troubles.size() && !stop) {
         fmt::print(stderr, "  and {} more\n", report.trouble_count - report.troubles.size());
       }
     }
+  }
+
+  void ReportRate() const {
+    std::uint64_t bytes = 0;
+    for (const FileReport& report : reports_) bytes += report.bytes;
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
+    const double megabytes = static_cast<double>(bytes) / 1e6;
+    fmt::print(stderr, "kestra convert: {:.1f} MB in {:.2f} s, {:.0f} MB/s\n", megabytes,
+               elapsed.count(), megabytes / std::max(elapsed.count(), 1e-9));
   }
 
   // On standard error: standard output holds the text.
@@ -150,6 +173,7 @@ class Conversion {
       file["bytes"] = report.bytes;
       file["characters"] = report.characters;
       file["unconvertible"] = report.trouble_count;
+      file["transliterated"] = report.transliterated;
       file["places"] = nlohmann::ordered_json::array();
       for (const Trouble& trouble : report.troubles) {
         file["places"].push_back({{"offset", trouble.offset},
@@ -168,6 +192,7 @@ class Conversion {
   }
 
   const Options& options_;
+  const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   Session session_;
   Charset from_;
   Charset to_;
@@ -189,7 +214,23 @@ std::function<int()> Setup(CLI::App& app, const Globals& globals) {
       ->type_name("FILE");
   app.add_option("files", options->files, "Files to convert one after the other; - and none: stdin")
       ->type_name("FILE");
-  app.add_flag("--strict", options->strict, "Stop at the first character that cannot be converted");
+  CLI::Option* on_error =
+      app.add_option("--on-error", options->on_error,
+                     "What becomes of a character that cannot be converted: replace, the default "
+                     "(the target's replacement character); stop; xml (a reference such as "
+                     "&#x20AC;); skip (it is left out)")
+          ->type_name("HOW")
+          ->transform(CLI::CheckedTransformer(
+              std::vector<std::pair<std::string, OnError>>{{"replace", OnError::kReplace},
+                                                           {"stop", OnError::kStop},
+                                                           {"xml", OnError::kXml},
+                                                           {"skip", OnError::kSkip}},
+              CLI::ignore_case));
+  app.add_flag("--strict", options->strict, "The same as --on-error=stop")->excludes(on_error);
+  app.add_flag(
+      "--transliterate", options->transliterate,
+      "Write similar ASCII text for what the target lacks, if there is any: e for e acute, "
+      "... for the ellipsis, EUR for the euro sign");
   app.add_option("--bom", options->mark,
                  "Byte-order mark: keep (where the output can hold it), strip, or add")
       ->type_name("HOW")
@@ -199,15 +240,23 @@ std::function<int()> Setup(CLI::App& app, const Globals& globals) {
           CLI::ignore_case));
   app.add_option("--reports", options->reports, "Places to list for each file, 20 by default")
       ->type_name("N");
+  app.add_flag(
+      "--progress", options->progress,
+      "Tell the bytes, the time and the rate at the end; long work shows them on a terminal "
+      "anyway");
   app.add_flag("-q,--quiet", options->quiet, "No report on standard error");
   app.footer(
       "SET is a name of `kestra charsets` or a registered name such as utf-8 or latin1.\n"
       "What cannot be converted is replaced, listed on standard error with file, line, column and\n"
       "byte offset, and gives exit code 1.\n\n" +
       Examples({"kestra convert -f latin1 -t utf-8 letter.txt > letter.utf8.txt",
-                "kestra convert -f utf-8 -t JA16SHIFTJIS --strict -o menu.sjis menu.txt",
+                "kestra convert -f utf-8 -t JA16SHIFTJIS --on-error=stop -o menu.sjis menu.txt",
+                "kestra convert -f utf-8 -t latin1 --on-error=xml page.html > page.latin1.html",
                 "zcat log.gz | kestra convert -f IBM1047 -t AL32UTF8 | less"}));
-  return [options, &globals] { return Conversion(*options).Run(globals.json); };
+  return [options, &globals] {
+    if (options->strict) options->on_error = OnError::kStop;
+    return Conversion(*options).Run(globals.json);
+  };
 }
 
 }  // namespace

@@ -203,7 +203,7 @@ int InspectText(TextFile& file, const InspectOptions& options, bool json) {
           : fmt::format("{} ({})", HexBytes(sample.first(detection.mark_length)), charset.name);
   // Into UTF-16, which holds everything; from big-endian into little-endian, so that it is checked.
   const Charset target = session.LoadCharset(charset.id == kAl16Utf16 ? kAl16Utf16Le : kAl16Utf16);
-  TextStream stream(session, charset, target, {false, options.reports});
+  TextStream stream(session, charset, target, {.keep = options.reports});
   LineEndCounter counter(target.id == kAl16Utf16Le);
   file.Drop(detection.mark_length);
   stream.Skip(detection.mark_length);

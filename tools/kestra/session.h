@@ -17,6 +17,7 @@ inline constexpr std::uint32_t kLanguageKind = KES_ITEM_LANGUAGE;
 inline constexpr std::uint32_t kTerritoryKind = KES_ITEM_TERRITORY;
 inline constexpr std::uint32_t kCharsetKind = KES_ITEM_CHARSET;
 
+inline constexpr std::uint32_t kUs7Ascii = 1;
 inline constexpr std::uint32_t kAl32Utf8 = 873;
 inline constexpr std::uint32_t kUtf16 = 1000;
 inline constexpr std::uint32_t kAl16Utf16 = 2000;

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "command.h"
-#include "kestra/convert.h"
+#include "transliterate.h"
 
 namespace kestra::tools {
 namespace {
@@ -97,22 +97,26 @@ std::span<const std::uint8_t> TextStream::Portion(std::span<const std::uint8_t> 
   return from_.stateful ? rest.first(lines_.LineLength(rest)) : rest;
 }
 
-std::size_t TextStream::Call(std::span<std::uint8_t> out, std::span<const std::uint8_t> in,
-                             std::uint32_t options) {
+std::size_t TextStream::Call(Converter convert, std::span<std::uint8_t> out,
+                             std::span<const std::uint8_t> in, std::uint32_t options) {
   lxcontext* context = session_.context();
   context->status.shift_in = state_in_;
   context->status.shift_out = state_out_;
-  return lxgcnvb(out.data(), to_.object, out.size(), in.data(), from_.object, in.size(),
+  return convert(out.data(), to_.object, out.size(), in.data(), from_.object, in.size(),
                  options | KES_CONVERT_CONTINUE, context);
 }
 
 std::size_t TextStream::Convert(std::span<const std::uint8_t> block, bool more, ByteSink& sink) {
   lxcontext* context = session_.context();
+  // The library writes references itself; where similar text comes first, each character is looked
+  // at here.
+  const bool references = options_.on_error == OnError::kXml && !options_.transliterate;
+  const Converter convert = references ? lxgxmlco : lxgcnvb;
   std::size_t used = 0;
   while (used < block.size() && !stopped_) {
     const std::span<const std::uint8_t> rest = Portion(block.subspan(used));
     const std::span<std::uint8_t> room = sink.Room(kLongestCharacter);
-    const std::size_t written = Call(room, rest, KES_CONVERT_STOP | KES_CONVERT_MORE);
+    const std::size_t written = Call(convert, room, rest, KES_CONVERT_STOP | KES_CONVERT_MORE);
     if (context->error == KES_NLS_OBJECT_UNAVAILABLE) FailUnavailable();
     const bool full = context->error == KES_NLS_DESTINATION_FULL;
     const auto consumed = static_cast<std::size_t>(context->status.consumed);
@@ -147,7 +151,7 @@ std::size_t TextStream::Step(std::span<const std::uint8_t> rest, bool more, Byte
   // it needs an escape sequence in front of it is not known.
   for (std::size_t room = to_.stateful ? 1 : replacement_room_;
        written == 0 && room <= kLongestCharacter; ++room) {
-    written = Call(std::span(out, room), rest, KES_CONVERT_MORE);
+    written = Call(lxgcnvb, std::span(out, room), rest, KES_CONVERT_MORE);
     if (written == 0 && context->error == KES_NLS_OK) break;  // cut off
   }
   auto consumed = static_cast<std::size_t>(context->status.consumed);
@@ -157,9 +161,19 @@ std::size_t TextStream::Step(std::span<const std::uint8_t> rest, bool more, Byte
     const bool replaced = context->status.replacement != 0;
     const std::span<const std::uint8_t> bytes = rest.first(consumed);
     if (replaced) replacement_room_ = written;
-    if (replaced && !Survives(bytes, std::span(out, written))) Note(bytes, false);
+    if (!replaced || Survives(bytes, std::span(out, written))) {
+      state_out_ = state_out;
+    } else if (WriteInstead(bytes, sink)) {
+      written = 0;
+    } else {
+      Note(bytes, false);
+      if (options_.on_error == OnError::kSkip) {
+        written = 0;
+      } else {
+        state_out_ = state_out;
+      }
+    }
     state_in_ = state_in;
-    state_out_ = state_out;
   } else {
     if (more) return 0;
     // The text ends within a character: what is left is replaced as one.
@@ -170,7 +184,11 @@ std::size_t TextStream::Step(std::span<const std::uint8_t> rest, bool more, Byte
     context->status.shift_out = state_out_;
     written = lxgcnvb(out, to_.object, sizeof out, kReplacement, utf16_.object, sizeof kReplacement,
                       KES_CONVERT_MORE | KES_CONVERT_CONTINUE, context);
-    state_out_ = context->status.shift_out;
+    if (options_.on_error == OnError::kSkip) {
+      written = 0;
+    } else {
+      state_out_ = context->status.shift_out;
+    }
   }
   if (stopped_) return 0;
   std::copy_n(out, written, sink.Room(written).begin());
@@ -181,10 +199,37 @@ std::size_t TextStream::Step(std::span<const std::uint8_t> rest, bool more, Byte
   return consumed;
 }
 
+bool TextStream::WriteInstead(std::span<const std::uint8_t> bytes, ByteSink& sink) {
+  const bool xml = options_.on_error == OnError::kXml;
+  if (!options_.transliterate && !xml) return false;
+  const std::vector<std::uint32_t> code_points = Decode(bytes);
+  if (code_points.size() != 1) return false;
+  const auto write = [&](const std::string& text) {
+    if (text.empty()) return false;
+    lxcontext* context = session_.context();
+    const std::span<std::uint8_t> room = sink.Room(4 * text.size() + kLongestCharacter);
+    context->status.shift_in = 0;
+    context->status.shift_out = state_out_;
+    const std::size_t written = lxgcnvb(
+        room.data(), to_.object, room.size(), reinterpret_cast<const std::uint8_t*>(text.data()),
+        session_.LoadCharset(kUs7Ascii).object, text.size(),
+        KES_CONVERT_STOP | KES_CONVERT_MORE | KES_CONVERT_CONTINUE, context);
+    if (context->error != KES_NLS_OK || context->status.consumed != text.size()) return false;
+    state_out_ = context->status.shift_out;
+    sink.Advance(written);
+    return true;
+  };
+  if (options_.transliterate && write(Transliterate(code_points[0]))) {
+    ++transliterated_;
+    return true;
+  }
+  return xml && write(fmt::format("&#x{:X};", code_points[0]));
+}
+
 // A target with states returns to its base state at the end of the text.
 void TextStream::Finish(ByteSink& sink) {
   if (!to_.stateful) return;
-  sink.Advance(Call(sink.Room(kLongestCharacter), {}, 0));
+  sink.Advance(Call(lxgcnvb, sink.Room(kLongestCharacter), {}, 0));
   state_out_ = session_.context()->status.shift_out;
 }
 
@@ -232,7 +277,7 @@ std::vector<std::uint32_t> TextStream::Decode(std::span<const std::uint8_t> byte
 
 void TextStream::Note(std::span<const std::uint8_t> bytes, bool cut) {
   ++trouble_count_;
-  stopped_ = options_.strict;
+  stopped_ = options_.on_error == OnError::kStop;
   if (troubles_.size() >= options_.keep) return;
   Trouble trouble;
   trouble.offset = offset_;

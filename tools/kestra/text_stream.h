@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "kestra/context.h"
+#include "kestra/convert.h"
 #include "session.h"
 #include "support/files.h"
 
@@ -54,11 +55,20 @@ class LineCounter {
   std::uint64_t column_ = 1;
 };
 
+// What becomes of a character that cannot be converted.
+enum class OnError {
+  kReplace,  // the replacement character of the target
+  kStop,     // nothing: the stream stops for good in front of it
+  kXml,      // an XML character reference; only what is malformed is replaced
+  kSkip,     // it is left out
+};
+
 class TextStream {
  public:
   struct Options {
-    bool strict = false;    // stop for good at the first trouble
-    std::size_t keep = 20;  // troubles to remember
+    OnError on_error = OnError::kReplace;
+    bool transliterate = false;  // first try similar ASCII text, which is no trouble
+    std::size_t keep = 20;       // troubles to remember
   };
 
   // charsets and session outlive the stream. Throws ToolError when the pair cannot be converted.
@@ -76,11 +86,13 @@ class TextStream {
   std::uint64_t characters() const { return characters_; }
   std::uint64_t lines() const { return lines_.line(); }
   std::uint64_t trouble_count() const { return trouble_count_; }
+  std::uint64_t transliterated() const { return transliterated_; }
   const std::vector<Trouble>& troubles() const { return troubles_; }
 
  private:
   // One call of the library with the states of this stream.
-  std::size_t Call(std::span<std::uint8_t> out, std::span<const std::uint8_t> in,
+  using Converter = decltype(&lxgcnvb);
+  std::size_t Call(Converter convert, std::span<std::uint8_t> out, std::span<const std::uint8_t> in,
                    std::uint32_t options);
   // How much of a block to convert at once: a line of a set with states, as the characters of half
   // a line cannot be counted without knowing the state that it began in.
@@ -88,6 +100,9 @@ class TextStream {
   // Converts one character that stopped the conversion. Returns bytes used, 0: cut off by the end.
   std::size_t Step(std::span<const std::uint8_t> rest, bool more, ByteSink& sink);
   void Finish(ByteSink& sink);
+  // Writes similar text, or a reference, for the character instead of its replacement. False: it has
+  // none, or the target lacks a character of it.
+  bool WriteInstead(std::span<const std::uint8_t> bytes, ByteSink& sink);
   // A replacement character that stood in the source already is no loss.
   bool Survives(std::span<const std::uint8_t> bytes, std::span<const std::uint8_t> written);
   std::vector<std::uint32_t> Decode(std::span<const std::uint8_t> bytes);
@@ -106,6 +121,7 @@ class TextStream {
   std::uint64_t offset_ = 0;
   std::uint64_t characters_ = 0;
   std::uint64_t trouble_count_ = 0;
+  std::uint64_t transliterated_ = 0;
   std::vector<Trouble> troubles_;
   bool stopped_ = false;
 };
