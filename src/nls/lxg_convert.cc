@@ -49,6 +49,7 @@ kernels::Progress RunShortCut(std::uint8_t* out, CharsetView destination, std::s
   const bool from_ascii = source.ascii_runs();
   const bool to_ascii = destination.ascii_runs();
   if (from_ascii && to_ascii) {
+    if (*in >= 0x80) return {};
     const std::size_t done = run.copy_ascii(in, std::min(size, room), out);
     return {done, done, done};
   }
