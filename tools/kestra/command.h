@@ -58,5 +58,6 @@ extern const Command kLanguagesCommand;
 extern const Command kTerritoriesCommand;
 extern const Command kInspectCommand;
 extern const Command kCalcCommand;
+extern const Command kDateCommand;
 
 }  // namespace kestra::tools
