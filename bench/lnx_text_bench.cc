@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "kestra/number_format.h"
 #include "kestra/number_text.h"
 
 #ifdef KESTRA_HAVE_BID
@@ -88,6 +89,64 @@ void BM_LnxFromText(benchmark::State& state) {
     benchmark::ClobberMemory();
   }
 }
+
+// Money in format models: compiling, writing, and reading what was written.
+constexpr const char* kModels[] = {"FM999G990D00", "$999,990.00MI", "S0999999.99"};
+
+lnxmodel Compiled(const char* text) {
+  lnxmodel model = {};
+  lnxfmtcompile(reinterpret_cast<const std::uint8_t*>(text), std::char_traits<char>::length(text),
+                &model, nullptr);
+  return model;
+}
+
+void BM_LnxModelCompile(benchmark::State& state) {
+  const char* text = kModels[state.range(0)];
+  for (auto _ : state) {
+    lnxmodel model = Compiled(text);
+    benchmark::DoNotOptimize(model);
+  }
+  state.SetLabel(text);
+}
+
+void BM_LnxModelWrite(benchmark::State& state) {
+  const std::vector<Stored> numbers = Numbers(kMoney);
+  const lnxmodel model = Compiled(kModels[state.range(0)]);
+  std::uint8_t text[64];
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const Stored& number = numbers[i++ % kValues];
+    std::size_t length = 0;
+    benchmark::DoNotOptimize(
+        lnxfmtwrite(number.bytes, number.length, &model, nullptr, text, sizeof text, &length));
+    benchmark::ClobberMemory();
+  }
+  state.SetLabel(kModels[state.range(0)]);
+}
+
+void BM_LnxModelRead(benchmark::State& state) {
+  const lnxmodel model = Compiled(kModels[state.range(0)]);
+  std::vector<std::string> texts;
+  for (const Stored& number : Numbers(kMoney)) {
+    std::uint8_t text[64];
+    std::size_t length = 0;
+    lnxfmtwrite(number.bytes, number.length, &model, nullptr, text, sizeof text, &length);
+    texts.emplace_back(text, text + length);
+  }
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const std::string& text = texts[i++ % kValues];
+    std::uint8_t number[21];
+    std::size_t length = 0;
+    benchmark::DoNotOptimize(lnxfmtread(reinterpret_cast<const std::uint8_t*>(text.data()),
+                                        text.size(), &model, nullptr, number, &length, nullptr));
+    benchmark::ClobberMemory();
+  }
+  state.SetLabel(kModels[state.range(0)]);
+}
+BENCHMARK(BM_LnxModelCompile)->DenseRange(0, 2);
+BENCHMARK(BM_LnxModelWrite)->DenseRange(0, 2);
+BENCHMARK(BM_LnxModelRead)->DenseRange(0, 2);
 
 #define DIGITS Arg(kMoney)->Arg(20)->Arg(34)->Arg(40)->ArgName("digits")
 BENCHMARK(BM_LnxToText)->DIGITS;
