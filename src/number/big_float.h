@@ -20,24 +20,24 @@ struct BigFloat {
   std::int64_t exponent = 0;
   bool negative = false;
 
-  bool IsZero() const noexcept { return words[N - 1] == 0; }
+  constexpr bool IsZero() const noexcept { return words[N - 1] == 0; }
 };
 
 template <std::size_t N>
-BigFloat<N> Negated(BigFloat<N> x) noexcept {
+constexpr BigFloat<N> Negated(BigFloat<N> x) noexcept {
   x.negative = !x.negative;
   return x;
 }
 
 template <std::size_t N>
-BigFloat<N> Scaled(BigFloat<N> x, std::int64_t bits) noexcept {  // x * 2^bits
+constexpr BigFloat<N> Scaled(BigFloat<N> x, std::int64_t bits) noexcept {  // x * 2^bits
   x.exponent += bits;
   return x;
 }
 
 // The first M words of x, or x with zeros after it.
 template <std::size_t M, std::size_t N>
-BigFloat<M> Resized(const BigFloat<N>& x) noexcept {
+constexpr BigFloat<M> Resized(const BigFloat<N>& x) noexcept {
   BigFloat<M> result;
   for (std::size_t i = 1; i <= M && i <= N; ++i) result.words[M - i] = x.words[N - i];
   result.exponent = x.exponent;
@@ -66,7 +66,7 @@ void ShiftRight(std::array<std::uint64_t, N>& words, std::int64_t bits) noexcept
 
 // Shifts the top bit to the front; returns by how many bits. 0 stays.
 template <std::size_t N>
-std::int64_t Normalize(std::array<std::uint64_t, N>& words) noexcept {
+constexpr std::int64_t Normalize(std::array<std::uint64_t, N>& words) noexcept {
   std::size_t whole = 0;
   while (whole < N && words[N - 1 - whole] == 0) ++whole;
   if (whole == N) return 0;
@@ -142,7 +142,7 @@ BigFloat<N> Subtract(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
 }
 
 template <std::size_t N>
-BigFloat<N> Multiply(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
+constexpr BigFloat<N> Multiply(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
   using big_float_internal::Wide;
   if (x.IsZero() || y.IsZero()) return {};
   std::array<std::uint64_t, 2 * N> product = {};
@@ -166,7 +166,7 @@ BigFloat<N> Multiply(const BigFloat<N>& x, const BigFloat<N>& y) noexcept {
 }
 
 template <std::size_t N>
-BigFloat<N> DivideBy(const BigFloat<N>& x, std::uint32_t divisor) noexcept {
+constexpr BigFloat<N> DivideBy(const BigFloat<N>& x, std::uint32_t divisor) noexcept {
   if (x.IsZero()) return {};
   std::array<std::uint64_t, N + 1> quotient = {};
   std::uint64_t rest = 0;
@@ -185,7 +185,7 @@ BigFloat<N> DivideBy(const BigFloat<N>& x, std::uint32_t divisor) noexcept {
 }
 
 template <std::size_t N>
-BigFloat<N> FromInteger(std::uint64_t value) noexcept {
+constexpr BigFloat<N> FromInteger(std::uint64_t value) noexcept {
   BigFloat<N> result;
   result.words[N - 1] = value;
   result.exponent = 64 - big_float_internal::Normalize(result.words);

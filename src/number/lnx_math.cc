@@ -156,20 +156,19 @@ int lnxpwi(const uint8_t* x, size_t xlen, int64_t y, uint8_t* out, size_t* outle
 int lnxsin(const uint8_t* x, size_t xlen, uint8_t* out, size_t* outlen) noexcept {
   const Decimal value = ReadNumber(x, xlen);
   if (value.kind == Kind::kInfinity) return KES_NUMBER_DOMAIN;
-  return Store(ToDecimal(SineAndCosine(value).sine), out, outlen);
+  return Store(ToDecimal(Sine(value, 0)), out, outlen);
 }
 
 int lnxcos(const uint8_t* x, size_t xlen, uint8_t* out, size_t* outlen) noexcept {
   const Decimal value = ReadNumber(x, xlen);
   if (value.kind == Kind::kInfinity) return KES_NUMBER_DOMAIN;
-  return Store(ToDecimal(SineAndCosine(value).cosine), out, outlen);
+  return Store(ToDecimal(Sine(value, 1)), out, outlen);
 }
 
 int lnxtan(const uint8_t* x, size_t xlen, uint8_t* out, size_t* outlen) noexcept {
   const Decimal value = ReadNumber(x, xlen);
   if (value.kind == Kind::kInfinity) return KES_NUMBER_DOMAIN;
-  const SineCosine at = SineAndCosine(value);
-  return Store(ToDecimal(Divide(at.sine, at.cosine)), out, outlen);  // no NUMBER has cosine 0
+  return Store(ToDecimal(Divide(Sine(value, 0), Sine(value, 1))), out, outlen);  // no cosine is 0
 }
 
 int lnxasn(const uint8_t* x, size_t xlen, uint8_t* out, size_t* outlen) noexcept {

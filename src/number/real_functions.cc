@@ -25,6 +25,44 @@ constexpr Real kLn2 = {
 
 constexpr int kBits = 256;
 
+// 100^-kMostPower to 100^kMostPower, which is what reading and writing a NUMBER needs, with a word
+// more than is kept.
+constexpr int kMostPower = 96;
+using PowerTable = std::array<Real, 2 * kMostPower + 1>;
+
+constexpr PowerTable MakePowers() {
+  PowerTable powers;
+  BigFloat<5> up = FromInteger<5>(1);
+  BigFloat<5> down = up;
+  for (std::size_t i = 0; i <= kMostPower; ++i) {
+    powers[kMostPower + i] = Resized<4>(up);
+    powers[kMostPower - i] = Resized<4>(down);
+    up = Multiply(up, FromInteger<5>(kBase));
+    down = DivideBy(down, kBase);
+  }
+  return powers;
+}
+constexpr PowerTable kPowers = MakePowers();
+
+// 1 / n and 1 / n!: a series multiplies by them, which takes a quarter of a division's time.
+constexpr std::size_t kTerms = 64;
+using TermTable = std::array<Real, kTerms>;
+constexpr TermTable kInverse = [] {
+  TermTable inverses;
+  for (std::uint32_t n = 1; n < kTerms; ++n) inverses[n] = DivideBy(FromInteger<4>(1), n);
+  return inverses;
+}();
+constexpr TermTable kInverseFactorial = [] {
+  TermTable inverses;
+  BigFloat<5> inverse = FromInteger<5>(1);
+  inverses[0] = Resized<4>(inverse);
+  for (std::uint32_t n = 1; n < kTerms; ++n) {
+    inverse = DivideBy(inverse, n);
+    inverses[n] = Resized<4>(inverse);
+  }
+  return inverses;
+}();
+
 // 100^power by repeated squaring.
 template <std::size_t N>
 BigFloat<N> PowerOf100(unsigned power) noexcept {
@@ -39,30 +77,41 @@ BigFloat<N> PowerOf100(unsigned power) noexcept {
 
 template <std::size_t N>
 BigFloat<N> TimesPowerOf100(const BigFloat<N>& x, int power) noexcept {
+  if constexpr (N == 4) {
+    if (power >= -kMostPower && power <= kMostPower) {
+      return Multiply(x, kPowers[static_cast<std::size_t>(power + kMostPower)]);
+    }
+  }
   if (power >= 0) return Multiply(x, PowerOf100<N>(static_cast<unsigned>(power)));
   return Divide(x, PowerOf100<N>(static_cast<unsigned>(-power)));
 }
 
 Real One() noexcept { return FromInteger<4>(1); }
 
-// first * (1 + s / (d1 d2) (1 + s / (d3 d4) (1 + ...))) with d = from, from + 1, ...: sine, cosine
-// and their hyperbolic kin, s being -+x^2. terms pairs of divisors.
-Real PairedSeries(const Real& first, const Real& s, unsigned from, unsigned terms) noexcept {
-  Real sum = One();
-  for (unsigned i = terms; i-- > 0;) {
-    const unsigned d = from + 2 * i;
-    sum = Add(One(), DivideBy(Multiply(sum, s), d * (d + 1)));
+// Terms of a series are left out when they are below 2^-kEnough of the first.
+constexpr std::int64_t kEnough = 230;
+
+// 1 / n! + s / (n + 2)! + s^2 / (n + 4)! + ...: sine, cosine and their hyperbolic kin, n being 1 or
+// 0 and s -+x^2, below 1. 62! is above 2^280.
+Real EverySecondTerm(std::size_t n, const Real& s) noexcept {
+  std::size_t last = n;
+  std::int64_t power = 0;  // of 2, that s to the power of the term is below
+  while (last + 2 < kTerms && power + kInverseFactorial[last].exponent > -kEnough) {
+    last += 2;
+    power += s.exponent;
   }
-  return Multiply(first, sum);
+  Real sum = kInverseFactorial[last];
+  while (last > n) {
+    last -= 2;
+    sum = Add(kInverseFactorial[last], Multiply(sum, s));
+  }
+  return sum;
 }
 
-// Enough for |x| <= 1: 1 / 62! is below 2^-280.
-constexpr unsigned kPairs = 30;
-
-SineCosine OfSmallAngle(const Real& x) noexcept {  // |x| up to about pi / 4
-  const Real s = Negated(Multiply(x, x));
-  return {PairedSeries(x, s, 2, kPairs), PairedSeries(One(), s, 1, kPairs)};
+Real SmallSine(const Real& x) noexcept {  // |x| up to about pi / 4
+  return Multiply(x, EverySecondTerm(1, Negated(Multiply(x, x))));
 }
+Real SmallCosine(const Real& x) noexcept { return EverySecondTerm(0, Negated(Multiply(x, x))); }
 
 // The multiple of pi / 2 nearest to x, modulo 4, and what remains.
 template <std::size_t N>
@@ -74,15 +123,36 @@ Real ReduceAngle(const Decimal& x, unsigned& quadrant) noexcept {
   return Resized<4>(Subtract(angle, Multiply(multiple, half_pi)));
 }
 
+// The same for angles below 10^8, as integers after a multiplication by a power of 100: nothing is
+// divided, and what cancels, at most about 2^160, leaves more than enough of the 512 bits.
+Real ReduceModestAngle(const Decimal& x, unsigned& quadrant) noexcept {
+  constexpr double kTwoByPi = 0.63661977236758134;
+  const double multiple = std::nearbyint(std::fabs(ToDouble(ToBigFloat<4>(x))) * kTwoByPi);
+  const auto turns = static_cast<std::uint64_t>(multiple);
+  quadrant = static_cast<unsigned>((x.negative ? 4 - turns % 4 : turns) & 3);
+  if (turns == 0) return ToBigFloat<4>(x);
+  const int places = x.count > x.exponent ? x.count - x.exponent : 0;  // at most 20: exact
+  Decimal integer = x;
+  integer.negative = false;
+  integer.exponent += places;
+  const BigFloat<8> half_pi = Scaled(Resized<8>(kPi), -1);
+  const BigFloat<8> whole =
+      Multiply(Multiply(half_pi, FromInteger<8>(turns)),
+               Resized<8>(kPowers[static_cast<std::size_t>(kMostPower + places)]));
+  const BigFloat<8> rest = Subtract(Resized<8>(ToBigFloat<4>(integer)), whole);
+  const Real r = Multiply(Resized<4>(rest), kPowers[static_cast<std::size_t>(kMostPower - places)]);
+  return x.negative ? Negated(r) : r;
+}
+
 // ln(1 + d) for |d| below 2^-9: 2 artanh(d / (2 + d)).
 Real LogarithmNearOne(const Real& d) noexcept {
   const Real z = Divide(d, Add(FromInteger<4>(2), d));
   const Real s = Multiply(z, z);
   Real power = z;
   Real sum = z;
-  for (std::uint32_t i = 3; i < 31; i += 2) {  // z^2 is below 2^-19
+  for (std::size_t i = 3; i < 31; i += 2) {  // z^2 is below 2^-19
     power = Multiply(power, s);
-    sum = Add(sum, DivideBy(power, i));
+    sum = Add(sum, Multiply(power, kInverse[i]));
   }
   return Scaled(sum, 1);
 }
@@ -146,8 +216,9 @@ Real Exponential(const Real& x) noexcept {
   const double n = std::nearbyint(ToDouble(x) * 1.4426950408889634);
   Real r = Subtract(x, Multiply(FromDouble<4>(n), kLn2));
   if (!r.IsZero()) r = Scaled(r, -8);
-  Real sum = One();
-  for (std::uint32_t i = 22; i > 0; --i) sum = Add(One(), DivideBy(Multiply(sum, r), i));
+  std::size_t term = 22;
+  Real sum = kInverseFactorial[term];
+  while (term > 0) sum = Add(kInverseFactorial[--term], Multiply(sum, r));
   for (int i = 0; i < 8; ++i) sum = Multiply(sum, sum);
   return Scaled(sum, static_cast<std::int64_t>(n));
 }
@@ -174,7 +245,7 @@ Real Logarithm(const Decimal& x) noexcept {
 }
 
 Real HyperbolicSine(const Real& x) noexcept {
-  if (x.exponent < 0) return PairedSeries(x, Multiply(x, x), 2, kPairs);
+  if (x.exponent < 0) return Multiply(x, EverySecondTerm(1, Multiply(x, x)));
   const Real e = Exponential(x);
   return Scaled(Subtract(e, Reciprocal(e)), -1);
 }
@@ -184,20 +255,14 @@ Real HyperbolicCosine(const Real& x) noexcept {
   return Scaled(Add(e, Reciprocal(e)), -1);
 }
 
-SineCosine SineAndCosine(const Decimal& x) noexcept {
+Real Sine(const Decimal& x, unsigned quarters) noexcept {
   unsigned quadrant = 0;
-  const Real r = x.exponent <= 10 ? ReduceAngle<8>(x, quadrant) : ReduceAngle<16>(x, quadrant);
-  const SineCosine small = OfSmallAngle(r);
-  switch (quadrant) {
-    case 0:
-      return small;
-    case 1:
-      return {small.cosine, Negated(small.sine)};
-    case 2:
-      return {Negated(small.sine), Negated(small.cosine)};
-    default:
-      return {Negated(small.cosine), small.sine};
-  }
+  const Real r = x.exponent <= 4    ? ReduceModestAngle(x, quadrant)
+                 : x.exponent <= 10 ? ReduceAngle<8>(x, quadrant)
+                                    : ReduceAngle<16>(x, quadrant);
+  quadrant = (quadrant + quarters) & 3;
+  const Real value = (quadrant & 1) == 0 ? SmallSine(r) : SmallCosine(r);
+  return quadrant < 2 ? value : Negated(value);
 }
 
 // y is the double's arc tangent; then atan x = y + atan((x cos y - sin y) / (cos y + x sin y)).
@@ -205,16 +270,16 @@ Real ArcTangent(const Real& x) noexcept {
   if (x.IsZero()) return {};
   const double start = std::atan(ToDouble(x));
   const Real y = FromDouble<4>(start);
-  SineCosine at;
+  Real sine, cosine;
   if (std::fabs(start) <= 0.8) {
-    at = OfSmallAngle(y);
+    sine = SmallSine(y);
+    cosine = SmallCosine(y);
   } else {
-    const Real half_pi = Scaled(Pi(), -1);
-    const SineCosine other = OfSmallAngle(Subtract(half_pi, start < 0 ? Negated(y) : y));
-    at = {start < 0 ? Negated(other.cosine) : other.cosine, other.sine};
+    const Real other = Subtract(Scaled(Pi(), -1), start < 0 ? Negated(y) : y);
+    sine = start < 0 ? Negated(SmallCosine(other)) : SmallCosine(other);
+    cosine = SmallSine(other);
   }
-  const Real d =
-      Divide(Subtract(Multiply(x, at.cosine), at.sine), Add(at.cosine, Multiply(x, at.sine)));
+  const Real d = Divide(Subtract(Multiply(x, cosine), sine), Add(cosine, Multiply(x, sine)));
   if (d.IsZero()) return y;
   // d is below 2^-50 of y: three terms of its arc tangent.
   const Real s = Multiply(d, d);

@@ -18,11 +18,8 @@ Real Logarithm(const Decimal& x) noexcept;      // x > 0
 Real HyperbolicSine(const Real& x) noexcept;    // |x| below 2^20
 Real HyperbolicCosine(const Real& x) noexcept;  // |x| below 2^20
 
-struct SineCosine {
-  Real sine;
-  Real cosine;
-};
-SineCosine SineAndCosine(const Decimal& x) noexcept;
+// The sine of x plus so many right angles: 1 makes it the cosine.
+Real Sine(const Decimal& x, unsigned quarters) noexcept;
 Real ArcTangent(const Real& x) noexcept;
 Real Pi() noexcept;
 
