@@ -52,7 +52,9 @@ struct Column {
       length.push_back(prefixed ? std::uint16_t{0} : static_cast<std::uint16_t>(number.size()));
       numbers.push_back(number);
     }
-    for (const Number& number : numbers) pointer.push_back(number.data());
+    for (const Number& number : numbers) {  // a null pointer is a zero of any length
+      pointer.push_back(source.Below(10 * rarely) == 0 ? nullptr : number.data());
+    }
   }
   std::vector<Number> numbers;
   std::vector<const std::uint8_t*> pointer;

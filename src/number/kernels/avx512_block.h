@@ -54,11 +54,12 @@ KES_AVX512 bool LoadBlock(const std::uint8_t* const* x, const std::uint16_t* xle
   const __m512i bits = _mm512_slli_epi64(_mm512_cvtepu16_epi64(lengths), 3);
   const __m512i beyond = _mm512_sllv_epi64(All(0xFF), bits);
   const std::uint64_t held = ~_cvtmask64_u64(_mm512_movepi8_mask(beyond));
+  const __m512i given = _mm512_loadu_si512(x);
+  if ((_mm512_testn_epi64_mask(given, given) & ~absent) != 0) return false;  // null counts as zero
   const std::uint8_t* pointers[kBlock];
   if (absent != 0) {
-    const __m512i all =
-        _mm512_mask_set1_epi64(_mm512_loadu_si512(x), absent, reinterpret_cast<long long>(kOne));
-    _mm512_storeu_si512(pointers, all);
+    _mm512_storeu_si512(pointers,
+                        _mm512_mask_set1_epi64(given, absent, reinterpret_cast<long long>(kOne)));
     x = pointers;
   }
   __m128i pairs[4];
