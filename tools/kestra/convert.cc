@@ -215,29 +215,32 @@ std::function<int()> Setup(CLI::App& app, const Globals& globals) {
   app.add_option("files", options->files, "Files to convert one after the other; - and none: stdin")
       ->type_name("FILE");
   CLI::Option* on_error =
-      app.add_option("--on-error", options->on_error,
-                     "What becomes of a character that cannot be converted: replace, the default "
-                     "(the target's replacement character); stop; xml (a reference such as "
-                     "&#x20AC;); skip (it is left out)")
+      app.add_option(
+             "--on-error", options->on_error,
+             "A character that cannot be converted: replace it, the default; stop in front of it; "
+             "write it as an XML reference such as &#x20AC;; or skip it")
           ->type_name("HOW")
-          ->transform(CLI::CheckedTransformer(
-              std::vector<std::pair<std::string, OnError>>{{"replace", OnError::kReplace},
-                                                           {"stop", OnError::kStop},
-                                                           {"xml", OnError::kXml},
-                                                           {"skip", OnError::kSkip}},
-              CLI::ignore_case));
+          ->transform(
+              CLI::CheckedTransformer(
+                  std::vector<std::pair<std::string, OnError>>{{"replace", OnError::kReplace},
+                                                               {"stop", OnError::kStop},
+                                                               {"xml", OnError::kXml},
+                                                               {"skip", OnError::kSkip}},
+                  CLI::ignore_case)
+                  .description("replace, stop, xml or skip"));
   app.add_flag("--strict", options->strict, "The same as --on-error=stop")->excludes(on_error);
   app.add_flag(
       "--transliterate", options->transliterate,
       "Write similar ASCII text for what the target lacks, if there is any: e for e acute, "
       "... for the ellipsis, EUR for the euro sign");
   app.add_option("--bom", options->mark,
-                 "Byte-order mark: keep (where the output can hold it), strip, or add")
+                 "Byte-order mark; keep, the default: where the output can hold it")
       ->type_name("HOW")
       ->transform(CLI::CheckedTransformer(
-          std::vector<std::pair<std::string, Mark>>{
-              {"keep", Mark::kKeep}, {"strip", Mark::kStrip}, {"add", Mark::kAdd}},
-          CLI::ignore_case));
+                      std::vector<std::pair<std::string, Mark>>{
+                          {"keep", Mark::kKeep}, {"strip", Mark::kStrip}, {"add", Mark::kAdd}},
+                      CLI::ignore_case)
+                      .description("keep, strip or add"));
   app.add_option("--reports", options->reports, "Places to list for each file, 20 by default")
       ->type_name("N");
   app.add_flag(
