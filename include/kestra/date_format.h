@@ -231,6 +231,17 @@ KES_API void ldxstdarr(ldxctx *ctx, ldxdate *const *out, const uint8_t *const *t
                        const size_t *lengths, const uint8_t *format, size_t format_length,
                        uint32_t flags, size_t *processed);
 
+/* ldxgtz: the number of a zone by its abbreviation, in any letters: adt ast bdt bst cdt cst edt est
+ * gmt hdt hst mdt mst nst pdt pst ydt yst.
+ * name     length bytes in the handle's set; with length 0 it ends with a NUL.
+ * Result   0 to 17, in that order. Error 1857 unknown (then -1). */
+KES_API int32_t ldxgtz(ldxctx *ctx, const uint8_t *name, size_t length);
+
+/* ldxatz: a date of one zone's clock as the clock of another zone shows it: the difference of the
+ * offsets is added. from, to: as ldxgtz answers. The time that was 09:00 in est is 06:00 in pst.
+ * Errors   1857 no such zone; 1841 outside the years of DATE.  Overlap  out may be in. */
+KES_API void ldxatz(ldxctx *ctx, ldxdate *out, const ldxdate *in, int32_t from, int32_t to);
+
 #ifdef __cplusplus
 }
 #endif

@@ -101,6 +101,28 @@ class Combiner {
     return {};
   }
 
+  // Whether a year that is known agrees with what the text says of it.
+  bool YearAgrees(std::int32_t year) const noexcept {
+    const std::int32_t plain = year < 0 ? -year : year;
+    if (const std::uint32_t era = fields_.which(kEras); era != 0 && calendar_.gregorian()) {
+      if ((fields_.value[era] == 1) != (year < 0)) return false;
+    }
+    if (const std::uint32_t code = fields_.which(kYears); code != 0) {
+      const std::int32_t value = fields_.value[code];
+      const bool is_signed = kDescriptors[code].low < 0;
+      const std::int32_t digits = code == KES_DATE_Y     ? plain % 10
+                                  : code == KES_DATE_YY  ? plain % 100
+                                  : code == KES_DATE_YYY ? plain % 1000
+                                                         : plain;
+      if (value != (is_signed ? year : digits)) return false;
+    }
+    if (const std::uint32_t code = fields_.which(kShortYears); code != 0) {
+      const std::int32_t digits = fields_.short_year_digits <= 2 ? plain % 100 : plain;
+      if (fields_.value[code] != digits) return false;
+    }
+    return true;
+  }
+
   bool SaidMonth(std::uint32_t& month, std::uint32_t& code) const noexcept {
     code = fields_.which(kMonths);
     if (code != 0) month = static_cast<std::uint32_t>(fields_.value[code]);
@@ -110,9 +132,13 @@ class Combiner {
   Fault GregorianDate(ldxdate& out) const noexcept {
     std::int32_t year = today_.year;
     bool said_year = false;
-    if (const Fault fault = SaidYear(today_.year, true, year, said_year)) return fault;
+    if (fields_.has(KES_DATE_J)) {
+      // The text's year, which may lack digits, is compared below.
+    } else if (const Fault fault = SaidYear(today_.year, true, year, said_year))
+      return fault;
     const std::uint32_t year_code = fields_.which(kYears | kShortYears);
-    if (const std::uint32_t era = fields_.which(kEras); era != 0 && fields_.value[era] == 1) {
+    const std::uint32_t era = fields_.which(kEras);
+    if (era != 0 && fields_.value[era] == 1 && !fields_.has(KES_DATE_J)) {
       year = -year;
       said_year = true;
     }
@@ -137,7 +163,7 @@ class Combiner {
       date = SplitDay(fields_.value[KES_DATE_J]);
       // Day numbers also count the days of a year 0.
       if (date.year == 0) return At(kOutsideCalendar, KES_DATE_J);
-      if (said_year && year != date.year) return At(kYearDisagrees, year_code);
+      if (!YearAgrees(date.year)) return At(kYearDisagrees, year_code);
     } else {
       const std::int32_t first = DayNumber(year, 1, 1);
       const std::int32_t day = fields_.value[KES_DATE_DDD];
@@ -165,7 +191,7 @@ class Combiner {
     if (!calendar_.has_arithmetic() || !calendar_.FromDate(today_, now)) {
       return {kNoCalendar, fields_.text_length};
     }
-    if (fields_.has(KES_DATE_J)) return CalendarNumber(now, out);
+    if (fields_.has(KES_DATE_J)) return CalendarNumber(out);
     CalendarDate date{now.era, now.year, now.month, 1};
     const std::uint32_t era_code = fields_.which(kCalendarEras);
     if (era_code != 0) date.era = fields_.value[era_code];
@@ -205,7 +231,7 @@ class Combiner {
     return At(kBadDayOfYear, KES_DATE_DDD);
   }
 
-  Fault CalendarNumber(const CalendarDate& now, ldxdate& out) const noexcept {
+  Fault CalendarNumber(ldxdate& out) const noexcept {
     const CivilDate civil = SplitDay(fields_.value[KES_DATE_J]);
     if (civil.year == 0) return At(kOutsideCalendar, KES_DATE_J);
     Store(civil, out);
@@ -213,11 +239,9 @@ class Combiner {
     if (!calendar_.FromDate(out, date)) return At(kOutsideCalendar, KES_DATE_J);
     const std::uint32_t era_code = fields_.which(kCalendarEras);
     if (era_code != 0 && fields_.value[era_code] != date.era) return At(kWrongEra, era_code);
-    std::int32_t year = date.year;
-    bool said = false;
-    const Fault fault = SaidYear(now.year, date.era == now.era, year, said);
-    if (fault) return fault;
-    if (year != date.year) return At(kYearDisagrees, fields_.which(kYears | kShortYears));
+    if (!YearAgrees(date.year)) {
+      return At(kYearDisagrees, fields_.which(kYears | kShortYears));
+    }
     std::uint32_t month = date.month, month_code = 0;
     SaidMonth(month, month_code);
     if (month != date.month) return At(kMonthDisagrees, month_code);

@@ -362,5 +362,27 @@ TEST(LdxParse, ArrayFormDoesTheScalarOne) {
   EXPECT_EQ(DateContext::Show(dates[2]), "1999-12-31 00:00:00");
 }
 
+TEST(LdxZones, NamesAndShifts) {
+  DateContext context;
+  const auto zone = [&](std::string_view name) {
+    return ldxgtz(context.get(), TextData(name), name.size());
+  };
+  EXPECT_EQ(zone("adt"), 0);
+  EXPECT_EQ(zone("GMT"), 8);
+  EXPECT_EQ(zone("yst"), 17);
+  EXPECT_EQ(ldxgtz(context.get(), TextData("Pst"), 0), 15);
+  for (const char* name : {"utc", "gm", "gmtx", "g\xED\xB4"}) {
+    EXPECT_EQ(context.ErrorOf([&] { zone(name); }), 1857u) << name;
+  }
+  ldxdate date = MakeDate(2019, 1, 1, 1, 30);
+  ldxatz(context.get(), &date, &date, zone("est"), zone("pst"));
+  EXPECT_EQ(DateContext::Show(date), "2018-12-31 22:30:00");
+  ldxatz(context.get(), &date, &date, zone("nst"), zone("gmt"));
+  EXPECT_EQ(DateContext::Show(date), "2019-01-01 02:00:00");
+  date = MakeDate(9999, 12, 31, 23);
+  EXPECT_EQ(context.ErrorOf([&] { ldxatz(context.get(), &date, &date, zone("bst"), 8); }), 1841u);
+  EXPECT_EQ(context.ErrorOf([&] { ldxatz(context.get(), &date, &date, -1, 18); }), 1857u);
+}
+
 }  // namespace
 }  // namespace kestra::test
