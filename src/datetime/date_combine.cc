@@ -52,14 +52,7 @@ constexpr std::int32_t CompleteRounded(std::int32_t value, std::int32_t now) noe
 class Combiner {
  public:
   Combiner(const ldxctx& ctx, const ReadFields& fields) noexcept
-      : ctx_(ctx), fields_(fields), calendar_(Calendar::Of(ctx)), today_(ctx.today) {
-    if (today_.year == 0) {
-      const os::LocalDay day = os::Today();
-      today_.year = static_cast<std::int16_t>(day.year);
-      today_.month = static_cast<std::uint8_t>(day.month);
-      today_.day = static_cast<std::uint8_t>(day.day);
-    }
-  }
+      : ctx_(ctx), fields_(fields), calendar_(Calendar::Of(ctx)) {}
 
   Fault Combine(ldxdate& out) noexcept {
     out = ldxdate{};
@@ -69,11 +62,31 @@ class Combiner {
   }
 
  private:
+  // Asking the clock takes longer than all the rest.
+  const ldxdate& today() noexcept {
+    if (today_.year != 0) return today_;
+    today_ = ctx_.today;
+    if (today_.year == 0) {
+      const os::LocalDay day = os::Today();
+      today_.year = static_cast<std::int16_t>(day.year);
+      today_.month = static_cast<std::uint8_t>(day.month);
+      today_.day = static_cast<std::uint8_t>(day.day);
+    }
+    return today_;
+  }
+
   Fault At(std::uint32_t number, std::uint32_t code) const noexcept {
     return {number, code == 0 ? fields_.text_length : fields_.where[code]};
   }
 
-  // The year that the text says, completed from now, without its era. False: it says none.
+  // Whether a year that the text says has all its digits.
+  bool YearIsWhole() const noexcept {
+    const std::uint64_t whole = kYears & ~(Bit(KES_DATE_Y) | Bit(KES_DATE_YY) | Bit(KES_DATE_YYY));
+    return (fields_.any(whole) && !fields_.any(kShortYears)) ||
+           (fields_.has(KES_DATE_RRRR) && fields_.short_year_digits > 2 && !fields_.any(kYears));
+  }
+
+  // The year that the text says, completed from now, without its era.
   Fault SaidYear(std::int32_t now, bool complete, std::int32_t& year, bool& said) const noexcept {
     said = fields_.any(kYears | kShortYears);
     if (!said) return {};
@@ -129,12 +142,16 @@ class Combiner {
     return code != 0;
   }
 
-  Fault GregorianDate(ldxdate& out) const noexcept {
-    std::int32_t year = today_.year;
+  Fault GregorianDate(ldxdate& out) noexcept {
+    const bool needs_today =
+        !fields_.has(KES_DATE_J) &&
+        (!YearIsWhole() || (!fields_.any(kMonths) && !fields_.has(KES_DATE_DDD)));
+    const std::int32_t this_year = needs_today ? today().year : 1;
+    std::int32_t year = this_year;
     bool said_year = false;
     if (fields_.has(KES_DATE_J)) {
       // The text's year, which may lack digits, is compared below.
-    } else if (const Fault fault = SaidYear(today_.year, true, year, said_year))
+    } else if (const Fault fault = SaidYear(this_year, true, year, said_year))
       return fault;
     const std::uint32_t year_code = fields_.which(kYears | kShortYears);
     const std::uint32_t era = fields_.which(kEras);
@@ -145,7 +162,7 @@ class Combiner {
     if (said_year && (year == 0 || year < kMinYear || year > kMaxYear)) {
       return At(kBadYear, year_code);
     }
-    CivilDate date{year, today_.month, 1};
+    CivilDate date{year, needs_today ? today().month : std::uint32_t{1}, 1};
     std::uint32_t month = 0, month_code = 0;
     const bool said_month = SaidMonth(month, month_code);
     const bool counted = fields_.has(KES_DATE_J) || fields_.has(KES_DATE_DDD);
@@ -186,9 +203,9 @@ class Combiner {
   }
 
   // The same in a calendar that is not Gregorian.
-  Fault CalendarDay(ldxdate& out) const noexcept {
+  Fault CalendarDay(ldxdate& out) noexcept {
     CalendarDate now{};
-    if (!calendar_.has_arithmetic() || !calendar_.FromDate(today_, now)) {
+    if (!calendar_.has_arithmetic() || !calendar_.FromDate(today(), now)) {
       return {kNoCalendar, fields_.text_length};
     }
     if (fields_.has(KES_DATE_J)) return CalendarNumber(out);
@@ -302,7 +319,7 @@ class Combiner {
   const ldxctx& ctx_;
   const ReadFields& fields_;
   Calendar calendar_;
-  ldxdate today_;
+  ldxdate today_{};
 };
 
 }  // namespace

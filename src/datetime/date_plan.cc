@@ -39,8 +39,7 @@ constexpr std::uint8_t kDigit = 0x7F - 9;
 
 bool Fill(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noexcept {
   std::size_t length = 0;
-  unsigned seen = 0;
-  bool twice = false;
+  memset(plan.place, kNoPlace, sizeof plan.place);
   for (std::size_t at = 0; at < format.size();) {
     const std::uint8_t code = format[at];
     if (format.size() - at < kElementSize) return false;
@@ -56,20 +55,17 @@ bool Fill(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noexcep
     const ElementFields fields = FieldsOf(code);
     if (fields.count == 0 || format[at + 1] != kFill) return false;
     for (std::size_t i = 0; i < fields.count; ++i) {
-      if (plan.field_count == kPlanFields || length + 2 > kPlanText) return false;
-      const PlanField field = fields.field[i];
-      twice = twice || (seen >> field & 1u) != 0;
-      seen |= 1u << field;
-      plan.fields[plan.field_count++] = {static_cast<std::uint8_t>(length), field};
+      std::uint8_t& place = plan.place[fields.field[i]];
+      if (place != kNoPlace || length + 2 > kPlanText) return false;
+      place = static_cast<std::uint8_t>(length);
       plan.text[length] = plan.text[length + 1] = InBasis('0', basis);
       plan.limits[length] = plan.limits[length + 1] = kDigit;
       length += 2;
     }
     at += kElementSize;
   }
-  constexpr unsigned kDate =
-      1u << kCenturyField | 1u << kYearField | 1u << kMonthField | 1u << kDayField;
-  plan.readable = !twice && (seen & kDate) == kDate;
+  plan.readable = plan.place[kCenturyField] != kNoPlace && plan.place[kMonthField] != kNoPlace &&
+                  plan.place[kDayField] != kNoPlace;
   plan.text_length = static_cast<std::uint8_t>(length);
   return true;
 }
@@ -106,17 +102,17 @@ bool ReadPlan(const Plan& plan, std::span<const std::uint8_t> text, ldxdate& out
   compare(length - 8);
   if ((over & kHigh) != 0) return false;
 
-  std::uint8_t values[kPlanFieldCount] = {};
-  for (std::size_t i = 0; i < plan.field_count; ++i) {
-    const std::uint8_t* const pair = digits + plan.fields[i].offset;
-    values[plan.fields[i].field] = static_cast<std::uint8_t>(10 * pair[0] + pair[1]);
-  }
-  out.year = static_cast<std::int16_t>(100 * values[kCenturyField] + values[kYearField]);
-  out.month = values[kMonthField];
-  out.day = values[kDayField];
-  out.hour = values[kHourField];
-  out.minute = values[kMinuteField];
-  out.second = values[kSecondField];
+  const auto value = [&](PlanField field) -> std::uint8_t {
+    const std::uint8_t place = plan.place[field];
+    if (place == kNoPlace) return 0;
+    return static_cast<std::uint8_t>(10 * digits[place] + digits[place + 1]);
+  };
+  out.year = static_cast<std::int16_t>(100 * value(kCenturyField) + value(kYearField));
+  out.month = value(kMonthField);
+  out.day = value(kDayField);
+  out.hour = value(kHourField);
+  out.minute = value(kMinuteField);
+  out.second = value(kSecondField);
   out.zero = 0;
   return CheckFields(out) == 0 && (out.day <= 28 || out.day <= MonthLength(out.year, out.month)) &&
          !IsSkipped(out.year, out.month, out.day);

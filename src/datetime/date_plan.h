@@ -14,17 +14,6 @@
 
 namespace kestra::datetime {
 
-enum PlanField : std::uint8_t {
-  kCenturyField,
-  kYearField,
-  kMonthField,
-  kDayField,
-  kHourField,
-  kMinuteField,
-  kSecondField,
-  kPlanFieldCount
-};
-
 void MakePlan(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noexcept;
 
 inline bool SameFormat(const Plan& plan, std::span<const std::uint8_t> format) noexcept {
@@ -69,11 +58,30 @@ inline constexpr DigitPairs kDigitPairs = [] {
   return pairs;
 }();
 
-inline void PutPair(std::uint8_t* at, std::uint32_t value, Basis basis) noexcept {
+// Added to a pair for the digits of a basis.
+constexpr std::uint16_t PairMark(Basis basis) noexcept {
+  return basis == Basis::kEbcdic ? 0xC0C0 : 0;
+}
+
+inline void PutPair(std::uint8_t* at, std::uint32_t value, std::uint16_t mark) noexcept {
   std::uint16_t pair;
   memcpy(&pair, kDigitPairs.bytes[value & 0xFF], 2);
-  if (basis == Basis::kEbcdic) pair |= 0xC0C0;
+  pair |= mark;
   memcpy(at, &pair, 2);
+}
+
+// Copies a plan's text in pieces that overlap.
+inline void CopyPlanText(const Plan& plan, std::uint8_t* out) noexcept {
+  const std::size_t length = plan.text_length;
+  if (length < 8) {
+    for (std::size_t i = 0; i < length; ++i) out[i] = plan.text[i];
+  } else if (length < 16) {
+    memcpy(out, plan.text, 8);
+    memcpy(out + length - 8, plan.text + length - 8, 8);
+  } else {
+    for (std::size_t at = 0; at + 16 < length; at += 16) memcpy(out + at, plan.text + at, 16);
+    memcpy(out + length - 16, plan.text + length - 16, 16);
+  }
 }
 
 }  // namespace kestra::datetime

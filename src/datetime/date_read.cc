@@ -36,8 +36,8 @@ class TextWalk {
         begin_(text.data()),
         at_(begin_),
         end_(begin_ + text.size()),
-        zero_(InBasis('0', state_.basis)),
-        blank_(InBasis(' ', state_.basis)) {}
+        zero_(state_.ascii['0']),
+        blank_(state_.ascii[' ']) {}
 
   bool exact() const noexcept { return exact_; }
   void ToggleExact() noexcept { exact_ = !exact_; }
@@ -62,7 +62,7 @@ class TextWalk {
     return static_cast<std::uint8_t>(*p - zero_);
   }
   bool Accept(char c) noexcept {
-    if (at_ == end_ || *at_ != InBasis(c, state_.basis)) return false;
+    if (at_ == end_ || *at_ != state_.ascii[static_cast<std::size_t>(c)]) return false;
     ++at_;
     return true;
   }
@@ -167,7 +167,13 @@ struct NameMatch {
 
   void Try(const TextWalk& walk, const NameForms* names, std::size_t count,
            std::size_t width) noexcept {
+    if (walk.AtEnd()) return;
+    const std::uint8_t* const pool = walk.state().pool;
+    const std::uint8_t first_byte = walk.left()[0];
     for (std::size_t i = 0; i < count; ++i) {
+      // The capitalised form begins like one of the other two.
+      const NameRef* const form = names[i].form;
+      if (first_byte != pool[form[0].at] && first_byte != pool[form[2].at]) continue;
       const std::size_t length = NameBytes(walk, names[i]);
       if (length == 0 || length < bytes) continue;
       if (length > bytes) indexes = 0;
@@ -196,7 +202,7 @@ Fault TakeName(TextWalk& walk, const NameMatch& match, std::uint8_t modifier,
   if (!walk.exact() || (modifier & kFill) == 0) return {};
   // Under FX the blanks of fill mode stand all or not at all.
   const std::span<const std::uint8_t> left = walk.left();
-  const std::uint8_t blank = InBasis(' ', walk.state().basis);
+  const std::uint8_t blank = walk.state().ascii[' '];
   const bool filled =
       left.size() >= match.missing &&
       std::all_of(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(match.missing),
@@ -207,9 +213,17 @@ Fault TakeName(TextWalk& walk, const NameMatch& match, std::uint8_t modifier,
 
 using Handler = Fault(TextWalk&, std::uint32_t code, std::uint8_t modifier) noexcept;
 
+// Years of some calendars have more months and days.
+std::int32_t Highest(const TextWalk& walk, std::uint32_t code) noexcept {
+  constexpr std::int32_t kLongestYear = 385;  // Hebrew
+  if (walk.ctx().calendar == 0) return kDescriptors[code].high;
+  if (code == KES_DATE_MM) return static_cast<std::int32_t>(Calendar::Of(walk.ctx()).months());
+  return code == KES_DATE_DDD ? kLongestYear : kDescriptors[code].high;
+}
+
 Fault Keep(TextWalk& walk, std::uint32_t code, std::int32_t value, std::size_t offset) noexcept {
   const Descriptor& element = kDescriptors[code];
-  if (value < element.low || value > element.high) return {element.number, offset};
+  if (value < element.low || value > Highest(walk, code)) return {element.number, offset};
   walk.fields().value[code] = value;
   walk.fields().where[code] = static_cast<std::uint32_t>(offset);
   walk.fields().seen |= Bit(code);
@@ -219,10 +233,10 @@ Fault Keep(TextWalk& walk, std::uint32_t code, std::int32_t value, std::size_t o
 Fault TakeOrdinalSuffix(TextWalk& walk, std::uint32_t value) noexcept {
   const std::span<const std::uint8_t> left = walk.left();
   const std::string_view suffix = OrdinalSuffix(value);
-  const Basis basis = walk.state().basis;
+  const std::uint8_t* const ascii = walk.state().ascii;
   for (const int small : {0, 0x20}) {
-    if (left.size() >= 2 && left[0] == InBasis(static_cast<char>(suffix[0] | small), basis) &&
-        left[1] == InBasis(static_cast<char>(suffix[1] | small), basis)) {
+    if (left.size() >= 2 && left[0] == ascii[suffix[0] | small] &&
+        left[1] == ascii[suffix[1] | small]) {
       walk.Advance(2);
       return {};
     }
@@ -429,7 +443,7 @@ Fault Literal(TextWalk& walk, std::span<const std::uint8_t> literal, std::uint8_
     return walk.AcceptBytes(bytes) ? Fault{} : walk.Missing(kLiteralDiffers);
   }
   // Blanks in front were passed over, so those of the literal are too.
-  const auto blank = static_cast<char>(InBasis(' ', walk.state().basis));
+  const auto blank = static_cast<char>(walk.state().ascii[' ']);
   const std::string_view rest =
       bytes.substr(std::min(bytes.find_first_not_of(blank), bytes.size()));
   if (walk.AcceptBytes(rest)) return {};

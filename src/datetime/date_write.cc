@@ -31,7 +31,8 @@ class Source {
 
   const ldxdate& date() const noexcept { return date_; }
   State& state() const noexcept { return state_; }
-  Basis basis() const noexcept { return state_.basis; }
+  std::uint8_t ascii(char c) const noexcept { return state_.ascii[static_cast<std::size_t>(c)]; }
+  std::uint16_t pair_mark() const noexcept { return PairMark(state_.basis); }
 
   // Year and month as the calendar counts them.
   std::int32_t signed_year() const noexcept { return calendar_ ? of_calendar_.year : date_.year; }
@@ -120,8 +121,8 @@ class Source {
 
 using Out = std::uint8_t*;
 
-Out PutAscii(Out at, std::string_view text, Basis basis) noexcept {
-  for (const char c : text) *at++ = InBasis(c, basis);
+Out PutAscii(const Source& source, Out at, std::string_view text) noexcept {
+  for (const char c : text) *at++ = source.ascii(c);
   return at;
 }
 
@@ -133,8 +134,8 @@ Letters LettersIn(std::uint8_t modifier) noexcept {
 [[gnu::noinline]] Out PutSuffixed(Source& source, Out at, std::uint32_t value, std::uint32_t digits,
                                   std::uint8_t modifier) noexcept;
 
-Out PutDigits(Out at, std::uint32_t value, std::uint32_t digits, Basis basis) noexcept {
-  const std::uint8_t zero = InBasis('0', basis);
+Out PutDigits(const Source& source, Out at, std::uint32_t value, std::uint32_t digits) noexcept {
+  const std::uint8_t zero = source.ascii('0');
   for (std::uint32_t i = digits; i-- > 0; value /= 10) {
     at[i] = static_cast<std::uint8_t>(zero + value % 10);
   }
@@ -153,18 +154,18 @@ inline Out PutNumber(Source& source, Out at, std::uint32_t value, std::uint32_t 
   if ((modifier & kSuffixMask) != 0) [[unlikely]] {
     return PutSuffixed(source, at, value, digits, modifier);
   }
-  if ((modifier & kFill) == 0) return PutDigits(at, value, CountDigits(value), source.basis());
+  if ((modifier & kFill) == 0) return PutDigits(source, at, value, CountDigits(value));
   if (digits == 2 && value < 100) {
-    PutPair(at, value, source.basis());
+    PutPair(at, value, source.pair_mark());
     return at + 2;
   }
   if (digits == 4 && value < 10'000) {
-    PutPair(at, value / 100, source.basis());
-    PutPair(at + 2, value % 100, source.basis());
+    PutPair(at, value / 100, source.pair_mark());
+    PutPair(at + 2, value % 100, source.pair_mark());
     return at + 4;
   }
   // Years of some calendars have a digit more.
-  return PutDigits(at, value, std::max(digits, CountDigits(value)), source.basis());
+  return PutDigits(source, at, value, std::max(digits, CountDigits(value)));
 }
 
 Out PutSuffixed(Source& source, Out at, std::uint32_t value, std::uint32_t digits,
@@ -174,28 +175,28 @@ Out PutSuffixed(Source& source, Out at, std::uint32_t value, std::uint32_t digit
     at = PutNumber(source, at, value, digits, modifier & kFill);
     for (const char c : OrdinalSuffix(value)) {
       const bool small = LettersIn(modifier) != kUpper;
-      *at++ = InBasis(small ? static_cast<char>(c | 0x20) : c, source.basis());
+      *at++ = source.ascii(small ? static_cast<char>(c | 0x20) : c);
     }
     return at;
   }
   char text[kSpelledRoom];
   const std::size_t length = SpellNumber(std::min(value, kSpelledMax), suffix == kSpelledOrdinal,
                                          LettersIn(modifier), text);
-  return PutAscii(at, {text, length}, source.basis());
+  return PutAscii(source, at, {text, length});
 }
 
 // - before a year before the first; a blank before others in fill mode.
 Out PutSign(Source& source, Out at, std::uint8_t modifier) noexcept {
   if (source.signed_year() < 0) {
-    *at++ = InBasis('-', source.basis());
+    *at++ = source.ascii('-');
   } else if ((modifier & kFill) != 0) {
-    *at++ = InBasis(' ', source.basis());
+    *at++ = source.ascii(' ');
   }
   return at;
 }
 
-Out PutBlanks(Out at, std::size_t count, Basis basis) noexcept {
-  memset(at, InBasis(' ', basis), count);
+Out PutBlanks(const Source& source, Out at, std::size_t count) noexcept {
+  memset(at, source.ascii(' '), count);
   return at + count;
 }
 
@@ -207,7 +208,7 @@ Out PutName(Source& source, Out at, const NameForms& name, std::size_t width,
   for (std::size_t i = 0; i < form.length; i += kCopySlack) memcpy(at + i, from + i, kCopySlack);
   at += form.length;
   if ((modifier & kFill) == 0 || form.columns >= width) return at;
-  return PutBlanks(at, width - form.columns, source.basis());
+  return PutBlanks(source, at, width - form.columns);
 }
 
 Out PutLanguageName(Source& source, Out at, std::size_t group, std::size_t index,
@@ -252,10 +253,10 @@ Out GroupedYear(Source& source, Out at, std::uint8_t modifier) noexcept {
     return PutNumber(source, at, year, 4, modifier);
   }
   source.name(0);
-  at = PutDigits(at, year / 1000, CountDigits(year / 1000), source.basis());
+  at = PutDigits(source, at, year / 1000, CountDigits(year / 1000));
   const NameRef& separator = source.state().group_separator;
   memcpy(at, source.state().pool + separator.at, kCopySlack);
-  return PutDigits(at + separator.length, year % 1000, 3, source.basis());
+  return PutDigits(source, at + separator.length, year % 1000, 3);
 }
 
 Out SignedGroupedYear(Source& source, Out at, std::uint8_t modifier) noexcept {
@@ -265,7 +266,7 @@ Out SignedGroupedYear(Source& source, Out at, std::uint8_t modifier) noexcept {
 Out YearInWords(Source& source, Out at, std::uint8_t modifier) noexcept {
   char text[kSpelledRoom];
   const std::size_t length = SpellYear(source.year(), false, LettersIn(modifier), text);
-  return PutAscii(at, {text, length}, source.basis());
+  return PutAscii(source, at, {text, length});
 }
 
 Out SignedYearInWords(Source& source, Out at, std::uint8_t modifier) noexcept {

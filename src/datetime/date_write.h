@@ -26,26 +26,23 @@ Fault WriteDate(ldxctx& ctx, const ldxdate& date, std::span<const std::uint8_t> 
 Fault WriteDateUnits(ldxctx& ctx, const ldxdate& date, std::span<const std::uint8_t> format,
                      std::span<std::uint8_t> out, std::size_t& used) noexcept;
 
-// room is at least the plan's text.
-inline void PutPlan(const Plan& plan, const ldxdate& date, Basis basis, std::uint8_t* out,
-                    std::size_t room) noexcept {
+// out has room for the plan's text.
+inline void PutPlan(const Plan& plan, const ldxdate& date, Basis basis,
+                    std::uint8_t* out) noexcept {
   const auto year = static_cast<std::uint32_t>(date.year < 0 ? -date.year : date.year);
   const std::uint32_t century = year / 100;
-  const std::uint8_t values[kPlanFieldCount] = {static_cast<std::uint8_t>(century),
-                                                static_cast<std::uint8_t>(year - 100 * century),
-                                                date.month,
-                                                date.day,
-                                                date.hour,
-                                                date.minute,
-                                                date.second};
-  if (room >= 32 && plan.text_length <= 32) {
-    memcpy(out, plan.text, 32);
-  } else {
-    memcpy(out, plan.text, plan.text_length);
-  }
-  for (std::size_t i = 0; i < plan.field_count; ++i) {
-    PutPair(out + plan.fields[i].offset, values[plan.fields[i].field], basis);
-  }
+  const std::uint16_t mark = PairMark(basis);
+  CopyPlanText(plan, out);
+  const auto put = [&](PlanField field, std::uint32_t value) {
+    if (plan.place[field] != kNoPlace) PutPair(out + plan.place[field], value, mark);
+  };
+  put(kCenturyField, century);
+  put(kYearField, year - 100 * century);
+  put(kMonthField, date.month);
+  put(kDayField, date.day);
+  put(kHourField, date.hour);
+  put(kMinuteField, date.minute);
+  put(kSecondField, date.second);
 }
 
 }  // namespace kestra::datetime

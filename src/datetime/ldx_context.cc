@@ -34,15 +34,26 @@ Basis BasisOf(const lxhandle& handle, lxcontext* nls) noexcept {
              : Basis::kAscii;
 }
 
+// Where the set has the characters of ASCII; those that it lacks are where most code pages have them.
+void ReadEbcdic(State& state, const lxobject* set) noexcept {
+  for (std::size_t c = 0; c < 128; ++c) state.ascii[c] = ToEbcdic(static_cast<char>(c));
+  for (std::size_t byte = 256; byte-- > 0;) {
+    const std::uint32_t c = nls::Load16(set, nls::nlb::charset::kSingleAt + 2 * byte);
+    if (c < 128) state.ascii[c] = static_cast<std::uint8_t>(byte);
+  }
+}
+
 // Reads everything that is kept of the handle but the default format.
 void ReadHandle(ldxctx& ctx) noexcept {
   memset(ctx.inner, 0, sizeof ctx.inner);
+  for (std::size_t c = 0; c < 128; ++c) StateOf(ctx).ascii[c] = static_cast<std::uint8_t>(c);
   ctx.first_weekday = 0;
   ctx.calendar = 0;
   if (ctx.handle == nullptr) return;
   State& state = StateOf(ctx);
   state.two_byte_units = (ctx.handle->flags & KES_CHARSET_UTF16) != 0;
   state.basis = state.two_byte_units ? Basis::kAscii : BasisOf(*ctx.handle, ctx.nls);
+  if (state.basis == Basis::kEbcdic) ReadEbcdic(state, nls::HandleCharset(*ctx.handle, ctx.nls));
   state.utf8 = KeepsUtf8(ctx);
   state.whole_names = (ctx.handle->flags & KES_CHARSET_STATEFUL) != 0;
   ctx.first_weekday =

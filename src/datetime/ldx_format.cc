@@ -18,7 +18,7 @@ Fault Write(ldxctx& ctx, const ldxdate& date, const FormatChoice& format,
   if (format.plan != nullptr) {
     const Plan& plan = *format.plan;
     if (plan.text_length > out.size()) return {kNoRoom, 0};
-    PutPlan(plan, date, state.basis, out.data(), out.size());
+    PutPlan(plan, date, state.basis, out.data());
     used = plan.text_length;
     return {};
   }

@@ -63,19 +63,24 @@ inline constexpr std::size_t kCopySlack = 16;  // names are copied in pieces of 
 // A compiled format that is nothing but two-digit fields and literals, as a text with holes.
 inline constexpr std::size_t kPlanFormat = 64;
 inline constexpr std::size_t kPlanText = 64;
-inline constexpr std::size_t kPlanFields = 8;
-struct FieldPlace {
-  std::uint8_t offset;  // in the text
-  std::uint8_t field;   // PlanField
+enum PlanField : std::uint8_t {
+  kCenturyField,
+  kYearField,
+  kMonthField,
+  kDayField,
+  kHourField,
+  kMinuteField,
+  kSecondField,
+  kPlanFieldCount
 };
+inline constexpr std::uint8_t kNoPlace = 0xFF;
 struct Plan {
-  std::uint8_t format[kPlanFormat];  // which it was made of
-  std::uint8_t format_length;        // 0: none
-  std::uint8_t text_length;          // 0: the format is not of that kind
-  std::uint8_t field_count;
-  bool readable;  // year, month and day stand in it, and nothing twice
-  FieldPlace fields[kPlanFields];
-  std::uint8_t text[kPlanText];    // a zero for each digit
+  std::uint8_t format[kPlanFormat];     // which it was made of
+  std::uint8_t format_length;           // 0: none
+  std::uint8_t text_length;             // 0: the format is not of that kind
+  bool readable;                        // year, month and day stand in it
+  std::uint8_t place[kPlanFieldCount];  // of each field in the text, or kNoPlace
+  std::uint8_t text[kPlanText];         // a zero for each digit
   std::uint8_t limits[kPlanText];  // a byte that differs from text by more comes past 0x7F with it
 };
 
@@ -88,6 +93,7 @@ struct State {
   bool names_loaded;
   bool calendar_loaded;
   std::uint16_t pool_used;
+  std::uint8_t ascii[128];  // the characters of ASCII in the set of models and names
   NameForms names[kNameCount];
   NameForms calendar_names[kCalendarNameCount];
   NameRef group_separator;

@@ -25,11 +25,12 @@ constexpr ZoneName kZones[] = {
     {"mst", -420}, {"nst", -210}, {"pdt", -420}, {"pst", -480}, {"ydt", -480}, {"yst", -540}};
 constexpr std::size_t kZoneCount = std::size(kZones);
 
-bool IsNamed(const ZoneName& zone, std::span<const std::uint8_t> name, Basis basis) noexcept {
+bool IsNamed(const ZoneName& zone, std::span<const std::uint8_t> name,
+             const std::uint8_t* ascii) noexcept {
   if (name.size() != 3) return false;
   for (std::size_t i = 0; i < 3; ++i) {
-    const char upper = static_cast<char>(zone.name[i] & ~0x20);
-    if (name[i] != InBasis(zone.name[i], basis) && name[i] != InBasis(upper, basis)) return false;
+    const auto lower = static_cast<std::size_t>(zone.name[i]);
+    if (name[i] != ascii[lower] && name[i] != ascii[lower & ~std::size_t{0x20}]) return false;
   }
   return true;
 }
@@ -44,7 +45,7 @@ extern "C" {
 std::int32_t ldxgtz(ldxctx* ctx, const std::uint8_t* name, std::size_t length) {
   if (name != nullptr && length == 0) length = strlen(reinterpret_cast<const char*>(name));
   for (std::size_t i = 0; i < kZoneCount; ++i) {
-    if (IsNamed(kZones[i], {name, length}, StateOf(*ctx).basis)) {
+    if (IsNamed(kZones[i], {name, length}, StateOf(*ctx).ascii)) {
       return static_cast<std::int32_t>(i);
     }
   }

@@ -134,7 +134,8 @@ class Scanner {
 
   Fault Element(ModelText& text, std::uint32_t& code) noexcept {
     const std::size_t offset = text.offset();
-    const std::span<const std::uint8_t> written = text.Singles();
+    const ModelText::Letters letters = text.NextLetters(basis_);
+    const std::span<const std::uint8_t> written = letters.span();
     const ElementRow* const row = ldxmfn(written, basis_);
     if (row == nullptr) return {kUnknown, offset};
     code = row->code;
@@ -150,7 +151,7 @@ class Scanner {
   Fault Append(ModelText& text, const ElementRow& row, std::span<const std::uint8_t> written,
                std::size_t offset) noexcept {
     const bool name = (kDescriptors[row.code].flags & kNameFlag) != 0;
-    const SuffixName* suffix = name ? nullptr : FindSuffix(text.Singles());
+    const SuffixName* suffix = name ? nullptr : FindSuffix(text.NextLetters(basis_).span());
     if (suffix != nullptr) text.Step(suffix->name.size());
     if (row.code != KES_DATE_FX) {
       if ((state_.seen & Bit(row.code)) != 0 && state_.repeat == 0) return {kRepeated, offset};

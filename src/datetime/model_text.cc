@@ -1,5 +1,8 @@
 #include "datetime/model_text.h"
 
+#include <algorithm>
+
+#include "datetime/date_model.h"
 #include "nls/nlb_format.h"
 #include "nls/object_view.h"
 
@@ -54,9 +57,22 @@ CharKind ModelText::KindOfSet() const noexcept {
   return lxmpunx(&cursor_, nls_) != 0 ? CharKind::kMark : CharKind::kUnknown;
 }
 
-std::span<const std::uint8_t> ModelText::Singles() const noexcept {
-  if (use_cursor_ && cursor_.stateful != 0 && cursor_.shift_state != 0) return {};
-  return {at_, static_cast<std::size_t>(end_ - at_)};
+ModelText::Letters ModelText::NextLetters(Basis basis) const noexcept {
+  Letters letters;
+  letters.length = 0;
+  if (use_cursor_ && cursor_.stateful != 0 && cursor_.shift_state != 0) return letters;
+  const auto left = static_cast<std::size_t>(end_ - at_);
+  letters.length = std::min(left, kLongestElement);
+  for (std::size_t i = 0; i < letters.length; ++i) {
+    std::uint8_t byte = at_[i];
+    if (basis == Basis::kEbcdic) {
+      const std::uint32_t c =
+          nls::Load16(set_, nls::nlb::charset::kSingleAt + 2 * std::size_t{byte});
+      byte = c < 0x80 ? ToEbcdic(static_cast<char>(c)) : std::uint8_t{0};
+    }
+    letters.bytes[i] = byte;
+  }
+  return letters;
 }
 
 void ModelText::Step() noexcept {

@@ -19,6 +19,8 @@ enum class CharKind : std::uint8_t {
   kUnknown,  // anything else: no part of a model
 };
 
+inline constexpr std::size_t kLongestElement = 12;  // with its suffix
+
 class ModelText {
  public:
   // Without a language the text is ASCII.
@@ -29,9 +31,15 @@ class ModelText {
   CharKind kind() const noexcept { return kind_; }
   const std::uint8_t* at() const noexcept { return at_; }
   std::size_t offset() const noexcept { return static_cast<std::size_t>(at_ - begin_); }
-  // The bytes from here on of which each is a character. In the shifted state of a set with shift
-  // state: none.
-  std::span<const std::uint8_t> Singles() const noexcept;
+  // The next characters, as far as an element and its suffix go, as the element table of the set's
+  // basis has them: EBCDIC code pages do not agree on small letters. In the shifted state of a set
+  // with shift state there are none.
+  struct Letters {
+    std::uint8_t bytes[kLongestElement];
+    std::size_t length;
+    std::span<const std::uint8_t> span() const noexcept { return {bytes, length}; }
+  };
+  Letters NextLetters(Basis basis) const noexcept;
 
   void Step() noexcept;
   void Step(std::size_t characters) noexcept {
