@@ -1,0 +1,81 @@
+// Comparison of datetimes. Two values without a zone, or in one zone at one offset, are their
+// fields as one 64-bit number (datetime_key.h); only different offsets need day numbers.
+#include "datetime/datetime_key.h"
+#include "datetime/datetime_value.h"
+#include "datetime/zone_rules.h"
+#include "kestra/datetime.h"
+
+namespace kestra::datetime {
+namespace {
+
+int Order(const Moment& x, const Moment& y) noexcept { return (y < x) - (x < y); }
+
+std::uint32_t CompareMixed(const LdiDate& x, const LdiDate& y, const LdiSession* session,
+                           int& order) noexcept {
+  if (const std::uint32_t error = LdiDateComparable(x.type, y.type)) return error;
+  if (!HasZone(x.type) && !HasZone(y.type)) {
+    order = CompareFields(x, y);
+    return 0;
+  }
+  Moment a;
+  Moment b;
+  if (!HasDate(x.type)) {
+    // A time of day without a zone takes the offset that the session's zone has now.
+    Zone zone = SessionZone(session);
+    if (HasZone(x.type) != HasZone(y.type)) {
+      if (const std::uint32_t error = OffsetAtUtc(zone, CurrentUtc(), zone.minutes)) return error;
+    }
+    LdiDate u = x;
+    LdiDate v = y;
+    if (!HasZone(x.type)) SetZone(u, zone.minutes, 0);
+    if (!HasZone(y.type)) SetZone(v, zone.minutes, 0);
+    a = UtcMoment(u);
+    b = UtcMoment(v);
+  } else {
+    if (const std::uint32_t error = UtcOf(x, session, a)) return error;
+    if (const std::uint32_t error = UtcOf(y, session, b)) return error;
+  }
+  order = Order(a, b);
+  return 0;
+}
+
+inline std::uint32_t Compare(const LdiDate& x, const LdiDate& y, const LdiSession* session,
+                             int& order) noexcept {
+  constexpr std::uint32_t kFieldsOnly = 1u << KES_DATETIME_DATE | 1u << KES_DATETIME_TIMESTAMP;
+  if (x.type < 8 && y.type < 8 && (kFieldsOnly >> x.type & kFieldsOnly >> y.type & 1) != 0) {
+    order = CompareFields(x, y);
+    return 0;
+  }
+  return CompareMixed(x, y, session, order);
+}
+
+}  // namespace
+}  // namespace kestra::datetime
+
+using namespace kestra::datetime;
+
+uint32_t LdiDateComparable(uint32_t x_type, uint32_t y_type) noexcept {
+  if (!IsDatetimeType(x_type) || !IsDatetimeType(y_type)) return KES_DATETIME_BAD_TYPE;
+  return HasDate(x_type) == HasDate(y_type) ? 0 : KES_DATETIME_NOT_COMPARABLE;
+}
+
+uint32_t LdiDateCompare(const LdiDate* x, const LdiDate* y, const LdiSession* session,
+                        int* order) noexcept {
+  return Compare(*x, *y, session, *order);
+}
+
+uint32_t LdiDateComparearr(const LdiDate* const* x, size_t count, const LdiDate* const* y,
+                           uint32_t flags, const LdiSession* session, int8_t* order,
+                           size_t* done) noexcept {
+  const std::size_t step = (flags & KES_DATETIME_SHARED) != 0 ? 0 : 1;
+  std::uint32_t error = 0;
+  std::size_t i = 0;
+  for (; i < count; ++i) {
+    int result = 0;
+    error = Compare(*x[i], *y[i * step], session, result);
+    if (error != 0) break;
+    order[i] = static_cast<std::int8_t>(result);
+  }
+  *done = i;
+  return error;
+}

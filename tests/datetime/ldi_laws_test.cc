@@ -1,0 +1,196 @@
+// Laws that hold for every value of every type. KESTRA_DATETIME_LAWS sets how many values are tried.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "kestra/datetime_arithmetic.h"
+#include "tests/support/datetime_values.h"
+
+namespace {
+
+using kestra::test::DatetimeSource;
+using kestra::test::LawCount;
+using kestra::test::Show;
+
+bool Same(const LdiDate& x, const LdiDate& y) { return std::memcmp(&x, &y, sizeof x) == 0; }
+bool Same(const LdiInter& x, const LdiInter& y) { return std::memcmp(&x, &y, sizeof x) == 0; }
+
+constexpr bool IsYearMonth(std::uint32_t type) { return type < 3 || type == 7; }
+
+// Whether a walk from x to y and back may meet the year 0, which moves dates.
+bool NearYearZero(const LdiDate& x, const LdiDate& y) {
+  return (x.year < 0) != (y.year < 0) || x.year == 1 || x.year == -1 || y.year == 1 || y.year == -1;
+}
+
+TEST(LdiLaws, AddingAndTakingAwayIsNothing) {
+  DatetimeSource source(1);
+  const std::size_t count = LawCount(300'000);
+  std::size_t undone = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const LdiDate x = source.Date();
+    LdiInter inter = source.Inter();
+    const bool exact = !IsYearMonth(inter.type);
+    if (exact && x.type == KES_DATETIME_DATE) inter.field[4] = 0;
+    if (source.Below(2) == 0) {
+      for (std::int32_t& field : inter.field) field %= 2000;
+    }
+    LdiDate sum = x;
+    const std::uint32_t error = LdiDateInterAdd(&sum, &x, &inter);
+    if (error != 0) {
+      ASSERT_TRUE(error == 1841 || error == 1870) << error;
+      ASSERT_TRUE(Same(sum, x));
+      continue;
+    }
+    ASSERT_EQ(LdiDateCheck(&sum), 0u) << Show(x) << " + " << Show(inter) << " = " << Show(sum);
+    LdiDate back = sum;
+    ASSERT_EQ(LdiDateInterSubtract(&back, &sum, &inter), 0u) << Show(sum) << " - " << Show(inter);
+    const bool clamped = sum.day != x.day && !exact;
+    if (clamped || NearYearZero(x, sum)) continue;
+    ASSERT_TRUE(Same(back, x)) << Show(x) << " + " << Show(inter) << " = " << Show(sum) << ", back "
+                               << Show(back);
+    ++undone;
+  }
+  EXPECT_GT(undone, count / 8);
+}
+
+TEST(LdiLaws, TheDifferenceAddedIsTheOther) {
+  DatetimeSource source(2);
+  const std::size_t count = LawCount(300'000);
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint32_t type = source.DateType();
+    const LdiDate x = source.Date(type);
+    const LdiDate y = source.Date(type);
+    LdiInter difference;
+    ASSERT_EQ(LdiDateDateSubtract(&difference, &x, &y, KES_INTERVAL_DAY_TO_SECOND), 0u);
+    ASSERT_EQ(LdiInterCheck(&difference), 0u) << Show(difference);
+    LdiDate sum;
+    int order = 2;
+    if (LdiDateInterAdd(&sum, &y, &difference) == 0) {
+      ASSERT_EQ(LdiDateCompare(&sum, &x, nullptr, &order), 0u);
+      if (!NearYearZero(x, y)) {
+        ASSERT_EQ(order, 0) << Show(x) << " - " << Show(y);
+      }
+    }
+    ASSERT_EQ(LdiDateCompare(&x, &y, nullptr, &order), 0u);
+    const LdiInter zero{{0, 0, 0, 0, 0}, KES_INTERVAL_DAY, 0, 0};
+    int sign = 2;
+    ASSERT_EQ(LdiInterCompare(&difference, &zero, &sign), 0u);
+    ASSERT_EQ(order, sign) << Show(x) << " and " << Show(y);
+    if (type == KES_DATETIME_TIME || type == KES_DATETIME_TIME_TZ) continue;
+    ASSERT_EQ(LdiDateDateSubtract(&difference, &x, &y, KES_INTERVAL_YEAR_TO_MONTH), 0u);
+    LdiInter reverse;
+    ASSERT_EQ(LdiDateDateSubtract(&reverse, &y, &x, KES_INTERVAL_YEAR_TO_MONTH), 0u);
+    ASSERT_EQ(LdiInterCheck(&difference), 0u);
+    const std::int32_t months = difference.field[0] * 12 + difference.field[1];
+    ASSERT_LE(order * months, order == 0 ? 0 : 12 * 14712);
+    ASSERT_GE(order * months, 0) << Show(x) << " - " << Show(y) << ": " << Show(difference);
+  }
+}
+
+TEST(LdiLaws, CompareIsTotal) {
+  DatetimeSource source(3);
+  const std::size_t count = LawCount(200'000);
+  for (std::size_t i = 0; i < count; ++i) {
+    const bool dated = source.Below(2) == 0;
+    LdiDate v[3];
+    for (LdiDate& x : v) {
+      do {
+        x = source.Date();
+      } while ((x.type == KES_DATETIME_TIME || x.type == KES_DATETIME_TIME_TZ) == dated);
+    }
+    if (source.Below(3) == 0) {
+      v[1] = v[0];
+      v[1].second ^= 1;
+    }
+    int ab, ba, bc, ac, aa;
+    ASSERT_EQ(LdiDateCompare(&v[0], &v[1], nullptr, &ab), 0u);
+    ASSERT_EQ(LdiDateCompare(&v[1], &v[0], nullptr, &ba), 0u);
+    ASSERT_EQ(LdiDateCompare(&v[1], &v[2], nullptr, &bc), 0u);
+    ASSERT_EQ(LdiDateCompare(&v[0], &v[2], nullptr, &ac), 0u);
+    ASSERT_EQ(LdiDateCompare(&v[0], &v[0], nullptr, &aa), 0u);
+    ASSERT_EQ(ab, -ba);
+    ASSERT_EQ(aa, 0);
+    if (ab == bc) {
+      ASSERT_EQ(ac, ab) << Show(v[0]) << ", " << Show(v[1]) << ", " << Show(v[2]);
+    }
+  }
+}
+
+TEST(LdiLaws, StoredFormsComeBack) {
+  DatetimeSource source(4);
+  const std::size_t count = LawCount(300'000);
+  for (std::size_t i = 0; i < count; ++i) {
+    const LdiDate x = source.Date();
+    LdiSession session{};
+    session.zone_hour = x.zone_hour;
+    session.zone_minute = x.zone_minute;
+    std::uint8_t bytes[KES_DATETIME_BYTES];
+    std::size_t length = 0;
+    ASSERT_EQ(LdiDateToArray(bytes, sizeof bytes, &length, &x), 0u) << Show(x);
+    LdiDate back;
+    ASSERT_EQ(LdiDateFromArray(&back, bytes, length, x.type, &session), 0u) << Show(x);
+    ASSERT_TRUE(Same(back, x)) << Show(x) << " came back as " << Show(back);
+    const LdiInter inter = source.Inter();
+    ASSERT_EQ(LdiInterToArray(bytes, sizeof bytes, &length, &inter), 0u) << Show(inter);
+    LdiInter again;
+    ASSERT_EQ(LdiInterFromArray(&again, bytes, length, inter.type), 0u);
+    ASSERT_TRUE(Same(again, inter)) << Show(inter) << " came back as " << Show(again);
+    LdiJulian julian;
+    LdiDate date;
+    ASSERT_EQ(LdiDateToJulian(&julian, &x), 0u);
+    ASSERT_EQ(LdiJulianToDate(&date, &julian, x.type, &session), 0u) << Show(x);
+    ASSERT_TRUE(Same(date, x)) << Show(x) << " came back as " << Show(date);
+  }
+}
+
+TEST(LdiLaws, IntervalTextsComeBack) {
+  DatetimeSource source(5);
+  const std::size_t count = LawCount(200'000);
+  for (std::size_t i = 0; i < count; ++i) {
+    const LdiInter inter = source.Inter();
+    std::uint8_t text[KES_INTERVAL_TEXT];
+    std::size_t length = 0;
+    ASSERT_EQ(LdiInterToString(text, sizeof text, &length, &inter, 9, 9, nullptr), 0u);
+    LdiInter back{};
+    ASSERT_EQ(LdiInterFromString(&back, text, length, inter.type, nullptr), 0u);
+    ASSERT_TRUE(Same(back, inter)) << Show(inter);
+    ASSERT_EQ(LdiInterToStringISO(text, sizeof text, &length, &inter, nullptr), 0u);
+    ASSERT_EQ(LdiInterFromString(&back, text, length, inter.type, nullptr), 0u);
+    ASSERT_TRUE(Same(back, inter))
+        << Show(inter) << " through " << std::string(text, text + length);
+  }
+}
+
+TEST(LdiLaws, SumsOfIntervals) {
+  DatetimeSource source(6);
+  const std::size_t count = LawCount(300'000);
+  std::size_t summed = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const LdiInter x = source.Inter();
+    LdiInter y = source.Inter();
+    LdiInter sum{};
+    const std::uint32_t error = LdiInterInterAdd(&sum, &x, &y);
+    if (error != 0) {
+      ASSERT_EQ(error, IsYearMonth(x.type) == IsYearMonth(y.type) ? 1873u : 1870u);
+      continue;
+    }
+    ++summed;
+    ASSERT_EQ(LdiInterCheck(&sum), 0u) << Show(x) << " + " << Show(y) << " = " << Show(sum);
+    LdiInter back;
+    ASSERT_EQ(LdiInterInterSubtract(&back, &sum, &y), 0u);
+    int order = 2;
+    ASSERT_EQ(LdiInterCompare(&back, &x, &order), 0u);
+    ASSERT_EQ(order, 0) << Show(x) << " + " << Show(y) << " = " << Show(sum) << ", back "
+                        << Show(back);
+    LdiInter twice;
+    LdiInter doubled;
+    if (LdiInterInterAdd(&twice, &y, &y) == 0) {
+      ASSERT_EQ(LdiIIntMult(&doubled, &y, 2), 0u);
+      ASSERT_EQ(LdiInterCompare(&twice, &doubled, &order), 0u);
+      ASSERT_EQ(order, 0) << Show(y);
+    }
+  }
+  EXPECT_GT(summed, count / 8);
+}
+
+}  // namespace
