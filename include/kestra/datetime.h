@@ -50,7 +50,7 @@ typedef struct LdiDate {
   uint8_t second;     /* 0..59 */
   uint8_t zero;       /* always 0 */
   uint32_t fraction;  /* nanoseconds, 0..999999999 */
-  int8_t zone_hour;   /* offset from UTC, -15..15 */
+  int8_t zone_hour;   /* offset from UTC, -15..15; of a region -24..24 */
   int8_t zone_minute; /* -59..59, of the sign of the whole offset */
   uint8_t type;       /* KES_DATETIME_... */
   uint8_t zero2;      /* always 0 */
@@ -198,7 +198,8 @@ enum {
   KES_FAULT_YEAR_ZERO = 8192,
   KES_FAULT_FRACTION = 16384,
   KES_FAULT_TYPE = 32768,
-  KES_FAULT_ZONE = 65536,   /* offset beyond +-15:00, of two signs; a zone that the type has not */
+  KES_FAULT_ZONE = 65536,   /* offset beyond +-15:00 (of a region: 24:00), of two signs; a zone
+                                that the type has not */
   KES_FAULT_UNUSED = 131072 /* a field that the type has not, or a zero byte, is not 0: 1866 */
 };
 KES_API uint32_t LdiDateCheck(const LdiDate *date) KES_NOEXCEPT;

@@ -115,6 +115,9 @@ enum {
  * Errors   1866; 1878 the value has no such field; 1877; those of the zone file. */
 KES_API uint32_t LdiDateExtract(const LdiDate *in, uint32_t field, uint8_t *out,
                                 size_t *outlen) KES_NOEXCEPT;
+KES_API uint32_t LdiDateExtractTZ(uint8_t *out, size_t size, size_t *length, const LdiDate *in,
+                                  uint32_t field, const LdiSession *session,
+                                  const lxhandle *handle) KES_NOEXCEPT;
 
 /* LdiDayofWeek: 1 to 7; 1 is the weekday first (0 Sunday to 6 Saturday; that of a territory is item
  * 97 of its handle).

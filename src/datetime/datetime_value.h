@@ -7,16 +7,19 @@
 // a result that lands there moves to the year 1 or -1, the way the operation went.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 
-#include "datetime/datetime_key.h"
 #include "datetime/day_number.h"
+#include "datetime/zone_key.h"
 #include "kestra/datetime.h"
 
 namespace kestra::datetime {
 
 inline constexpr std::int32_t kNanos = 1'000'000'000;
 inline constexpr std::int32_t kMaxZoneMinutes = 15 * 60;
+// Local mean times near the date line go further: 15:13 in Metlakatla until 1867.
+inline constexpr std::int32_t kMaxRegionMinutes = 24 * 60;
 
 // The clock of a value: seconds as above and 0..999999999 nanoseconds on top.
 struct Moment {
@@ -40,6 +43,14 @@ inline constexpr std::uint32_t kPowers10[10] = {
 constexpr std::uint32_t RoundNanos(std::uint32_t nanos, std::uint32_t precision) noexcept {
   const std::uint32_t unit = kPowers10[9 - precision];
   return (nanos + unit / 2) / unit * unit;
+}
+
+// -1, 0 or 1 as the fields of x are before, equal to or after those of y; zones are not looked at.
+inline int CompareFields(const LdiDate& x, const LdiDate& y) noexcept {
+  const std::uint64_t a = KeyOf(x);
+  const std::uint64_t b = KeyOf(y);
+  if (a != b) return a < b ? -1 : 1;
+  return static_cast<int>(x.fraction > y.fraction) - static_cast<int>(x.fraction < y.fraction);
 }
 
 inline std::int32_t ClockSeconds(const LdiDate& date) noexcept {

@@ -1,6 +1,5 @@
 // Comparison of datetimes. Two values without a zone, or in one zone at one offset, are their
-// fields as one 64-bit number (datetime_key.h); only different offsets need day numbers.
-#include "datetime/datetime_key.h"
+// fields as one 64-bit number (zone_key.h); only different offsets need day numbers.
 #include "datetime/datetime_value.h"
 #include "datetime/zone_rules.h"
 #include "kestra/datetime.h"

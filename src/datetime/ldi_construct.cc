@@ -36,16 +36,17 @@ std::uint32_t ClockFaults(std::uint32_t hour, std::uint32_t minute, std::uint32_
   return faults;
 }
 
-bool IsZoneOffset(std::int32_t hour, std::int32_t minute) noexcept {
-  if (hour < -15 || hour > 15 || minute < -59 || minute > 59) return false;
+bool IsZoneOffset(std::int32_t hour, std::int32_t minute, std::int32_t limit) noexcept {
+  if (hour < -24 || hour > 24 || minute < -59 || minute > 59) return false;
   if ((hour > 0 && minute < 0) || (hour < 0 && minute > 0)) return false;
-  return hour * 60 + minute <= kMaxZoneMinutes && hour * 60 + minute >= -kMaxZoneMinutes;
+  return hour * 60 + minute <= limit && hour * 60 + minute >= -limit;
 }
 
 std::uint32_t ZoneFaults(const LdiDate& date) noexcept {
   const bool any = (date.zone_hour | date.zone_minute | date.region) != 0;
   if (!HasZone(date.type) && any) return KES_FAULT_ZONE;
-  if (!IsZoneOffset(date.zone_hour, date.zone_minute)) return KES_FAULT_ZONE;
+  const std::int32_t limit = date.region != 0 ? kMaxRegionMinutes : kMaxZoneMinutes;
+  if (!IsZoneOffset(date.zone_hour, date.zone_minute, limit)) return KES_FAULT_ZONE;
   if (date.region != 0 && (!HasDate(date.type) || date.region > 8191)) return KES_FAULT_ZONE;
   return 0;
 }
@@ -98,7 +99,7 @@ std::uint32_t MakeLocal(LdiDate& out, const Fields& f, std::uint32_t precision,
 
 std::uint32_t AddOffset(LdiDate& date, std::int32_t hour, std::int32_t minute) noexcept {
   if (!HasZone(date.type)) return 0;
-  if (!IsZoneOffset(hour, minute)) return KES_DATETIME_NO_REGION;
+  if (!IsZoneOffset(hour, minute, kMaxZoneMinutes)) return KES_DATETIME_NO_REGION;
   return AttachZone(date, {.minutes = hour * 60 + minute});
 }
 

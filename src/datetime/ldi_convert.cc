@@ -35,7 +35,7 @@ std::uint32_t ConvertZone(LdiDate& date, const LdiDate& in, const LdiSession* se
   if (!HasDate(date.type) && zone.region != 0) {
     // A time of day takes the offset that the zone has now, or on the date that it comes from.
     Moment at = HasDate(in.type) ? LocalMoment(in) : CurrentUtc();
-    const std::uint32_t error = HasDate(in.type) ? OffsetAtLocal(zone, at, zone.minutes)
+    const std::uint32_t error = HasDate(in.type) ? OffsetAtLocal(zone, in, at, zone.minutes)
                                                  : OffsetAtUtc(zone, at, zone.minutes);
     if (error != 0) return error;
     zone.region = 0;

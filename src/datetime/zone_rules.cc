@@ -1,20 +1,61 @@
 #include "datetime/zone_rules.h"
 
-#include "core/os/clock.h"
+#include <cstring>
+
+#include "kestra/timezone.h"
 
 namespace kestra::datetime {
 namespace {
 
 constexpr std::int64_t kUnixEpochDay = 2440588;  // 1 January 1970
 
-// Offset of a region in whole minutes.
-std::uint32_t RegionAtUtc(const Zone& zone, const Moment&, std::int32_t&) noexcept {
-  if (zone.zones == nullptr) return KES_DATETIME_ZONE_FILE;
-  return KES_DATETIME_FAILED;
+// What the look-ups take: a timestamp. Only its fields count.
+LdiDate Timestamp(const LdiDate& date) noexcept {
+  LdiDate timestamp = date;
+  timestamp.type = KES_DATETIME_TIMESTAMP;
+  return timestamp;
 }
-std::uint32_t RegionAtLocal(const Zone& zone, Moment&, std::int32_t&) noexcept {
+
+std::uint32_t WholeMinutes(std::int32_t offset, std::int32_t& minutes) noexcept {
+  if (offset / 60 > kMaxRegionMinutes || offset / 60 < -kMaxRegionMinutes) {
+    return KES_DATETIME_NO_REGION;
+  }
+  minutes = offset / 60;
+  return 0;
+}
+
+std::uint32_t RegionAtUtc(const Zone& zone, const Moment& utc, std::int32_t& minutes) noexcept {
   if (zone.zones == nullptr) return KES_DATETIME_ZONE_FILE;
-  return KES_DATETIME_FAILED;
+  if (!InCalendar(utc.seconds)) return KES_DATETIME_BAD_YEAR;
+  const std::int64_t day = utc.seconds / kDaySeconds;
+  const CivilDate civil = SplitDay(static_cast<std::int32_t>(day));
+  LdiDate date{};
+  date.year = static_cast<std::int16_t>(civil.year);  // the year 0 has its place in the order
+  date.month = static_cast<std::uint8_t>(civil.month);
+  date.day = static_cast<std::uint8_t>(civil.day);
+  SetClock(date, static_cast<std::int32_t>(utc.seconds - day * kDaySeconds));
+  date.type = KES_DATETIME_TIMESTAMP;
+  std::int32_t offset = 0;
+  const int status =
+      ltzGet(nullptr, nullptr, zone.zones, zone.region, &date, &offset, nullptr, nullptr);
+  if (status != 0) return ZoneError(status);
+  return WholeMinutes(offset, minutes);
+}
+
+std::uint32_t RegionAtLocal(const Zone& zone, const LdiDate& date, Moment& local,
+                            std::int32_t& minutes) noexcept {
+  if (zone.zones == nullptr) return KES_DATETIME_ZONE_FILE;
+  const LdiDate timestamp = Timestamp(date);
+  ltzlocal answer;
+  const int status = ltzGetLocalA(zone.zones, zone.region, &timestamp, &answer);
+  if (status != 0) return ZoneError(status);
+  if (answer.kind == KES_ZONE_GAP) {
+    // What the clock would have shown, had it not been put forward, and what it shows instead.
+    const std::int32_t after = answer.reading[1].offset / 60;
+    local.seconds += (after - answer.reading[0].offset / 60) * 60;
+    return WholeMinutes(answer.reading[1].offset, minutes);
+  }
+  return WholeMinutes(answer.reading[answer.chosen].offset, minutes);
 }
 
 }  // namespace
@@ -36,9 +77,21 @@ std::uint32_t ZoneError(int status) noexcept {
   }
 }
 
-std::uint32_t FindRegion(const ltzfile* zones, std::string_view, std::uint32_t&) noexcept {
+std::uint32_t FindRegion(const ltzfile* zones, std::string_view name, std::uint32_t& id) noexcept {
   if (zones == nullptr) return KES_DATETIME_ZONE_FILE;
-  return KES_DATETIME_FAILED;
+  char terminated[kRegionRoom];
+  const bool cut = name.find('\0') != std::string_view::npos;
+  if (name.size() >= sizeof terminated || cut) return KES_DATETIME_NO_REGION;
+  std::memcpy(terminated, name.data(), name.size());
+  terminated[name.size()] = '\0';
+  return ZoneError(ltzID(nullptr, nullptr, zones, terminated, &id));
+}
+
+std::uint32_t RegionName(const ltzfile* zones, std::uint32_t region,
+                         std::span<char> room) noexcept {
+  if (zones == nullptr) return KES_DATETIME_ZONE_FILE;
+  const int status = ltzName(nullptr, nullptr, zones, region, room.data(), room.size());
+  return status == KES_ZONE_NO_ROOM ? std::uint32_t{KES_DATETIME_NO_ROOM} : ZoneError(status);
 }
 
 Zone SessionZone(const LdiSession* session) noexcept {
@@ -52,8 +105,9 @@ std::uint32_t OffsetAtUtc(const Zone& zone, const Moment& utc, std::int32_t& min
   return 0;
 }
 
-std::uint32_t OffsetAtLocal(const Zone& zone, Moment& local, std::int32_t& minutes) noexcept {
-  if (zone.region != 0) return RegionAtLocal(zone, local, minutes);
+std::uint32_t OffsetAtLocal(const Zone& zone, const LdiDate& date, Moment& local,
+                            std::int32_t& minutes) noexcept {
+  if (zone.region != 0) return RegionAtLocal(zone, date, local, minutes);
   minutes = zone.minutes;
   return 0;
 }
@@ -67,7 +121,7 @@ std::uint32_t AttachZone(LdiDate& date, const Zone& zone) noexcept {
   const Moment given = LocalMoment(date);
   Moment local = given;
   std::int32_t minutes = 0;
-  if (const std::uint32_t error = OffsetAtLocal(zone, local, minutes)) return error;
+  if (const std::uint32_t error = OffsetAtLocal(zone, date, local, minutes)) return error;
   if (!InCalendar(local.seconds - minutes * 60)) return KES_DATETIME_BAD_YEAR;
   if (local != given && !SetLocal(date, local, true)) return KES_DATETIME_BAD_YEAR;
   SetZone(date, minutes, zone.region);
@@ -96,14 +150,14 @@ std::uint32_t UtcOf(const LdiDate& date, const LdiSession* session, Moment& utc)
   }
   utc = LocalMoment(date);
   std::int32_t minutes = 0;
-  if (const std::uint32_t error = OffsetAtLocal(SessionZone(session), utc, minutes)) return error;
+  if (const std::uint32_t error = OffsetAtLocal(SessionZone(session), date, utc, minutes))
+    return error;
   utc.seconds -= minutes * 60;
   return 0;
 }
 
-Moment CurrentUtc() noexcept {
-  const os::Instant now = os::Now();
-  return {now.seconds + kUnixEpochDay * kDaySeconds, now.micros * 1000};
+Moment MomentOf(const os::Instant& instant) noexcept {
+  return {instant.seconds + kUnixEpochDay * kDaySeconds, instant.micros * 1000};
 }
 
 std::uint32_t SetCurrentDate(LdiDate& date, const LdiSession* session) noexcept {

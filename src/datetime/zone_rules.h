@@ -5,8 +5,10 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
+#include "core/os/clock.h"
 #include "datetime/datetime_value.h"
 #include "kestra/datetime.h"
 
@@ -15,8 +17,10 @@ namespace kestra::datetime {
 // The error number of a status of the ltz functions.
 std::uint32_t ZoneError(int status) noexcept;
 
-// The id of a region's name. 0, 1804, 1882...
+// The id of a region's name in ASCII. 0, 1804, 1882...
 std::uint32_t FindRegion(const ltzfile* zones, std::string_view name, std::uint32_t& id) noexcept;
+
+inline constexpr std::size_t kRegionRoom = 256;  // of a region's name with its NUL
 
 // A zone: a region when it is not 0, else an offset.
 struct Zone {
@@ -26,11 +30,13 @@ struct Zone {
 };
 Zone SessionZone(const LdiSession* session) noexcept;
 
-// The offset of a zone at a UTC.
+// The offset of a zone at a UTC; 1841 outside the calendar.
 std::uint32_t OffsetAtUtc(const Zone& zone, const Moment& utc, std::int32_t& minutes) noexcept;
 
-// The offset of a zone at a local time; a time in a gap is moved forward by it.
-std::uint32_t OffsetAtLocal(const Zone& zone, Moment& local, std::int32_t& minutes) noexcept;
+// The offset of a zone at the local time of a dated value, of which local is the moment: moved
+// forward when it lies in a gap.
+std::uint32_t OffsetAtLocal(const Zone& zone, const LdiDate& date, Moment& local,
+                            std::int32_t& minutes) noexcept;
 
 // Gives a record with local fields the zone: sets its offset and region, moves it out of a gap.
 // 0, 1841, or an error of the zone file; nothing is changed then.
@@ -40,11 +46,15 @@ std::uint32_t AttachZone(LdiDate& date, const Zone& zone) noexcept;
 // 0: moving it would change the instant), or an error of the zone file; nothing is changed then.
 std::uint32_t ShowInZone(LdiDate& date, const Moment& utc, const Zone& zone) noexcept;
 
+// The name of a region in ASCII, in room bytes with its NUL. 0, 1804, 1881, 1882, 1877.
+std::uint32_t RegionName(const ltzfile* zones, std::uint32_t region, std::span<char> room) noexcept;
+
 // The UTC of any dated value; one without a zone is taken in the session's.
 std::uint32_t UtcOf(const LdiDate& date, const LdiSession* session, Moment& utc) noexcept;
 
-// The present UTC of the machine's clock.
-Moment CurrentUtc() noexcept;
+// An instant of the machine's clock, and the present one.
+Moment MomentOf(const os::Instant& instant) noexcept;
+inline Moment CurrentUtc() noexcept { return MomentOf(os::Now()); }
 
 // The date of the session's clock: its year, month and day are put into date.
 std::uint32_t SetCurrentDate(LdiDate& date, const LdiSession* session) noexcept;
