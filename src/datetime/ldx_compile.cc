@@ -30,8 +30,12 @@ ScanStep ScanUnits(const ldxctx& ctx, std::span<const std::uint8_t> text,
     }
   }
   ScanStep step = ScanItem(ctx, {window, length}, out, state);
-  step.taken = UnitBytes({window, step.taken});
-  step.fault.offset = UnitBytes({window, std::min(step.fault.offset, length)});
+  // Half a unit at the end counts as a whole one.
+  const auto in_units = [&](std::size_t offset) {
+    return std::min(UnitBytes({window, std::min(offset, length)}), text.size());
+  };
+  step.taken = in_units(step.taken);
+  step.fault.offset = in_units(step.fault.offset);
   return step;
 }
 

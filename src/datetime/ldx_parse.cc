@@ -19,7 +19,8 @@ class UnitText {
  public:
   UnitText(const ldxctx& ctx, std::span<const std::uint8_t> units) noexcept
       : utf8_(ctx.handle == nullptr || KeepsUtf8(ctx)) {
-    fits_ = units.size() <= 2 * kMaxUnits;
+    size_ = units.size();
+    fits_ = size_ <= 2 * kMaxUnits;
     const std::span<const std::uint8_t> taken = units.first(std::min(units.size(), 2 * kMaxUnits));
     length_ = utf8_ ? UnitsToUtf8(taken, OrderOfUnits(ctx), bytes_)
                     : lxgcnv(bytes_, TextSet(ctx), sizeof bytes_, taken.data(), UnitSet(ctx),
@@ -29,12 +30,13 @@ class UnitText {
   std::span<const std::uint8_t> bytes() const noexcept { return {bytes_, length_}; }
   // In units' bytes; in other sets than UTF-8 the offset stays that of the converted text.
   std::size_t OffsetInUnits(std::size_t offset) const noexcept {
-    return utf8_ ? UnitBytes({bytes_, std::min(offset, length_)}) : offset;
+    return utf8_ ? std::min(UnitBytes({bytes_, std::min(offset, length_)}), size_) : offset;
   }
 
  private:
   bool utf8_;
   bool fits_;
+  std::size_t size_;
   std::size_t length_;
   std::uint8_t bytes_[8 * kMaxUnits];
 };
