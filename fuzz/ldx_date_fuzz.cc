@@ -76,7 +76,7 @@ void Compare(const std::vector<In>& in, const Scalar& scalar, const Array& array
     from.push_back(&in[i]);
     to.push_back(&out[i]);
   }
-  for (const CpuLevel level : {CpuLevel::kBaseline, CpuLevel::kAvx512}) {
+  for (const CpuLevel level : {CpuLevel::kBaseline, CpuLevel::kAvx2, CpuLevel::kAvx512}) {
     if (level > kestra::os::GetCpuLevel()) continue;
     active_date_kernels.store(&DateKernelsFor(level));
     out.assign(in.size(), Out{});

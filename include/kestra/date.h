@@ -145,6 +145,9 @@ KES_API void ldxrdf(ldxctx *ctx);
  * processed  null, or receives how many elements were done. When an element raises, it receives
  *            the elements done before that one; their results are in place.
  *
+ * ldxeti, ldxite, ldxdtd, ldxchk, ldxrck, ldxctj, ldxdyc, ldxisy, ldxisw and their array forms do not
+ * look at the context: null will do.
+ *
  * Calendars: when the context's calendar has months of its own, ldxadm, ldxldd and ldxsbm go by
  * them; see docs/dates.md. */
 

@@ -26,8 +26,23 @@ struct DateKernels {
                           Operands<std::uint32_t> weekdays, std::uint32_t first_weekday) noexcept;
 };
 
+// What the scalar table holds; other tables take from it where they have nothing better.
+namespace scalar {
+void ToJulianArray(ldxjdate* const* out, const ldxdate* const* in, std::size_t count) noexcept;
+ArrayResult FromJulianArray(ldxdate* const* out, const ldxjdate* const* in,
+                            std::size_t count) noexcept;
+ArrayResult AddDeltaArray(ldxdate* const* out, const ldxdate* const* in, std::size_t count,
+                          Operands<ldxdelta> deltas) noexcept;
+ArrayResult AddMonthsArray(ldxdate* const* out, const ldxdate* const* in, std::size_t count,
+                           Operands<std::int32_t> months) noexcept;
+void LastDayArray(ldxdate* const* out, const ldxdate* const* in, std::size_t count) noexcept;
+ArrayResult NextDayArray(ldxdate* const* out, const ldxdate* const* in, std::size_t count,
+                         Operands<std::uint32_t> weekdays, std::uint32_t first_weekday) noexcept;
+}  // namespace scalar
+
 extern const DateKernels kScalarDateKernels;
 #if defined(__x86_64__)
+extern const DateKernels kAvx2DateKernels;
 extern const DateKernels kAvx512DateKernels;
 #endif
 

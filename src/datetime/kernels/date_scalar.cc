@@ -3,7 +3,7 @@
 #include "datetime/kernels/date_kernels.h"
 
 namespace kestra::datetime {
-namespace {
+namespace scalar {
 
 void ToJulianArray(ldxjdate* const* out, const ldxdate* const* in, std::size_t count) noexcept {
   for (std::size_t i = 0; i < count; ++i) ToJulian(*in[i], *out[i]);
@@ -38,10 +38,14 @@ ArrayResult NextDayArray(ldxdate* const* out, const ldxdate* const* in, std::siz
   });
 }
 
-}  // namespace
+}  // namespace scalar
 
-const DateKernels kScalarDateKernels = {"scalar",      ToJulianArray,  FromJulianArray,
-                                        AddDeltaArray, AddMonthsArray, LastDayArray,
-                                        NextDayArray};
+const DateKernels kScalarDateKernels = {"scalar",
+                                        scalar::ToJulianArray,
+                                        scalar::FromJulianArray,
+                                        scalar::AddDeltaArray,
+                                        scalar::AddMonthsArray,
+                                        scalar::LastDayArray,
+                                        scalar::NextDayArray};
 
 }  // namespace kestra::datetime

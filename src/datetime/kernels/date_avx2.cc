@@ -1,0 +1,138 @@
+// Four dates at a time. Addresses that follow each other, the usual case, are loaded and stored as
+// one vector, others one by one.
+#include "datetime/date_operations.h"
+#include "datetime/kernels/date_kernels.h"
+
+#if defined(__x86_64__)
+
+// GCC 12 takes the undefined vectors inside its own headers for uninitialized variables.
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
+#include <immintrin.h>
+
+#define KES_DATE_LANES __attribute__((target("avx2"), always_inline))
+#define KES_DATE_LANES_ENTRY __attribute__((target("avx2")))
+
+namespace kestra::datetime {
+namespace {
+
+constexpr std::size_t kLanes = 4;
+using Lanes = __m256i;
+using Mask = __m256i;  // a lane is all ones or all zeros
+
+KES_DATE_LANES inline Lanes Set(std::int64_t value) noexcept { return _mm256_set1_epi64x(value); }
+KES_DATE_LANES inline Lanes Add(Lanes x, Lanes y) noexcept { return _mm256_add_epi64(x, y); }
+KES_DATE_LANES inline Lanes Subtract(Lanes x, Lanes y) noexcept { return _mm256_sub_epi64(x, y); }
+KES_DATE_LANES inline Lanes And(Lanes x, Lanes y) noexcept { return _mm256_and_si256(x, y); }
+KES_DATE_LANES inline Lanes Or(Lanes x, Lanes y) noexcept { return _mm256_or_si256(x, y); }
+KES_DATE_LANES inline Lanes Xor(Lanes x, Lanes y) noexcept { return _mm256_xor_si256(x, y); }
+KES_DATE_LANES inline Lanes Multiply(Lanes x, Lanes y) noexcept { return _mm256_mul_epu32(x, y); }
+KES_DATE_LANES inline Lanes AddHalves(Lanes x, Lanes y) noexcept { return _mm256_add_epi32(x, y); }
+KES_DATE_LANES inline Lanes HighWords(Lanes x, Lanes y) noexcept {
+  return _mm256_mulhi_epu16(x, y);
+}
+template <unsigned kBits>
+KES_DATE_LANES inline Lanes Left(Lanes x) noexcept {
+  return _mm256_slli_epi64(x, kBits);
+}
+template <unsigned kBits>
+KES_DATE_LANES inline Lanes Right(Lanes x) noexcept {
+  return _mm256_srli_epi64(x, kBits);
+}
+template <unsigned kBits>
+KES_DATE_LANES inline Lanes RightOfHalves(Lanes x) noexcept {
+  return _mm256_srli_epi32(x, kBits);
+}
+template <unsigned kPlace>
+KES_DATE_LANES inline Lanes Byte(Lanes x) noexcept {
+  constexpr auto kNone = static_cast<std::int64_t>(0x8080808080808000);
+  const Lanes places =
+      _mm256_setr_epi64x(kNone + kPlace, kNone + 8 + kPlace, kNone + kPlace, kNone + 8 + kPlace);
+  return _mm256_shuffle_epi8(x, places);
+}
+// There is no arithmetic shift of 64 bits: the sign is spread over the other half.
+KES_DATE_LANES inline Lanes SignedLow(Lanes x) noexcept {
+  const Lanes signs = _mm256_shuffle_epi32(_mm256_srai_epi32(x, 31), 0xA0);
+  return _mm256_blend_epi32(x, signs, 0xAA);
+}
+KES_DATE_LANES inline Lanes SignedHigh(Lanes x) noexcept {
+  return _mm256_blend_epi32(_mm256_shuffle_epi32(x, 0xF5), _mm256_srai_epi32(x, 31), 0xAA);
+}
+KES_DATE_LANES inline Lanes SignedWord(Lanes x) noexcept {
+  return SignedLow(_mm256_srai_epi32(_mm256_slli_epi32(x, 16), 16));
+}
+KES_DATE_LANES inline Mask Less(Lanes x, Lanes y) noexcept { return _mm256_cmpgt_epi64(y, x); }
+KES_DATE_LANES inline Mask Equal(Lanes x, Lanes y) noexcept { return _mm256_cmpeq_epi64(x, y); }
+template <std::int64_t kFirst, std::int64_t kLast>
+KES_DATE_LANES inline Mask IsBetween(Lanes x) noexcept {
+  return And(Less(Set(kFirst - 1), x), Less(x, Set(kLast + 1)));
+}
+KES_DATE_LANES inline Lanes Choose(Mask mask, Lanes yes, Lanes no) noexcept {
+  return _mm256_blendv_epi8(no, yes, mask);
+}
+KES_DATE_LANES inline Lanes AddWhere(Mask mask, Lanes x, Lanes y) noexcept {
+  return Add(x, And(mask, y));
+}
+KES_DATE_LANES inline Lanes SubtractWhere(Mask mask, Lanes x, Lanes y) noexcept {
+  return Subtract(x, And(mask, y));
+}
+KES_DATE_LANES inline Mask Both(Mask x, Mask y) noexcept { return And(x, y); }
+KES_DATE_LANES inline Mask Either(Mask x, Mask y) noexcept { return Or(x, y); }
+KES_DATE_LANES inline Mask Not(Mask x) noexcept { return Xor(x, Set(-1)); }
+KES_DATE_LANES inline bool All(Mask x) noexcept { return _mm256_movemask_epi8(x) == -1; }
+KES_DATE_LANES inline bool None(Mask x) noexcept { return _mm256_testz_si256(x, x) != 0; }
+KES_DATE_LANES inline bool HaveLowHalvesAlone(Lanes x) noexcept {
+  const Lanes zero = _mm256_cmpeq_epi32(x, Set(0));
+  return _mm256_movemask_ps(_mm256_castsi256_ps(zero)) == 0xAA;
+}
+
+KES_DATE_LANES inline Lanes LoadVector(const void* from) noexcept {
+  return _mm256_loadu_si256(static_cast<const __m256i*>(from));
+}
+KES_DATE_LANES inline bool AreTogether(Lanes addresses) noexcept {
+  const Lanes steps = _mm256_setr_epi64x(0, 8, 16, 24);
+  return All(Equal(addresses, Add(_mm256_permute4x64_epi64(addresses, 0), steps)));
+}
+template <typename T>
+KES_DATE_LANES inline Lanes Load(const T* const* in) noexcept {
+  static_assert(sizeof(T) == 8);
+  if (AreTogether(LoadVector(in))) [[likely]]
+    return LoadVector(in[0]);
+  std::int64_t values[kLanes];
+  for (std::size_t i = 0; i < kLanes; ++i) __builtin_memcpy(&values[i], in[i], sizeof(T));
+  return _mm256_setr_epi64x(values[0], values[1], values[2], values[3]);
+}
+template <typename T>
+KES_DATE_LANES inline void Store(T* const* out, Lanes values) noexcept {
+  static_assert(sizeof(T) == 8);
+  if (AreTogether(LoadVector(out))) [[likely]] {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out[0]), values);
+    return;
+  }
+  alignas(32) T copies[kLanes];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(copies), values);
+  for (std::size_t i = 0; i < kLanes; ++i) *out[i] = copies[i];
+}
+KES_DATE_LANES inline Lanes LoadNumbers(const ldxdelta* values) noexcept {
+  return LoadVector(values);
+}
+template <typename T>
+KES_DATE_LANES inline Lanes LoadNumbers(const T* values) noexcept {
+  static_assert(sizeof(T) == 4);
+  return _mm256_cvtepi32_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(values)));
+}
+
+#include "datetime/kernels/date_lanes.h"
+
+}  // namespace
+
+// Adding months and last days gain nothing from four lanes.
+const DateKernels kAvx2DateKernels = {"avx2",        ToJulianArray,          FromJulianArray,
+                                      AddDeltaArray, scalar::AddMonthsArray, scalar::LastDayArray,
+                                      NextDayArray};
+
+}  // namespace kestra::datetime
+
+#endif
