@@ -16,7 +16,6 @@ namespace {
 
 constexpr std::uint32_t kCalendarKind = KES_ITEM_CALENDAR;
 constexpr std::size_t kModelRoom = 8192;
-constexpr std::size_t kTextRoom = std::size_t{64} << 10;
 
 void Throw(ldxctx* ctx, std::uint32_t number) {
   throw DateFault(number, static_cast<std::size_t>(ctx->error_offset));
@@ -243,10 +242,9 @@ std::string DateTool::CompileForOutput(std::string_view model) {
 }
 
 std::string DateTool::Write(const ldxdate& date, std::string_view compiled) {
-  std::string out(kTextRoom, '\0');
-  out.resize(ldxdts(&ctx_, &date, Bytes(compiled), compiled.size(),
-                    reinterpret_cast<std::uint8_t*>(out.data()), out.size()));
-  return out;
+  const std::size_t length =
+      ldxdts(&ctx_, &date, Bytes(compiled), compiled.size(), text_.data(), text_.size());
+  return {reinterpret_cast<const char*>(text_.data()), length};
 }
 
 ldxdate DateTool::Read(std::string_view text, std::string_view compiled) {

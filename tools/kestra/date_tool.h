@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "kestra/date.h"
 #include "kestra/date_format.h"
@@ -66,6 +67,7 @@ class DateTool {
 
   lxhandle handle_{};
   ldxctx ctx_{};
+  std::vector<std::uint8_t> text_ = std::vector<std::uint8_t>(std::size_t{64} << 10);
 };
 
 // "2019-02-28", "2019-02-28 12:30", "-44-03-15T12:30:59", "now", "today"; a date that there was.
