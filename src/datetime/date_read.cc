@@ -36,8 +36,8 @@ class TextWalk {
         begin_(text.data()),
         at_(begin_),
         end_(begin_ + text.size()),
-        zero_(state_.ascii['0']),
-        blank_(state_.ascii[' ']) {}
+        zero_(InSet(state_, '0')),
+        blank_(InSet(state_, ' ')) {}
 
   bool exact() const noexcept { return exact_; }
   void ToggleExact() noexcept { exact_ = !exact_; }
@@ -62,7 +62,7 @@ class TextWalk {
     return static_cast<std::uint8_t>(*p - zero_);
   }
   bool Accept(char c) noexcept {
-    if (at_ == end_ || *at_ != state_.ascii[static_cast<std::size_t>(c)]) return false;
+    if (at_ == end_ || *at_ != InSet(state_, c)) return false;
     ++at_;
     return true;
   }
@@ -202,7 +202,7 @@ Fault TakeName(TextWalk& walk, const NameMatch& match, std::uint8_t modifier,
   if (!walk.exact() || (modifier & kFill) == 0) return {};
   // Under FX the blanks of fill mode stand all or not at all.
   const std::span<const std::uint8_t> left = walk.left();
-  const std::uint8_t blank = walk.state().ascii[' '];
+  const std::uint8_t blank = InSet(walk.state(), ' ');
   const bool filled =
       left.size() >= match.missing &&
       std::all_of(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(match.missing),
@@ -443,7 +443,7 @@ Fault Literal(TextWalk& walk, std::span<const std::uint8_t> literal, std::uint8_
     return walk.AcceptBytes(bytes) ? Fault{} : walk.Missing(kLiteralDiffers);
   }
   // Blanks in front were passed over, so those of the literal are too.
-  const auto blank = static_cast<char>(walk.state().ascii[' ']);
+  const auto blank = static_cast<char>(InSet(walk.state(), ' '));
   const std::string_view rest =
       bytes.substr(std::min(bytes.find_first_not_of(blank), bytes.size()));
   if (walk.AcceptBytes(rest)) return {};

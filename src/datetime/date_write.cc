@@ -31,7 +31,7 @@ class Source {
 
   const ldxdate& date() const noexcept { return date_; }
   State& state() const noexcept { return state_; }
-  std::uint8_t ascii(char c) const noexcept { return state_.ascii[static_cast<std::size_t>(c)]; }
+  std::uint8_t ascii(char c) const noexcept { return InSet(state_, c); }
   std::uint16_t pair_mark() const noexcept { return PairMark(state_.basis); }
 
   // Year and month as the calendar counts them.

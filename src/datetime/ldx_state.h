@@ -105,6 +105,10 @@ struct State {
 };
 static_assert(sizeof(State) <= KES_DATE_INNER_BYTES);
 
+inline std::uint8_t InSet(const State& state, char c) noexcept {
+  return state.ascii[static_cast<std::size_t>(c)];
+}
+
 inline State& StateOf(ldxctx& ctx) noexcept { return *reinterpret_cast<State*>(ctx.inner); }
 inline const State& StateOf(const ldxctx& ctx) noexcept {
   return *reinterpret_cast<const State*>(ctx.inner);
