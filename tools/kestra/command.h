@@ -59,5 +59,6 @@ extern const Command kTerritoriesCommand;
 extern const Command kInspectCommand;
 extern const Command kCalcCommand;
 extern const Command kDateCommand;
+extern const Command kTzCommand;
 
 }  // namespace kestra::tools

@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::array kCommands = {&kConvertCommand,   &kLocaleCommand,      &kCharsetsCommand,
                                   &kLanguagesCommand, &kTerritoriesCommand, &kInspectCommand,
-                                  &kCalcCommand,      &kDateCommand};
+                                  &kCalcCommand,      &kDateCommand,        &kTzCommand};
 
 int Complain(ExitCode code, const std::string& message) {
   fmt::print(stderr, "{} {}\n", Styled(STDERR_FILENO, Style::kRed, "kestra:"), Printable(message));

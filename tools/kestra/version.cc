@@ -8,6 +8,7 @@
 #include "kestra/object.h"
 #include "names.h"
 #include "session.h"
+#include "zones.h"
 
 namespace kestra::tools {
 namespace {
@@ -15,6 +16,14 @@ namespace {
 constexpr std::size_t kReleaseAt = 4;   // of an object, docs/formats/
 constexpr std::size_t kSourcesAt = 58;  // versions of what it was made from
 constexpr std::size_t kSourcesSize = 34;
+
+// The release of the time zones in use; empty without a zone file.
+std::string ZoneRelease() {
+  const ltzfile* file = ltzRead(nullptr, KES_ZONE_ANY_ORDER, nullptr, nullptr);
+  const std::string release = file == nullptr ? "" : ReleaseName(ltzGetFileContentVer(file));
+  ltzFree(file);
+  return release;
+}
 
 }  // namespace
 
@@ -40,12 +49,15 @@ int PrintVersion(bool json) {
                {"data", data},
                {"data_from", session.Origin()},
                {"minimal", session.minimal()},
-               {"unicode", sources}});
+               {"unicode", sources},
+               {"tzdata", ZoneRelease()}});
     return kDone;
   }
   fmt::print("kestra {}\nLibrary  {}\nData     {} from {}{}\n", KESTRA_VERSION, lxlbanner(), data,
              session.Origin(), *origin == '\0' ? "" : fmt::format(" ({})", origin));
   if (!sources.empty()) fmt::print("Unicode  {}\n", sources);
+  const std::string zones = ZoneRelease();
+  if (!zones.empty()) fmt::print("Zones    tzdata {}\n", zones);
   return kDone;
 }
 
