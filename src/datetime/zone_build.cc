@@ -18,35 +18,22 @@ std::size_t RoundUp(std::size_t size) noexcept {
 
 // The datetime of a key, a valid one of year 1 or later, moved by some seconds: a few days at most.
 std::uint64_t MoveKey(std::uint64_t key, std::int32_t seconds) noexcept {
-  const auto field = [&](int shift) { return static_cast<int>(key >> shift & 0xFF); };
-  int year = YearOf(key), month = field(40), day = field(32);
-  int time = field(24) * 3600 + field(16) * 60 + field(8) + seconds;
-  constexpr int kDay = 86400;
-  // 4 October 1582 is followed by the 15th.
-  const auto in_break = [&] { return year == 1582 && month == 10 && day >= 5 && day <= 14; };
-  for (; time < 0; time += kDay) {
-    if (--day == 0) {
-      if (--month == 0) {
-        month = 12;
-        year -= year == 1 ? 2 : 1;  // there is no year 0
-      }
-      day = DaysInMonth(year, month);
-    }
-    if (in_break()) day = 4;
+  const auto field = [&](int shift) { return static_cast<std::uint32_t>(key >> shift & 0xFF); };
+  const auto at = [](std::uint32_t value, int shift) { return std::uint64_t{value} << shift; };
+  auto time = static_cast<std::int32_t>(field(24) * 3600 + field(16) * 60 + field(8)) + seconds;
+  std::uint64_t date = key & ~std::uint64_t{0xFFFFFFFF};
+  if (time < 0 || time >= kDaySeconds) {
+    std::int32_t day = DayNumber(YearOf(key), field(40), field(32));
+    for (; time < 0; time += kDaySeconds) --day;
+    for (; time >= kDaySeconds; time -= kDaySeconds) ++day;
+    const CivilDate moved = SplitDay(day);
+    const std::int32_t year = WithoutYearZero(moved.year, seconds > 0);
+    date = at(static_cast<std::uint32_t>(year + kYearBias), 48) |
+           at(static_cast<std::uint32_t>(moved.month), 40) |
+           at(static_cast<std::uint32_t>(moved.day), 32);
   }
-  for (; time >= kDay; time -= kDay) {
-    if (++day > DaysInMonth(year, month)) {
-      day = 1;
-      if (++month == 13) {
-        month = 1;
-        ++year;
-      }
-    }
-    if (in_break()) day = 15;
-  }
-  const auto at = [](int value, int shift) { return static_cast<std::uint64_t>(value) << shift; };
-  return at(year + kYearBias, 48) | at(month, 40) | at(day, 32) | at(time / 3600, 24) |
-         at(time / 60 % 60, 16) | at(time % 60, 8);
+  const auto rest = static_cast<std::uint32_t>(time);
+  return date | at(rest / 3600, 24) | at(rest / 60 % 60, 16) | at(rest % 60, 8);
 }
 
 // Sizes of the tables, in one block: tables by zone, records of instants and of local times, starts,

@@ -95,10 +95,9 @@ class Checker {
   }
 
   static bool IsUtcTimestamp(const LdiDate& date) noexcept {
-    const bool in_break = date.year == 1582 && date.month == 10 && date.day >= 5 && date.day <= 14;
-    return !in_break && date.year != 0 && date.year >= -4712 && date.year <= 9999 &&
-           date.month >= 1 && date.month <= 12 && date.day >= 1 &&
-           date.day <= DaysInMonth(date.year, date.month) && date.hour < 24 && date.minute < 60 &&
+    return date.year != 0 && date.year >= kMinYear && date.year <= kMaxYear && date.month >= 1 &&
+           date.month <= 12 && date.day >= 1 && date.day <= MonthLength(date.year, date.month) &&
+           !IsSkipped(date.year, date.month, date.day) && date.hour < 24 && date.minute < 60 &&
            date.second < 60 && date.zero == 0 && date.fraction == 0 && date.zone_hour == 0 &&
            date.zone_minute == 0 && date.type == KES_DATETIME_TIMESTAMP && date.zero2 == 0;
   }

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "datetime/day_number.h"
 #include "kestra/datetime.h"
 
 namespace kestra::datetime {
@@ -37,27 +38,10 @@ inline std::uint64_t KeyOf(const LdiDate& date) noexcept { return KeyOfBytes(&da
 
 inline int YearOf(std::uint64_t key) noexcept { return static_cast<int>(key >> 48) - kYearBias; }
 
-// Day number (a Julian one) and seconds of a datetime, in the calendar of date.h. Fields out of
-// range give some number.
+// The time of a datetime in seconds of the calendar of date.h. Fields out of range give some number.
 inline std::int64_t LinearSeconds(const LdiDate& date) noexcept {
-  const int year = date.year < 0 ? date.year + 1 : date.year;
-  const int back = (14 - date.month) / 12;
-  const int y = year + 4800 - back;
-  const int m = date.month + 12 * back - 3;
-  int day = date.day + (153 * m + 2) / 5 + 365 * y + y / 4;
-  const bool gregorian =
-      year > 1582 || (year == 1582 && (date.month > 10 || (date.month == 10 && date.day >= 15)));
-  day += gregorian ? y / 400 - y / 100 - 32045 : -32083;
-  return std::int64_t{day} * 86400 + date.hour * 3600 + date.minute * 60 + date.second;
-}
-
-inline bool IsLeapYear(int year) noexcept {
-  if (year % 4 != 0) return false;
-  return year < 1583 || year % 100 != 0 || year % 400 == 0;
-}
-inline int DaysInMonth(int year, int month) noexcept {
-  if (month == 2) return IsLeapYear(year) ? 29 : 28;
-  return 30 + ((month + (month >> 3)) & 1);
+  return std::int64_t{DayNumber(date.year, date.month, date.day)} * kDaySeconds + date.hour * 3600 +
+         date.minute * 60 + date.second;
 }
 
 }  // namespace kestra::datetime
