@@ -69,8 +69,8 @@ enum { KES_ZONE_ANY_ORDER = 0, KES_ZONE_BIG_ENDIAN = 1, KES_ZONE_LITTLE_ENDIAN =
  *          live as long as the file.
  * status   may be null. 1 there is no such file; 2 it is damaged; 3 of another format version;
  *          6 no memory.
- * Result   the file, or null. The memory is the file's size, 40 bytes for each transition and 4 for
- *          each year between a zone's first and last transition: 5 MB for all zones to 2200. */
+ * Result   the file, or null. The memory is the file's size, 32 bytes for each transition and 4 for
+ *          each year between a zone's first and last transition: 4.2 MB for all zones to 2200. */
 KES_API const ltzfile *ltzRead(const char *path, uint32_t order, lxcallbacks *block,
                                uint32_t *status) KES_NOEXCEPT;
 
