@@ -105,8 +105,10 @@ const Data& GetData() {
   static const Data data;
   return data;
 }
-const std::vector<std::string>& Names(bool many) { return many ? GetData().names : kFiveZones; }
-const std::vector<std::uint32_t>& ZoneOf(bool many) {
+[[maybe_unused]] const std::vector<std::string>& Names(bool many) {
+  return many ? GetData().names : kFiveZones;
+}
+[[maybe_unused]] const std::vector<std::uint32_t>& ZoneOf(bool many) {
   return many ? GetData().many : GetData().five;
 }
 
