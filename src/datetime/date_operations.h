@@ -60,21 +60,15 @@ inline std::uint32_t FromJulian(const ldxjdate& in, ldxdate& out) noexcept {
 // Results are written into the result's own fields once everything has been read from the input,
 // which may be the same: going through a copy would load eight bytes that were just stored one by
 // one.
-inline std::uint32_t AddDelta(const ldxdate& in, const ldxdelta& delta, ldxdate& out) noexcept {
+inline std::uint32_t AddTime(const ldxdate& in, const ldxdelta& delta, ldxdate& out) noexcept {
   std::int64_t days = delta.days;
-  const std::int64_t seconds = delta.seconds;
-  const bool forward = days > 0 || (days == 0 && seconds > 0);
-  const bool timed = seconds != 0 || days == 0;
-  std::int64_t rest = 0;
-  if (timed) {
-    const std::int64_t time = SecondOfDay(in) + seconds;
-    std::int64_t whole = time / kDaySeconds;
-    rest = time % kDaySeconds;
-    if (rest < 0) {
-      rest += kDaySeconds;
-      --whole;
-    }
-    days += whole;
+  const bool forward = days > 0 || (days == 0 && delta.seconds > 0);
+  const std::int64_t time = std::int64_t{SecondOfDay(in)} + delta.seconds;
+  std::int64_t rest = time % kDaySeconds;
+  days += time / kDaySeconds;
+  if (rest < 0) {
+    rest += kDaySeconds;
+    --days;
   }
   CivilDate civil = {in.year, in.month, in.day};
   if (days != 0) {
@@ -87,8 +81,18 @@ inline std::uint32_t AddDelta(const ldxdate& in, const ldxdelta& delta, ldxdate&
   civil.year = WithoutYearZero(civil.year, forward);
   out = in;
   SetDay(out, civil);
-  if (timed) SetSecondOfDay(out, static_cast<std::uint32_t>(rest));
+  SetSecondOfDay(out, static_cast<std::uint32_t>(rest));
   return 0;
+}
+
+// Days alone leave the time as it is.
+inline std::uint32_t AddDelta(const ldxdate& in, const ldxdelta& delta, ldxdate& out) noexcept {
+  if (delta.seconds != 0 || delta.days == 0) return AddTime(in, delta, out);
+  const std::int64_t number = std::int64_t{delta.days} + DayNumber(in);
+  if (!IsDayNumber(number)) return kOutOfYears;
+  const bool forward = delta.days > 0;
+  out = in;
+  return MoveToDay(out, number, forward);
 }
 
 // Months from December of the year before 1 on: total 13 is January of year 1. The months 1 to 11
