@@ -91,6 +91,20 @@ TEST_F(ZoneHome, TheHighestVersionIsRead) {
   EXPECT_STREQ(path, "");
 }
 
+TEST_F(ZoneHome, PathSizeAndReleaseOfTheFileThatWouldBeRead) {
+  char path[600];
+  datetime::ZoneFileInfo info;
+  EXPECT_EQ(datetime::sldigpts(KES_ZONE_ANY_ORDER, path, info), 1);
+  Put("timezlrg_10.dat", 10);
+  EXPECT_EQ(datetime::sldigpts(KES_ZONE_ANY_ORDER, path, info), 0);
+  EXPECT_EQ(path, (home_ / "kescore/zoneinfo/timezlrg_10.dat").string());
+  EXPECT_EQ(info.size, fs::file_size(path));
+  EXPECT_EQ(info.content, 10u);
+  EXPECT_EQ(datetime::sldigpts(KES_ZONE_ANY_ORDER, std::span(path, 20), info), 8);
+  WriteFile(home_ / "kescore/zoneinfo/timezlrg_10.dat", std::vector<std::uint8_t>(15, 'K'));
+  EXPECT_EQ(datetime::sldigpts(KES_ZONE_ANY_ORDER, path, info), 3);
+}
+
 TEST_F(ZoneHome, ADirectoryForEachByteOrder) {
   Put("timezone_5.dat", 5);
   Put("big/timezone_6.dat", 6);

@@ -16,6 +16,7 @@ namespace {
 namespace zone = kestra::datetime::zone;
 
 constexpr std::size_t kMaxFaults = 40;
+constexpr std::size_t kMaxText = 255;    // of a name or an abbreviation
 constexpr std::size_t kMaxPeriods = 10;  // of a zone in a difference
 
 std::uint32_t BigEndian32(std::span<const std::uint8_t> bytes) {
@@ -61,7 +62,18 @@ class FileReader {
     faults_.push_back(fmt::format(text, std::forward<Arguments>(arguments)...));
   }
 
+  // Damaged files must not make long strings out of each other's bytes.
+  std::string Text(std::size_t at) const {
+    const std::size_t left = at < bytes_.size() ? bytes_.size() - at : 0;
+    const auto text = bytes_.Slice(at, std::min(left, kMaxText + 1));
+    const auto end = std::find(text.begin(), text.end(), 0);
+    if (end == text.end()) throw BadObject(fmt::format("the string at {} does not end", at));
+    return {text.begin(), end};
+  }
+
   void ReadZones(ZoneData& data) {
+    // More than fit into the file can only be runs that overlap.
+    std::size_t left = bytes_.size() / zone::kTransitionSize;
     std::map<std::pair<std::uint32_t, std::uint32_t>, std::size_t> runs;
     for (std::uint32_t id = 1; id <= zone::kMaxId; ++id) {
       const std::size_t at = zone::kHeaderSize + zone::kEntrySize * id;
@@ -70,13 +82,17 @@ class FileReader {
       const std::uint32_t first = bytes_.U32(at + zone::kEntryFirstAt);
       Zone entry;
       entry.id = id;
-      entry.name = bytes_.String(bytes_.U32(at + zone::kEntryNameAt));
+      entry.name = Text(bytes_.U32(at + zone::kEntryNameAt));
       Expect(IsPlainText(entry.name), "zone {} has a name that is not plain text", id);
       for (const std::uint16_t replaced : zone::kReplacedIds) {
         Expect(id != replaced, "zone {} has an id that readers replace", id);
       }
       const auto [run, fresh] = runs.try_emplace({first, count}, data.histories.size());
-      if (fresh) data.histories.push_back(ReadHistory(entry, first, count));
+      if (fresh) {
+        if (count > left) throw BadObject(fmt::format("{}: its transitions overlap", entry.name));
+        left -= count;
+        data.histories.push_back(ReadHistory(entry, first, count));
+      }
       entry.history = run->second;
       data.zones.push_back(std::move(entry));
     }
@@ -93,7 +109,7 @@ class FileReader {
       const std::size_t type = bytes_.U16(bytes_.U32(zone::kTransitionTypesAt) + 2 * i);
       const std::size_t type_at = bytes_.U32(zone::kTypesAt) + type * zone::kTypeSize;
       transition.type.offset = static_cast<std::int32_t>(bytes_.U32(type_at + zone::kTypeOffsetAt));
-      transition.type.abbreviation = bytes_.String(bytes_.U32(type_at + zone::kTypeNameAt));
+      transition.type.abbreviation = Text(bytes_.U32(type_at + zone::kTypeNameAt));
       transition.type.daylight = bytes_.U8(bytes_.U32(zone::kFlagsAt) + i) != 0;
       const std::int32_t offset = transition.type.offset;
       Expect(offset >= -zone::kMaxOffset && offset <= zone::kMaxOffset,
@@ -133,7 +149,7 @@ class FileReader {
     std::string previous;
     for (std::size_t i = 0; i < count; ++i) {
       const std::size_t at = index + i * zone::kNameSize;
-      const std::string name = bytes_.String(bytes_.U32(at + zone::kNameTextAt));
+      const std::string name = Text(bytes_.U32(at + zone::kNameTextAt));
       const std::uint32_t id = bytes_.U16(at + zone::kNameIdAt);
       Expect(i == 0 || previous < Folded(name), "the name index is out of order at {}", name);
       previous = Folded(name);
