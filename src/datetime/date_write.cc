@@ -473,15 +473,10 @@ Fault WriteDateUnits(ldxctx& ctx, const ldxdate& date, std::span<const std::uint
   used = 0;
   return WriteThroughBuffer(
       source, format, format, 1, [&](const std::uint8_t* bytes, std::size_t length) {
+        if (utf8) return Utf8ToUnits({bytes, length}, order, out, used);
         const std::span<std::uint8_t> room = out.subspan(used);
-        if (!utf8) {
-          used += lxgcnv(room.data(), to, room.size(), bytes, from, length, ctx.nls);
-          return ctx.nls->error != KES_NLS_DESTINATION_FULL;
-        }
-        const std::size_t needed = UnitBytes({bytes, length});
-        if (needed > room.size()) return false;
-        used += Utf8ToUnits({bytes, length}, order, room);
-        return true;
+        used += lxgcnv(room.data(), to, room.size(), bytes, from, length, ctx.nls);
+        return ctx.nls->error != KES_NLS_DESTINATION_FULL;
       });
 }
 

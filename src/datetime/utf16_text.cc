@@ -48,8 +48,26 @@ std::uint8_t* PutUtf8(std::uint8_t* out, std::uint32_t c) noexcept {
   return out;
 }
 
-constexpr std::size_t Utf8Length(std::uint8_t lead) noexcept {
-  return lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+struct Decoded {
+  std::uint32_t c;
+  std::size_t length;
+};
+
+// The character at the start of text; a byte that begins none is U+FFFD by itself.
+Decoded DecodeUtf8(std::span<const std::uint8_t> text) noexcept {
+  const std::uint8_t lead = text[0];
+  if (lead < 0x80) return {lead, 1};
+  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return {kReplacement, 1};
+  std::uint32_t c = lead & (0x7Fu >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((text[i] & 0xC0u) != 0x80) return {kReplacement, 1};
+    c = c << 6 | (text[i] & 0x3Fu);
+  }
+  constexpr std::uint32_t kLeast[5] = {0, 0, 0x80, 0x800, kPastUnits};
+  const bool half = c >= 0xD800 && c <= 0xDFFF;
+  if (c < kLeast[length] || c > 0x10FFFF || half) return {kReplacement, 1};
+  return {c, length};
 }
 
 }  // namespace
@@ -87,26 +105,23 @@ std::size_t UnitsToUtf8(std::span<const std::uint8_t> units, UnitOrder order,
   return static_cast<std::size_t>(at - out);
 }
 
-std::size_t Utf8ToUnits(std::span<const std::uint8_t> text, UnitOrder order,
-                        std::span<std::uint8_t> out) noexcept {
-  std::size_t used = 0;
+bool Utf8ToUnits(std::span<const std::uint8_t> text, UnitOrder order, std::span<std::uint8_t> out,
+                 std::size_t& used) noexcept {
   for (std::size_t i = 0; i < text.size();) {
-    const std::size_t length = Utf8Length(text[i]);
-    const std::size_t needed = length == 4 ? 4 : 2;
-    if (text.size() - i < length || out.size() - used < needed) break;
-    std::uint32_t c = length == 1 ? text[i] : text[i] & (0xFFu >> (length + 1));
-    for (std::size_t k = 1; k < length; ++k) c = c << 6 | (text[i + k] & 0x3Fu);
+    const Decoded decoded = DecodeUtf8(text.subspan(i));
+    const std::size_t needed = decoded.c < kPastUnits ? 2 : 4;
+    if (out.size() - used < needed) return false;
     if (needed == 4) {
-      const std::uint32_t bits = c - kPastUnits;
-      PutUnit(&out[used], 0xD800u | (bits >> 10 & 0x3FFu), order);
+      const std::uint32_t bits = decoded.c - kPastUnits;
+      PutUnit(&out[used], 0xD800u | bits >> 10, order);
       PutUnit(&out[used + 2], 0xDC00u | (bits & 0x3FFu), order);
     } else {
-      PutUnit(&out[used], c, order);
+      PutUnit(&out[used], decoded.c, order);
     }
     used += needed;
-    i += length;
+    i += decoded.length;
   }
-  return used;
+  return true;
 }
 
 std::size_t UnitBytes(std::span<const std::uint8_t> text) noexcept {

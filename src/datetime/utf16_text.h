@@ -29,9 +29,10 @@ bool KeepsUtf8(const ldxctx& ctx) noexcept;
 std::size_t UnitsToUtf8(std::span<const std::uint8_t> units, UnitOrder order,
                         std::uint8_t* out) noexcept;
 
-// Well-formed UTF-8 to units: bytes written, cut at a character when they do not fit.
-std::size_t Utf8ToUnits(std::span<const std::uint8_t> text, UnitOrder order,
-                        std::span<std::uint8_t> out) noexcept;
+// UTF-8 to units, from used bytes of out on. Bytes that are no character become U+FFFD. False: they
+// do not fit.
+bool Utf8ToUnits(std::span<const std::uint8_t> text, UnitOrder order, std::span<std::uint8_t> out,
+                 std::size_t& used) noexcept;
 
 // Bytes of the units that UTF-8 text, well formed but for its end, stands for.
 std::size_t UnitBytes(std::span<const std::uint8_t> text) noexcept;
