@@ -21,16 +21,16 @@ inline bool SameFormat(const Plan& plan, std::span<const std::uint8_t> format) n
   if (plan.format_length != length) return false;
   // Overlapping words instead of a call: formats of plans are short.
   if (length < 8) return memcmp(plan.format, format.data(), length) == 0;
-  std::uint64_t difference = 0;
-  const auto compare = [&](std::size_t at) {
+  const auto differs = [&](std::size_t at) {
     std::uint64_t x, y;
     memcpy(&x, plan.format + at, 8);
     memcpy(&y, format.data() + at, 8);
-    difference |= x ^ y;
+    return x != y;
   };
-  for (std::size_t at = 0; at + 8 < length; at += 8) compare(at);
-  compare(length - 8);
-  return difference == 0;
+  for (std::size_t at = 0; at + 8 < length; at += 8) {
+    if (differs(at)) return false;
+  }
+  return !differs(length - 8);
 }
 
 // Reads a text that agrees with a readable plan byte by byte. False: it does not, or what it says is

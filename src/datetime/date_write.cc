@@ -414,24 +414,7 @@ Fault WriteThroughBuffer(Source& source, std::span<const std::uint8_t> whole,
 
 }  // namespace
 
-std::uint32_t CheckFields(const ldxdate& date) noexcept {
-  // All at once first: a byte's high bit comes up when it passes its bound.
-  std::uint64_t bytes;
-  memcpy(&bytes, &date, sizeof bytes);
-  if constexpr (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__) {
-    constexpr std::uint64_t kHigh = 0x8080808080800000;
-    constexpr auto at = [](std::uint64_t value, int byte) { return value << (8 * byte); };
-    constexpr std::uint64_t kTop = at(127 - 12, 2) | at(127 - 31, 3) | at(127 - 23, 4) |
-                                   at(127 - 59, 5) | at(127 - 59, 6) | at(0, 7);
-    constexpr std::uint64_t kLow = at(1, 2) | at(1, 3);
-    const std::uint64_t fields = bytes & ~kHigh & ~std::uint64_t{0xFFFF};
-    const std::uint64_t over = (bytes | (fields + kTop)) & (kHigh & ~(std::uint64_t{0x80} << 56));
-    const std::uint64_t under = ~((fields | kHigh) - kLow) & kHigh;
-    const auto year = static_cast<std::uint32_t>(date.year - kMinYear);
-    const bool year_fits = year <= kMaxYear - kMinYear && date.year != 0;
-    if ((over | under) == 0 && year_fits) [[likely]]
-      return 0;
-  }
+std::uint32_t WrongField(const ldxdate& date) noexcept {
   if (date.year < kMinYear || date.year > kMaxYear || date.year == 0) return 1841;
   if (date.month < 1 || date.month > 12) return 1843;
   if (date.day < 1 || date.day > 31) return 1847;
