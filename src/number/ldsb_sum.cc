@@ -21,7 +21,8 @@ int ldsbvsum(const ldsbctx* ctx, ldsbvector* result, const ldsbvector* vector) n
   if (status != KES_DSB_OK) return status;
   const std::size_t count = operand.vector.count;
   const int bound = operand.bits + CeilingLog2(count);
-  if (bound > kMaxBits) return KES_DSB_RANGE;
+  // One element is its own sum; more of them also need room for the sign.
+  if (bound > kMaxBits || (bound == kMaxBits && count > 1)) return KES_DSB_RANGE;
   const int needed = NarrowestPrecision(bound);
   const int output = needed > operand.precision ? needed : operand.precision;
   const int chunk_output = output > operand.precision ? operand.precision + 1 : output;
