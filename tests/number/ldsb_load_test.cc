@@ -223,6 +223,8 @@ TEST(LdsbLoadRules, ScalesAndPrecisions) {
       {"one digit", {one}, 7, KES_DSB_NO_SCALE, 0, 1, 0},
       {"zeros only", {zero, zero}, 7, KES_DSB_NO_SCALE, 0, 1, 0},
       {"zeros at a scale", {zero}, 7, -5, 0, 1, -5},
+      {"zeros at the lowest scale", std::vector(1000, zero), 7, INT32_MIN, 0, 1, INT32_MIN},
+      {"a zero of two bytes there", {{0xC1, 1}}, 7, INT32_MIN, 0, 1, INT32_MIN},
       {"the least digit decides", {one, cents}, 7, KES_DSB_NO_SCALE, 0, 2, -1},
       {"trailing zeros do not", {big}, 7, KES_DSB_NO_SCALE, 0, 1, 3},
       {"the precision given", {one, cents}, 4, KES_DSB_NO_SCALE, 0, 4, -1},

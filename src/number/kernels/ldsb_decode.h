@@ -34,8 +34,9 @@ KES_DSB_INLINE NumberParts Split(std::span<const std::uint8_t> bytes) noexcept {
   return parts;
 }
 
-// At most 9 places from the scale on.
+// At most 9 places from the scale on. Zero, which no scan bounds, has any number of them.
 KES_DSB_INLINE std::int64_t DecodeShortOne(const NumberParts& number, std::int32_t scale) noexcept {
+  if (number.mantissa.empty()) return 0;
   const std::int64_t places = std::int64_t{number.exponent} - scale;
   std::uint64_t value = 0;
   for (std::int64_t i = 0; i < places; ++i) {
@@ -48,6 +49,7 @@ KES_DSB_INLINE std::int64_t DecodeShortOne(const NumberParts& number, std::int32
 
 // Any number of places; digits are gathered in base 100^8.
 inline Int192 DecodeLongOne(const NumberParts& number, std::int32_t scale) noexcept {
+  if (number.mantissa.empty()) return {};
   constexpr std::int64_t kChunk = 8;
   const Int192 chunk_base(std::int64_t{10'000'000'000'000'000});
   const std::int64_t places = std::int64_t{number.exponent} - scale;
