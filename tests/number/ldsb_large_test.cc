@@ -4,6 +4,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cstring>
+
 #include "kestra/decimal_vector.h"
 #include "tests/support/wide_reference.h"
 
@@ -89,6 +91,23 @@ TEST(LdsbLarge, MoreElementsThanASigned32BitCountHolds) {
   std::int64_t last = 0;
   ASSERT_EQ(ldsbvget_ints(nullptr, &y, kCount - 1, 1, &last, 8), KES_DSB_OK);
   EXPECT_EQ(last, 2 * value_of((kCount - 1) % kPiece));
+}
+
+// Halves of words are summed apart: 2^31 of them with every bit set fill 63 bits.
+TEST(LdsbLarge, SumsOfFullWordsCarryOn) {
+  constexpr std::size_t kCount = (std::size_t{1} << 31) + kPiece / 16;
+  const RepeatedMemory elements(16 * kCount);
+  if (elements.data == nullptr) GTEST_SKIP() << "no address space";
+  const std::uint64_t value[2] = {UINT64_MAX, 0};
+  for (std::size_t i = 0; i < kPiece; i += 16) std::memcpy(elements.data + i, value, 16);
+  ldsbvector x, total;
+  ASSERT_EQ(
+      ldsbvinitx(nullptr, &x, KES_DSB_INT128, 0, kCount, elements.data, 16 * kCount, value, value),
+      KES_DSB_OK);
+  ASSERT_EQ(ldsbvinit(nullptr, &total, nullptr, 0), KES_DSB_OK);
+  ASSERT_EQ(ldsbvsum(nullptr, &total, &x), KES_DSB_OK);
+  EXPECT_TRUE(Wide::FromBytes(total.extremes.min.word, 24) ==
+              Wide(static_cast<std::int64_t>(kCount)) * (Wide::Power(2, 64) - Wide(1)));
 }
 
 }  // namespace

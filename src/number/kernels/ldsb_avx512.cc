@@ -210,10 +210,10 @@ KES_DSB_AVX512 void Sum(std::size_t n, const void*, const void* right, void* out
   if (minmax != nullptr) MergeExtremes(minmax, result, result);
 }
 
-// Sums in 128 bits. The halves of each 64-bit lane are summed apart, which 2^31 elements a lane
-// cannot overflow, and no carry is looked at before the end. Lanes of 64-bit elements are signed,
-// as the lower words of 128-bit ones (the even lanes) are not; of their upper words only the sums
-// modulo 2^64 count.
+// Sums in 128 bits. The halves of each 64-bit lane are summed apart, which 2^31 elements cannot
+// overflow, and no carry is looked at before the end. Lanes of 64-bit elements are signed, as the
+// lower words of 128-bit ones (the even lanes) are not; of their upper words only the sums modulo
+// 2^64 count.
 template <class In>
 struct SumTo128Lanes {
   using L = Lanes<In>;
@@ -246,7 +246,7 @@ template <int kIn>
 KES_DSB_AVX512 void SumTo128(std::size_t n, const void*, const void* right, void* out,
                              const std::uint8_t* nulls, ldsbminmax* minmax) noexcept {
   using In = Element<kIn>;
-  constexpr std::size_t kSpan = std::size_t{1} << 32;
+  constexpr std::size_t kSpan = std::size_t{1} << 31;
   uint128 total = 0;
   for (std::size_t first = 0; first < n; first += kSpan) {
     SumTo128Lanes<In> s = {static_cast<const In*>(right) + first, {}, {}, {}};
