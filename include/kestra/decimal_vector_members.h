@@ -124,18 +124,20 @@ typedef struct ldsboperation {
  * record   see above.
  *
  * The members ldsbgop<operation><bits> take elements of that many bits in both arrays and write
- * elements of record->precision, which is their own or the next wider (192 bits: their own):
- *          add left + right, sub left - right, mul left * right, sum the sum of the elements.
- *          Inputs are sign-extended first. Nothing tests for overflow: results are taken modulo the
- *          output width, so the caller chooses a width that holds them, as ldsbvop does. Where an
- *          element is null the output is left as it is.
- *          The members of codes KES_DSB_MINMAX to KES_DSB_GATHER, found with ldsbget_operation
- * alone, are the functions ldsbminmaxdsbs to ldsbcopydsbs_gather below in this shape;
- *          record->precision tells their elements.
+ * elements of record->precision, which is their own or the next wider (192 bits: their own): add
+ * left + right, sub left - right, mul left * right, sum the sum of the elements. Inputs are
+ * sign-extended first. Nothing tests for overflow: results are taken modulo the output width, so
+ * the caller chooses a width that holds them, as ldsbvop does. Where an element is null the output
+ * is left as it is.
+ *
+ * The members of codes KES_DSB_MINMAX to KES_DSB_GATHER, found with ldsbget_operation alone, are
+ * the functions ldsbminmaxdsbs to ldsbcopydsbs_gather below in this shape; record->precision tells
+ * their elements.
+ *
  * Errors   KES_DSB_NO_MEMBER: another output precision. KES_DSB_PRECISION: minimum/maximum and
- * copies, not a precision. KES_DSB_BOUNDS: scatter and gather, an element number is record->limit
- * or more. Nothing is written. Overlap  output may be one of the inputs itself when the widths are
- * equal; no other overlap. */
+ *          copies, not a precision. KES_DSB_BOUNDS: scatter and gather, an element number is
+ *          record->limit or more. Nothing is written.
+ * Overlap  output may be one of the inputs itself when the widths are equal; no other overlap. */
 typedef int (*ldsbmember)(size_t count, const void *left, const void *right, void *output,
                           const ldsboperation *record);
 
@@ -239,8 +241,9 @@ KES_API int ldsbgopsum192(size_t count, const void *left, const void *right, voi
  * data     the elements.
  * nulls    bitmap over the count elements or element numbers (not over the elements they name).
  * minmax   merged with what is found: set its bytes to 0 first for the extremes of this array
- * alone. Errors   KES_DSB_WIDTH. KES_DSB_BOUNDS: an element number that is not null is limit or
- * more (minmax is unchanged). */
+ *          alone.
+ * Errors   KES_DSB_WIDTH. KES_DSB_BOUNDS: an element number that is not null is limit or more
+ *          (minmax is unchanged). */
 KES_API int ldsbminmaxdsbs(size_t width, size_t count, const void *data, const uint8_t *nulls,
                            ldsbminmax *minmax) KES_NOEXCEPT;
 KES_API int ldsbminmaxdsbs_gather(size_t width, size_t count, const uint32_t *index,
@@ -254,10 +257,12 @@ KES_API int ldsbminmaxdsbs_gather(size_t width, size_t count, const uint32_t *in
  * width    of the elements in bytes, the same on both sides.
  * count    elements copied.
  * index    count element numbers, each below limit: the elements in data (gather), in output
- * (scatter). nulls    bitmap over the count places i: where its bit is set nothing is copied, and
- * index[i] is not looked at. minmax   not null: merged with the elements copied. Errors
- * KES_DSB_WIDTH. KES_DSB_BOUNDS: as above; nothing is written. Overlap  ldsbcopydsbs: output may be
- * data itself; else none. */
+ *          (scatter).
+ * nulls    bitmap over the count places i: where its bit is set nothing is copied, and index[i] is
+ *          not looked at.
+ * minmax   not null: merged with the elements copied.
+ * Errors   KES_DSB_WIDTH. KES_DSB_BOUNDS: as above; nothing is written.
+ * Overlap  ldsbcopydsbs: output may be data itself; else none. */
 KES_API int ldsbcopydsbs(size_t width, size_t count, const void *data, void *output,
                          const uint8_t *nulls, ldsbminmax *minmax) KES_NOEXCEPT;
 KES_API int ldsbcopydsbs_gather(size_t width, size_t count, const uint32_t *index, const void *data,
@@ -273,10 +278,12 @@ KES_API int ldsbcopydsbs_scatter(size_t width, size_t count, const uint32_t *ind
  * ldsbget_prec          precision code of a width in bytes, or KES_DSB_WIDTH.
  * ldsbget_prec_ondigs   precision code of the narrowest integer that holds 100 to the power of that
  *                       many base-100 digits (0..20), and so all integers of them; else
- * KES_DSB_RANGE. ldsbget_valsigbits    significant bits of an element of width bytes: the bit
- * length of its absolute value; 1 for zero. KES_DSB_WIDTH. ldsbget_minmaxsigbits the larger count
- * of two elements of width bytes. KES_DSB_WIDTH. ldsbget_minprec       precision code of the
- * narrowest integer that holds an element of width bytes. KES_DSB_WIDTH. */
+ *                       KES_DSB_RANGE.
+ * ldsbget_valsigbits    significant bits of an element of width bytes: the bit length of its
+ *                       absolute value; 1 for zero. KES_DSB_WIDTH.
+ * ldsbget_minmaxsigbits the larger count of two elements of width bytes. KES_DSB_WIDTH.
+ * ldsbget_minprec       precision code of the narrowest integer that holds an element of width
+ *                       bytes. KES_DSB_WIDTH. */
 KES_API int ldsbget_width(uint32_t precision) KES_NOEXCEPT;
 KES_API int ldsbget_prec(size_t width) KES_NOEXCEPT;
 KES_API int ldsbget_prec_ondigs(uint32_t digits) KES_NOEXCEPT;
