@@ -85,11 +85,11 @@ KES_API int ltzFree(const ltzfile *file) KES_NOEXCEPT;
 /* ltzPath: the file that ltzRead (null path) reads.
  *
  * KES_TZFILE, if set, names it: as it stands when it has a directory part, otherwise in the
- * directory kescore/zoneinfo below KESTRA_HOME. A value of more than 255 bytes is no file, nor is any
- * in a process that runs with more privilege than its caller. Without the variable it is the file
- * timezlrg_N.dat or timezone_N.dat with the highest N in that directory, or in its directory big or
- * little when an order is given; of equal N timezlrg. A file of a data library serves where
- * KESTRA_HOME has none of an N as high.
+ * directory kescore/zoneinfo below KESTRA_HOME. A value of more than 255 bytes is no file.
+ * Without the variable it is the file timezlrg_N.dat or timezone_N.dat with the highest N in that
+ * directory, or in its directory big or little when an order is given; of equal N timezlrg. A file of
+ * a data library serves where KESTRA_HOME has none of an N as high. In a process that runs with more
+ * privilege than its caller both variables count as unset.
  * path     receives the name with a NUL, cut to nothing when it does not fit. For a file of a data
  *          library: the name below the home directory.
  * embedded may be null. 1 when the file lies in a data library, else 0.
@@ -301,7 +301,8 @@ typedef struct ltzspan {
 enum { KES_ZONE_OFFSET_DIFFERS = 1, KES_ZONE_DAYLIGHT_DIFFERS = 2, KES_ZONE_NAME_DIFFERS = 4 };
 
 /* ltzGetDelta: what changed from one file to the other, from the work area's allocator; freed by
- * ltzFreeDelta.   Errors  1, 2, 3, 6. */
+ * ltzFreeDelta. The work is twice the transitions of all zones of both files, links included.
+ * Errors   1, 2, 3, 6. */
 KES_API int ltzGetDelta(lxcontext *work, const ltzfile *from, const ltzfile *to,
                         ltzdelta **delta) KES_NOEXCEPT;
 /* ltzTZGetDeltaFromDisk: the same of two files by their paths, which are read and freed again. */

@@ -59,6 +59,7 @@ const Case kCases[] = {
     {{"--at", "now", std::string(10000, 'Z')}, 2, "", "unknown time zone"},
     {{"--in", "UTC"}, 2, "", "--in needs --at"},
     {{"UTC", "GB"}, 2, "", "one zone at a time"},
+    {{"--years", "2026"}, 2, "", "--years needs a zone"},
     {{"Europe/Dublin", "--years", "1971"},
      0,
      "Sun 1971-10-31 02:00:00  1971-10-31 03:00:00  1971-10-31 02:00:00  +00:00  GMT   DST  back "

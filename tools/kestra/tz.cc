@@ -108,6 +108,9 @@ int Run(const Options& options, bool json) {
   if (!options.in.empty()) throw ToolError(kUsage, "--in needs --at");
   if (!options.svg.empty() || !options.png.empty()) return Draw(zones, options);
   if (options.names.size() > 1) throw ToolError(kUsage, "one zone at a time, or --at TIME");
+  if (options.names.empty() && !options.years.empty()) {
+    throw ToolError(kUsage, "--years needs a zone");
+  }
   const std::string name = options.names.empty() ? "" : options.names[0];
   const ZoneName* zone = name.empty() ? nullptr : zones.Find(name);
   if (zone == nullptr && options.years.empty()) return List(zones, name, options.all, json);
