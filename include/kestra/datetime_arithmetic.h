@@ -124,6 +124,18 @@ KES_API uint32_t LdiDateExtractTZ(uint8_t *out, size_t size, size_t *length, con
  * Errors   1866 a time of day; 1846 first above 6. */
 KES_API uint32_t LdiDayofWeek(const LdiDate *in, uint32_t first, uint32_t *day) KES_NOEXCEPT;
 
+/* LdiRound, LdiTruncate: to a unit, by the rules of ldxrnd and ldxtrn (date.h), on the local time;
+ * also to SS (27), the whole second. Times of day round to hours (24, 25), minutes (26) and seconds and begin
+ * again at midnight. The result finds its offset in its region's rules.
+ *
+ * unit     the code of a format element.
+ * first    first weekday of the territory, as in LdiDayofWeek, for the units D, DAY and DY.
+ * Errors   1899 no rule for the unit; 1866; 1841; 1846; those of the zone file. */
+KES_API uint32_t LdiRound(LdiDate *out, const LdiDate *in, uint32_t unit, uint32_t first,
+                          const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiTruncate(LdiDate *out, const LdiDate *in, uint32_t unit, uint32_t first,
+                             const LdiSession *session) KES_NOEXCEPT;
+
 #ifdef __cplusplus
 }
 #endif

@@ -156,4 +156,10 @@ inline int Compare(const ldxdate& a, const ldxdate& b) noexcept {
   return (x > y) - (x < y);
 }
 
+// ldxrnd and ldxtrn, for a week that begins on first_weekday.
+std::uint32_t RoundToUnit(const ldxdate& in, std::uint32_t unit, std::uint32_t first_weekday,
+                          ldxdate& out) noexcept;
+std::uint32_t TruncateToUnit(const ldxdate& in, std::uint32_t unit, std::uint32_t first_weekday,
+                             ldxdate& out) noexcept;
+
 }  // namespace kestra::datetime

@@ -10,6 +10,7 @@
 
 #include "datetime/calendar.h"
 #include "datetime/date_names.h"
+#include "datetime/datetime_model.h"
 #include "datetime/spelled_number.h"
 
 namespace kestra::datetime {
@@ -415,6 +416,100 @@ Fault Exact(TextWalk& walk, std::uint32_t, std::uint8_t) noexcept {
   return {};
 }
 
+// ---- Elements of datetimes: the modifier byte is the code.
+
+Fault Fraction(TextWalk& walk, std::uint32_t most) noexcept {
+  std::uint32_t value = 0;
+  const std::uint32_t count = walk.TakeDigits(most == 0 ? 9 : most, value);
+  if (count == 0) return walk.Missing(kDigitExpected);
+  if (walk.exact() && most != 0 && count < most) return walk.Error(kWrongDigits);
+  for (std::uint32_t i = count; i < 9; ++i) value *= 10;
+  walk.fields().datetime->fraction = value;
+  return {};
+}
+
+Fault Hour25(TextWalk& walk) noexcept {
+  const std::size_t offset = walk.offset();
+  std::uint32_t value = 0;
+  const Fault fault = TakeNumber(walk, 2, kFill, value);
+  if (fault) return fault;
+  if (value > 24) return {1879, offset};
+  walk.fields().datetime->hour25 = value;
+  return {};
+}
+
+// TZH with its sign, TZM with or without one.
+Fault ZoneNumber(TextWalk& walk, std::uint8_t code) noexcept {
+  DatetimeFields& fields = *walk.fields().datetime;
+  const std::size_t offset = walk.offset();
+  const bool negative = walk.Accept('-');
+  if (!negative) walk.Accept('+');
+  std::uint32_t value = 0;
+  if (walk.TakeDigits(2, value) == 0) return walk.Missing(kDigitExpected);
+  if (value > (code == kZoneHour ? 15u : 59u)) return {code == kZoneHour ? 1874u : 1875u, offset};
+  (code == kZoneHour ? fields.zone_hour : fields.zone_minute) = static_cast<std::int32_t>(value);
+  fields.zone_negative = fields.zone_negative || negative;
+  return {};
+}
+
+// +hh:mm, +hh or +hhmm in place of a region.
+Fault ZoneOffset(TextWalk& walk) noexcept {
+  if (const Fault fault = ZoneNumber(walk, kZoneHour)) return fault;
+  const bool more = walk.Accept(':') || (!walk.AtEnd() && walk.DigitAt(walk.left().data()) <= 9);
+  return more ? ZoneNumber(walk, kZoneMinute) : Fault{};
+}
+
+// The name of a region, or an abbreviation: letters, digits and _ / + -, to ASCII.
+Fault ZoneName(TextWalk& walk, std::span<char> out) noexcept {
+  const std::size_t offset = walk.offset();
+  std::size_t length = 0;
+  while (!walk.AtEnd()) {
+    char c = 0;
+    for (std::uint8_t ascii = '+'; ascii <= 'z' && c == 0; ++ascii) {
+      if (walk.state().ascii[ascii] == walk.left()[0]) c = static_cast<char>(ascii);
+    }
+    const bool letter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    if (!letter && (c < '0' || c > '9') && c != '_' && c != '/' && c != '+' && c != '-') break;
+    if (length + 1 == out.size()) return {1857, offset};
+    out[length++] = c;
+    walk.Advance(1);
+  }
+  if (length == 0) return walk.Missing(kLetterExpected);
+  out[length] = 0;
+  return {};
+}
+
+Fault Radix(TextWalk& walk) noexcept {
+  if (walk.Accept('.') || walk.Accept(',')) return {};
+  return walk.exact() ? walk.Missing(kLiteralDiffers) : Fault{};
+}
+
+Fault DatetimeItem(TextWalk& walk, std::uint32_t, std::uint8_t code) noexcept {
+  DatetimeFields* const fields = walk.fields().datetime;
+  if (fields == nullptr) return walk.Error(kDamaged);
+  const bool fraction = code == kFraction || (code >= kFraction1 && code <= kFraction9);
+  fields->seen |= DatetimeBit(fraction ? std::uint8_t{kFraction} : code);
+  if (fraction) return Fraction(walk, code == kFraction ? 0u : code - kFraction1 + 1u);
+  switch (code) {
+    case kHour25:
+      return Hour25(walk);
+    case kZoneHour:
+    case kZoneMinute:
+      return ZoneNumber(walk, code);
+    case kZoneAbbreviation:
+      return ZoneName(walk, fields->abbreviation);
+    case kZoneRegion: {
+      const bool sign = !walk.AtEnd() && (walk.left()[0] == walk.state().ascii['+'] ||
+                                          walk.left()[0] == walk.state().ascii['-']);
+      return sign ? ZoneOffset(walk) : ZoneName(walk, fields->region);
+    }
+    case kRadix:
+      return Radix(walk);
+    default:
+      return walk.Error(kDamaged);
+  }
+}
+
 constexpr std::array<Handler*, kCodes> kHandlers = [] {
   std::array<Handler*, kCodes> table{};
   for (const auto code : {KES_DATE_Y, KES_DATE_YY, KES_DATE_YYY, KES_DATE_YYYY, KES_DATE_MM,
@@ -434,6 +529,7 @@ constexpr std::array<Handler*, kCodes> kHandlers = [] {
   table[KES_DATE_A_D] = OneOfTwo<kPeriodEras>;
   table[KES_DATE_E] = table[KES_DATE_EE] = Era;
   table[KES_DATE_FX] = Exact;
+  table[kDatetimeEscape] = DatetimeItem;
   return table;
 }();
 
@@ -460,8 +556,9 @@ bool IsShortYear(std::uint32_t code) noexcept { return code == KES_DATE_YY || co
 
 }  // namespace
 
-Fault CheckReadable(std::span<const std::uint8_t> format) noexcept {
+Fault CheckReadable(std::span<const std::uint8_t> format, bool datetime) noexcept {
   std::uint64_t seen = 0;
+  std::uint64_t datetime_seen = 0;
   for (std::size_t at = 0; at < format.size();) {
     const std::uint8_t code = format[at];
     if (format.size() - at < kElementSize) return {kDamaged, at};
@@ -469,6 +566,14 @@ Fault CheckReadable(std::span<const std::uint8_t> format) noexcept {
       const std::size_t length = code - kLiteralBase;
       if (format.size() - at - kLiteralHead < length) return {kDamaged, at};
       at += kLiteralHead + length;
+      continue;
+    }
+    if (datetime && code == kDatetimeEscape) {
+      if (!IsDatetimeElement(format[at + 1])) return {kDamaged, at};
+      const std::uint64_t bit = DatetimeBit(format[at + 1]);
+      if ((datetime_seen & bit) != 0) return {kRepeated, at};
+      datetime_seen |= bit;
+      at += kElementSize;
       continue;
     }
     if (!IsElementCode(code)) return {kDamaged, at};
@@ -480,7 +585,8 @@ Fault CheckReadable(std::span<const std::uint8_t> format) noexcept {
     }
     at += kElementSize;
   }
-  return {GroupError(seen), format.size()};
+  if (const std::uint32_t number = GroupError(seen)) return {number, format.size()};
+  return {datetime ? DatetimeGroupError(seen, datetime_seen) : 0, format.size()};
 }
 
 RetryFacts FactsOf(std::span<const std::uint8_t> format) noexcept {

@@ -9,6 +9,18 @@
 
 namespace kestra::datetime {
 
+// What a text said in the elements of datetime_model.h. Names are in ASCII.
+struct DatetimeFields {
+  std::uint64_t seen = 0;  // bits of DatetimeBit; FF with any number of digits is that of FF
+  std::uint32_t fraction = 0;
+  std::uint32_t hour25 = 0;
+  std::int32_t zone_hour = 0;
+  std::int32_t zone_minute = 0;
+  bool zone_negative = false;
+  char region[64] = {};
+  char abbreviation[16] = {};
+};
+
 // What a text said. A value is there when its element was seen.
 struct ReadFields {
   std::uint64_t seen = 0;  // elements, by code
@@ -17,6 +29,7 @@ struct ReadFields {
   std::uint32_t weekdays = 0;           // DAY, DY: bit n: it may be this one, 0 Sunday
   std::uint32_t short_year_digits = 0;  // RR, RRRR: how many digits there were
   std::size_t text_length = 0;
+  DatetimeFields* datetime = nullptr;  // null: formats have no such elements
 
   bool has(std::uint32_t code) const noexcept { return (seen & Bit(code)) != 0; }
   bool any(std::uint64_t codes) const noexcept { return (seen & codes) != 0; }
@@ -29,7 +42,7 @@ struct ReadFields {
 
 // Whether a format can be read with: 1820, or the groups' and repeats' errors for one that was
 // compiled for writing, 1821 when it is damaged. Its offset is in the format.
-Fault CheckReadable(std::span<const std::uint8_t> format) noexcept;
+Fault CheckReadable(std::span<const std::uint8_t> format, bool datetime = false) noexcept;
 
 // Walks a checked format along a text. full_years: the first YY or RR reads four digits.
 Fault ReadText(ldxctx& ctx, std::span<const std::uint8_t> text,

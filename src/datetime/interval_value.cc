@@ -26,7 +26,7 @@ std::uint32_t SetAmount(LdiInter& out, const Amount& amount, std::uint32_t type,
     inter.field[i] = small / kFieldSeconds[i];
     small %= kFieldSeconds[i];
   }
-  if (fields.last == kSecondField) inter.field[kNanosField] = amount.nanos;
+  if (fields.last == kSecondsField) inter.field[kNanosField] = amount.nanos;
   out = inter;
   return 0;
 }

@@ -25,7 +25,7 @@ inline constexpr IntervalType kIntervalTypes[14] = {
     {0, 0, 0},  {32, 0, 0}, {16, 1, 1}, {8, 0, 0},  {4, 1, 1}, {2, 2, 2}, {1, 3, 3},
     {48, 0, 1}, {12, 0, 1}, {14, 0, 2}, {15, 0, 3}, {6, 1, 2}, {7, 1, 3}, {3, 2, 3},
 };
-inline constexpr int kSecondField = 3;
+inline constexpr int kSecondsField = 3;
 inline constexpr int kNanosField = 4;
 
 constexpr bool IsIntervalType(std::uint32_t type) noexcept { return type - 1 < 13; }

@@ -135,7 +135,7 @@ uint32_t LdiInterExtract(const LdiInter* in, uint32_t field, uint8_t* out,
   }
   if (field == KES_INTERVAL_SECOND) {
     const std::int64_t nanos =
-        std::int64_t{in->field[kSecondField]} * kNanos + in->field[kNanosField];
+        std::int64_t{in->field[kSecondsField]} * kNanos + in->field[kNanosField];
     StoreQuotient(nanos, kNanos, out, outlen);
   } else {
     lnxmin(in->field[kIntervalTypes[field].first], out, outlen);

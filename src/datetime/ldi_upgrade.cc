@@ -134,6 +134,7 @@ uint32_t LdiTZGetDeltaMinAffectedTime(LdiDate* out, const ltzdelta* delta) noexc
   if (status != KES_ZONE_OK && status != KES_ZONE_NOT_FOUND) return ZoneError(status);
   if (delta->from.year == 0) return KES_DATETIME_NO_FIELD;
   *out = delta->from;
+  out->region = 0;  // transitions carry their zone there
   return 0;
 }
 

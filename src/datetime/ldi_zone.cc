@@ -3,6 +3,7 @@
 // Tests: tests/datetime/ldi_zone_test.cc.
 #include <cstring>
 
+#include "datetime/datetime_text.h"
 #include "datetime/datetime_value.h"
 #include "datetime/lazy_time.h"
 #include "datetime/plain_text.h"
@@ -72,14 +73,6 @@ bool IsWord(std::string_view text, std::string_view word) noexcept {
   return reader.TakeWord(word) && reader.AtEnd();
 }
 
-void PutOffset(PlainWriter& out, std::int32_t minutes) noexcept {
-  const auto magnitude = static_cast<std::uint32_t>(minutes < 0 ? -minutes : minutes);
-  out.Put(minutes < 0 ? '-' : '+');
-  out.PutNumber(magnitude / 60, 2);
-  out.Put(':');
-  out.PutNumber(magnitude % 60, 2);
-}
-
 std::uint32_t PutRegion(PlainWriter& out, const ltzfile* zones, std::uint32_t region) noexcept {
   char name[kRegionRoom];
   if (const std::uint32_t error = RegionName(zones, region, name)) return error;
@@ -87,28 +80,13 @@ std::uint32_t PutRegion(PlainWriter& out, const ltzfile* zones, std::uint32_t re
   return 0;
 }
 
-std::uint32_t PutAbbreviation(PlainWriter& out, const LdiDate& date,
-                              const ltzfile* zones) noexcept {
-  if (zones == nullptr) return KES_DATETIME_ZONE_FILE;
-  LdiDate utc = date;
-  if (!SetLocal(utc, UtcMoment(date), true)) return KES_DATETIME_BAD_YEAR;
-  utc.type = KES_DATETIME_TIMESTAMP;
-  ltzperiod period;
-  const int status = ltzLookup(zones, date.region, &utc, &period);
-  if (status != 0) return ZoneError(status);
-  out.Put(std::string_view(period.abbreviation));
-  return 0;
-}
-
 std::uint32_t PutField(PlainWriter& out, const LdiDate& date, std::uint32_t field,
                        const ltzfile* zones) noexcept {
   switch (field) {
     case KES_FIELD_REGION:
-      if (date.region != 0) return PutRegion(out, zones, date.region);
-      PutOffset(out, ZoneMinutes(date));
-      return 0;
+      return PutRegionName(out, date, zones);
     case KES_FIELD_ABBREVIATION:
-      return date.region != 0 ? PutAbbreviation(out, date, zones)
+      return date.region != 0 ? PutZoneAbbreviation(out, date, zones)
                               : std::uint32_t{KES_DATETIME_NO_FIELD};
     case KES_FIELD_ZONE_HOUR:
     case KES_FIELD_ZONE_MINUTE: {
@@ -123,6 +101,35 @@ std::uint32_t PutField(PlainWriter& out, const LdiDate& date, std::uint32_t fiel
 }
 
 }  // namespace
+
+void PutZoneOffset(PlainWriter& out, std::int32_t minutes) noexcept {
+  const auto magnitude = static_cast<std::uint32_t>(minutes < 0 ? -minutes : minutes);
+  out.Put(minutes < 0 ? '-' : '+');
+  out.PutNumber(magnitude / 60, 2);
+  out.Put(':');
+  out.PutNumber(magnitude % 60, 2);
+}
+
+std::uint32_t PutRegionName(PlainWriter& out, const LdiDate& date, const ltzfile* zones) noexcept {
+  if (date.region != 0) return PutRegion(out, zones, date.region);
+  PutZoneOffset(out, ZoneMinutes(date));
+  return 0;
+}
+
+std::uint32_t PutZoneAbbreviation(PlainWriter& out, const LdiDate& date,
+                                  const ltzfile* zones) noexcept {
+  if (date.region == 0) return 0;
+  if (zones == nullptr) return KES_DATETIME_ZONE_FILE;
+  LdiDate utc = date;
+  if (!SetLocal(utc, UtcMoment(date), true)) return KES_DATETIME_BAD_YEAR;
+  utc.type = KES_DATETIME_TIMESTAMP;
+  ltzperiod period;
+  const int status = ltzLookup(zones, date.region, &utc, &period);
+  if (status != 0) return ZoneError(status);
+  out.Put(std::string_view(period.abbreviation));
+  return 0;
+}
+
 }  // namespace kestra::datetime
 
 using namespace kestra::datetime;
@@ -157,7 +164,7 @@ uint32_t LdiZoneToText(uint8_t* out, size_t size, size_t* length, LdiZone zone,
   if (zone.region != 0) {
     if (const std::uint32_t error = PutRegion(text, zones, zone.region)) return error;
   } else {
-    PutOffset(text, zone.hour * 60 + zone.minute);
+    PutZoneOffset(text, zone.hour * 60 + zone.minute);
   }
   return text.CopyTo(out, size, *length, handle);
 }

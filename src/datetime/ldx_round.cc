@@ -205,11 +205,11 @@ constexpr UnitTable kUnitTable = MakeUnits();
 
 enum class Way : bool { kTruncate, kRound };
 
-std::uint32_t Apply(Way way, const ldxctx& ctx, const ldxdate& in, std::uint32_t code,
+std::uint32_t Apply(Way way, std::uint32_t first_weekday, const ldxdate& in, std::uint32_t code,
                     ldxdate& out) noexcept {
   if (code >= kUnits || kUnitTable.unit[code].truncate == nullptr) return kNoRuleForUnit;
   const Unit& unit = kUnitTable.unit[code];
-  Step step = {in, ctx.first_weekday};
+  Step step = {in, first_weekday};
   std::uint32_t error = way == Way::kRound ? unit.adjust(step) : 0;
   if (error == 0) error = unit.truncate(step);
   if (error != 0) return error;
@@ -220,22 +220,34 @@ std::uint32_t Apply(Way way, const ldxctx& ctx, const ldxdate& in, std::uint32_t
 
 ArrayResult ApplyAll(Way way, const ldxctx& ctx, ldxdate* const* out, const ldxdate* const* in,
                      std::size_t count, const Operands<std::uint32_t>& units) noexcept {
-  return RunFrom(0, count,
-                 [&](std::size_t i) { return Apply(way, ctx, *in[i], units[i], *out[i]); });
+  return RunFrom(0, count, [&](std::size_t i) {
+    return Apply(way, ctx.first_weekday, *in[i], units[i], *out[i]);
+  });
 }
 
 }  // namespace
+
+std::uint32_t RoundToUnit(const ldxdate& in, std::uint32_t unit, std::uint32_t first_weekday,
+                          ldxdate& out) noexcept {
+  return Apply(Way::kRound, first_weekday, in, unit, out);
+}
+
+std::uint32_t TruncateToUnit(const ldxdate& in, std::uint32_t unit, std::uint32_t first_weekday,
+                             ldxdate& out) noexcept {
+  return Apply(Way::kTruncate, first_weekday, in, unit, out);
+}
+
 }  // namespace kestra::datetime
 
 using namespace kestra::datetime;
 
 void ldxtrn(ldxctx* ctx, ldxdate* out, const ldxdate* in, std::uint32_t unit) {
-  const std::uint32_t error = Apply(Way::kTruncate, *ctx, *in, unit, *out);
+  const std::uint32_t error = Apply(Way::kTruncate, ctx->first_weekday, *in, unit, *out);
   if (error != 0) ldxerr(ctx, error);
 }
 
 void ldxrnd(ldxctx* ctx, ldxdate* out, const ldxdate* in, std::uint32_t unit) {
-  const std::uint32_t error = Apply(Way::kRound, *ctx, *in, unit, *out);
+  const std::uint32_t error = Apply(Way::kRound, ctx->first_weekday, *in, unit, *out);
   if (error != 0) ldxerr(ctx, error);
 }
 

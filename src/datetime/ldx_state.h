@@ -90,6 +90,7 @@ struct State {
   bool two_byte_units;  // UTF-16 handle: models and names are kept in UTF-8
   bool whole_names;     // names are compared as a whole: the set has shift state
   bool utf8;            // the set of models and names is UTF-8
+  bool datetime;        // models may hold the elements of datetime_model.h
   bool names_loaded;
   bool calendar_loaded;
   std::uint16_t pool_used;

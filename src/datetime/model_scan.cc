@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+#include "datetime/datetime_model.h"
 #include "datetime/model_text.h"
 
 namespace kestra::datetime {
@@ -137,6 +138,12 @@ class Scanner {
     const ModelText::Letters letters = text.NextLetters(basis_);
     const std::span<const std::uint8_t> written = letters.span();
     const ElementRow* const row = ldxmfn(written, basis_);
+    if (StateOf(ctx_).datetime) {
+      const DatetimeElement* const more = FindDatetimeElement(written);
+      if (more != nullptr && (row == nullptr || more->name.size() > NameLength(*row))) {
+        return AppendDatetime(text, *more, offset, code);
+      }
+    }
     if (row == nullptr) return {kUnknown, offset};
     code = row->code;
     text.Step(row->length);
@@ -161,6 +168,33 @@ class Scanner {
     out_[used_] = row.code;
     out_[used_ + 1] = Modifier(row, name, suffix, written);
     used_ += kElementSize;
+    return {};
+  }
+
+  const DatetimeElement* FindDatetimeElement(std::span<const std::uint8_t> text) const noexcept {
+    const DatetimeElement* best = nullptr;
+    for (const DatetimeElement& element : kDatetimeElements) {
+      std::uint8_t bytes[kLongestElement];
+      for (std::size_t i = 0; i < element.name.size(); ++i) {
+        bytes[i] = InBasis(element.name[i], basis_);
+      }
+      const bool longer = best == nullptr || element.name.size() > best->name.size();
+      if (longer && Begins(text, bytes, element.name.size(), basis_)) best = &element;
+    }
+    return best;
+  }
+
+  Fault AppendDatetime(ModelText& text, const DatetimeElement& element, std::size_t offset,
+                       std::uint32_t& code) noexcept {
+    const std::uint64_t bit = DatetimeBit(element.code);
+    if ((state_.seen & bit) != 0 && state_.repeat == 0) return {kRepeated, offset};
+    if (out_.size() - used_ < kElementSize) return {kNoRoom, offset};
+    text.Step(element.name.size());
+    state_.seen |= bit;
+    out_[used_] = kDatetimeEscape;
+    out_[used_ + 1] = element.code;
+    used_ += kElementSize;
+    code = element.code;
     return {};
   }
 

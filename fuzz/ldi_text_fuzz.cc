@@ -1,0 +1,100 @@
+// Text of datetimes and intervals: literals, models and texts by models. What is read is valid, and
+// what is written of it is read as the same value.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "kestra/datetime_text.h"
+
+namespace {
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+void TryInterval(const std::uint8_t* data, std::size_t size, std::uint32_t type) {
+  LdiInter inter;
+  if (LdiInterFromString(&inter, data, size, type, nullptr) != 0) return;
+  Require(LdiInterCheck(&inter) == 0);
+  std::uint8_t text[KES_INTERVAL_TEXT];
+  std::size_t length = 0;
+  LdiInter again;
+  Require(LdiInterToString(text, sizeof text, &length, &inter, 9, 9, nullptr) == 0);
+  Require(LdiInterFromString(&again, text, length, type, nullptr) == 0);
+  Require(std::memcmp(&again, &inter, sizeof inter) == 0);
+  Require(LdiInterToStringISO(text, sizeof text, &length, &inter, nullptr) == 0);
+  Require(LdiInterFromString(&again, text, length, type, nullptr) == 0);
+  Require(std::memcmp(&again, &inter, sizeof inter) == 0);
+}
+
+void TryLiteral(const std::uint8_t* data, std::size_t size) {
+  LdiDate date;
+  if (LdiDateFromLiteral(&date, data, size, 0, nullptr, nullptr) != 0) return;
+  Require(LdiDateCheck(&date) == 0);
+  std::uint8_t text[96];
+  std::size_t length = 0;
+  Require(LdiDateToLiteral(text, sizeof text, &length, &date, 9, nullptr, nullptr) == 0);
+  LdiDate again;
+  Require(LdiDateFromLiteral(&again, text, length, date.type, nullptr, nullptr) == 0);
+  Require(std::memcmp(&again, &date, sizeof date) == 0);
+}
+
+// The model, a zero byte, the text.
+void TryModel(LdiParseContext& ctx, const std::uint8_t* data, std::size_t size,
+              std::uint32_t type) {
+  const void* zero = std::memchr(data, 0, size);
+  const std::size_t model =
+      zero == nullptr ? size
+                      : static_cast<std::size_t>(static_cast<const std::uint8_t*>(zero) - data);
+  std::uint8_t format[512];
+  std::size_t length = 0;
+  if (LdiParseForOutput(format, sizeof format, &length, data, model, &ctx) != 0) return;
+  std::size_t most = 0;
+  Require(LdiMaxSize(&most, format, length, &ctx) == 0);
+  std::uint8_t back[1024];
+  std::size_t back_length = 0;
+  Require(LdiUnparse(back, sizeof back, &back_length, format, length, &ctx) == 0);
+  LdiDate date;
+  const std::uint8_t* text = data + model + (model < size ? 1 : 0);
+  const std::size_t text_length = model < size ? size - model - 1 : 0;
+  if (LdiDateFromString(&date, text, text_length, format, length, type, 9, &ctx) != 0) return;
+  Require(LdiDateCheck(&date) == 0);
+  static std::uint8_t out[65536];
+  std::size_t written = 0;
+  const std::uint32_t error =
+      LdiDateToString(out, sizeof out, &written, &date, format, length, 9, &ctx);
+  Require(error == 0 && written <= most);
+}
+
+void TryCompiled(LdiParseContext& ctx, const std::uint8_t* data, std::size_t size,
+                 std::uint32_t type) {
+  const std::size_t format = size < 32 ? size : 32;
+  LdiDate date;
+  if (LdiDateFromString(&date, data + format, size - format, data, format, type, 6, &ctx) == 0) {
+    Require(LdiDateCheck(&date) == 0);
+  }
+  date = {};
+  date.year = 2024;
+  date.month = 2;
+  date.day = 29;
+  date.type = KES_DATETIME_TIMESTAMP;
+  std::uint8_t out[128];
+  std::size_t written = 0;
+  LdiDateToString(out, sizeof out, &written, &date, data, format, 6, &ctx);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static LdiParseContext ctx;
+  static const std::uint32_t started = LdiParseContextInit(&ctx, nullptr, nullptr, nullptr);
+  if (size == 0 || started != 0) return 0;
+  const std::uint32_t type = data[0];
+  ctx.date.today = {2026, 5, 1, 0, 0, 0, 0};
+  TryInterval(data + 1, size - 1, type & 15);
+  TryLiteral(data + 1, size - 1);
+  TryModel(ctx, data + 1, size - 1, type & 7);
+  TryCompiled(ctx, data + 1, size - 1, type & 7);
+  return 0;
+}

@@ -1,0 +1,205 @@
+// Datetimes in formats. A compiled format is cut at the elements that only datetimes have; what lies
+// between is written by the writer of dates, mostly by its plan.
+//
+// Tests: tests/datetime/ldi_text_test.cc; fuzz/ldi_text_fuzz.cc.
+#include <cstring>
+
+#include "datetime/date_write.h"
+#include "datetime/datetime_model.h"
+#include "datetime/datetime_text.h"
+#include "datetime/format_choice.h"
+#include "datetime/text_set.h"
+#include "datetime/utf16_text.h"
+#include "kestra/convert.h"
+
+namespace kestra::datetime {
+namespace {
+
+constexpr std::uint32_t kDamaged = 1821;
+constexpr std::uint32_t kDatesNoRoom = 1801;
+constexpr std::size_t kUnitsRoom = 4096;  // bytes of the set that are turned into units
+
+class Formatter {
+ public:
+  Formatter(LdiParseContext& ctx, const LdiDate& date, std::uint32_t precision,
+            std::span<std::uint8_t> out) noexcept
+      : ctx_(ctx), state_(StateOf(ctx.date)), date_(date), precision_(precision), out_(out) {
+    const bool dated = HasDate(date.type);
+    parts_ = {dated ? date.year : std::int16_t{1},
+              dated ? date.month : std::uint8_t{1},
+              dated ? date.day : std::uint8_t{1},
+              date.hour,
+              date.minute,
+              date.second,
+              0};
+  }
+
+  std::size_t used() const noexcept { return used_; }
+
+  std::uint32_t Format(std::span<const std::uint8_t> format) noexcept {
+    std::span<const std::uint8_t> left = format;
+    std::size_t run = 0;  // where the items began that are left to the writer of dates
+    while (!left.empty()) {
+      const std::size_t at = format.size() - left.size();
+      LdiFormatItem item;
+      if (!NextItem(left, item)) return kDamaged;
+      if (!TypeHasElement(date_.type, item.code)) return KES_DATETIME_NO_FIELD;
+      if (format[at] != kDatetimeEscape) continue;
+      if (const std::uint32_t error = Dates(format.subspan(run, at - run))) return error;
+      if (const std::uint32_t error = Element(item.code)) return error;
+      run = format.size() - left.size();
+    }
+    return Dates(format.subspan(run));
+  }
+
+ private:
+  std::uint32_t Dates(std::span<const std::uint8_t> run) noexcept {
+    constexpr std::size_t kWorthAPlan = 12;
+    if (run.empty()) return 0;
+    if (run.size() >= kWorthAPlan && ctx_.date.calendar == 0) {
+      if (const Plan* plan = PlanOf(state_, run)) {
+        if (plan->text_length > out_.size() - used_) return KES_DATETIME_NO_ROOM;
+        PutPlan(*plan, parts_, state_.basis, out_.data() + used_);
+        used_ += plan->text_length;
+        return 0;
+      }
+    }
+    std::size_t length = 0;
+    const Fault fault = WriteDate(ctx_.date, parts_, run, out_.subspan(used_), length);
+    used_ += length;
+    return fault.number == kDatesNoRoom ? std::uint32_t{KES_DATETIME_NO_ROOM} : fault.number;
+  }
+
+  std::uint32_t Element(std::uint32_t code) noexcept {
+    PlainWriter text;
+    if (const std::uint32_t error = MakeElement(code, text)) return error;
+    const std::string_view made = text.view();
+    if (made.size() > out_.size() - used_) return KES_DATETIME_NO_ROOM;
+    for (const char c : made) {
+      out_[used_++] = state_.ascii[static_cast<std::size_t>(c) & 0x7F];
+    }
+    return 0;
+  }
+
+  std::uint32_t MakeElement(std::uint32_t code, PlainWriter& text) const noexcept {
+    const std::int32_t zone = ZoneMinutes(date_);
+    const auto minutes = static_cast<std::uint32_t>(zone < 0 ? -zone : zone);
+    const ltzfile* zones = ctx_.session != nullptr ? ctx_.session->zones : nullptr;
+    if (code >= kFraction1) {
+      text.PutFraction(date_.fraction, code - kFraction1 + 1);
+      return 0;
+    }
+    switch (code) {
+      case kHour25:
+        text.PutNumber(date_.hour, 2);
+        return 0;
+      case kFraction:
+        if (precision_ != 0) text.PutFraction(date_.fraction, precision_);
+        return 0;
+      case kZoneHour:
+        text.Put(zone < 0 ? '-' : '+');
+        text.PutNumber(minutes / 60, 2);
+        return 0;
+      case kZoneMinute:
+        text.PutNumber(minutes % 60, 2);
+        return 0;
+      case kZoneRegion:
+        return PutRegionName(text, date_, zones);
+      case kZoneAbbreviation:
+        return PutZoneAbbreviation(text, date_, zones);
+      default:
+        text.Put('.');
+        return 0;
+    }
+  }
+
+  LdiParseContext& ctx_;
+  State& state_;
+  const LdiDate& date_;
+  std::uint32_t precision_;
+  std::span<std::uint8_t> out_;
+  std::size_t used_ = 0;
+  ldxdate parts_;
+};
+
+std::uint32_t CheckValue(const LdiDate& date, std::uint32_t precision) noexcept {
+  if (precision > KES_DATETIME_MAX_PRECISION) return KES_DATETIME_BAD_FRACTION;
+  return LdiDateFault(LdiDateCheck(&date));
+}
+
+// Text of the context's set to two-byte units, in bytes. False: no room.
+bool ToUnits(const ldxctx& ctx, std::span<const std::uint8_t> text, std::span<std::uint8_t> out,
+             std::size_t& used) noexcept {
+  if (ctx.handle == nullptr || KeepsUtf8(ctx)) {
+    if (UnitBytes(text) > out.size()) return false;
+    used = Utf8ToUnits(text, OrderOfUnits(ctx), out);
+    return true;
+  }
+  used =
+      lxgcnv(out.data(), UnitSet(ctx), out.size(), text.data(), TextSet(ctx), text.size(), ctx.nls);
+  return ctx.nls->error != KES_NLS_DESTINATION_FULL;
+}
+
+std::uint32_t FormatUnits(std::span<std::uint8_t> out, std::size_t& used, const LdiDate& date,
+                          std::span<const std::uint8_t> format, std::uint32_t precision,
+                          LdiParseContext& ctx) noexcept {
+  std::uint8_t bytes[kUnitsRoom];
+  Formatter formatter(ctx, date, precision, bytes);
+  if (const std::uint32_t error = formatter.Format(format)) return error;
+  std::size_t length = 0;
+  if (!ToUnits(ctx.date, {bytes, formatter.used()}, out, length)) return KES_DATETIME_NO_ROOM;
+  used = length;
+  return 0;
+}
+
+std::uint32_t Format(std::span<std::uint8_t> out, std::size_t& used, const LdiDate& date,
+                     std::span<const std::uint8_t> format, std::uint32_t precision,
+                     LdiParseContext& ctx) noexcept {
+  if (const std::uint32_t error = CheckValue(date, precision)) return error;
+  if (StateOf(ctx.date).two_byte_units) {
+    return FormatUnits(out, used, date, format, precision, ctx);
+  }
+  Formatter formatter(ctx, date, precision, out);
+  if (const std::uint32_t error = formatter.Format(format)) return error;
+  used = formatter.used();
+  return 0;
+}
+
+}  // namespace
+}  // namespace kestra::datetime
+
+using namespace kestra::datetime;
+
+uint32_t LdiDateToString(uint8_t* out, size_t size, size_t* length, const LdiDate* in,
+                         const uint8_t* format, size_t format_length, uint32_t precision,
+                         LdiParseContext* ctx) noexcept {
+  return Format({out, size}, *length, *in, {format, format_length}, precision, *ctx);
+}
+
+uint32_t LdiDateToStringU(uint16_t* out, size_t size, size_t* length, const LdiDate* in,
+                          const uint8_t* format, size_t format_length, uint32_t precision,
+                          LdiParseContext* ctx) noexcept {
+  if (const std::uint32_t error = CheckValue(*in, precision)) return error;
+  std::size_t bytes = 0;
+  const std::span room(reinterpret_cast<std::uint8_t*>(out), 2 * size);
+  if (const std::uint32_t error =
+          FormatUnits(room, bytes, *in, {format, format_length}, precision, *ctx)) {
+    return error;
+  }
+  *length = bytes / 2;
+  return 0;
+}
+
+uint32_t LdiDateToStringarr(uint8_t* out, size_t stride, size_t* lengths, const LdiDate* in,
+                            size_t count, const uint8_t* format, size_t format_length,
+                            uint32_t precision, LdiParseContext* ctx, size_t* done) noexcept {
+  std::uint32_t error = 0;
+  std::size_t i = 0;
+  for (; i < count; ++i) {
+    error = Format({out + i * stride, stride}, lengths[i], in[i], {format, format_length},
+                   precision, *ctx);
+    if (error != 0) break;
+  }
+  *done = i;
+  return error;
+}

@@ -1,0 +1,244 @@
+// SQL literals and ISO 8601 texts of datetimes.
+//
+// Tests: tests/datetime/ldi_text_test.cc; fuzz/ldi_text_fuzz.cc.
+#include "datetime/datetime_text.h"
+#include "kestra/datetime_zone.h"
+
+namespace kestra::datetime {
+namespace {
+
+constexpr std::uint32_t kNotALiteral = 1861;
+constexpr std::uint32_t kTextLeft = 1830;
+
+// What a text has said so far.
+struct Parts {
+  std::int64_t year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+  std::uint32_t fraction = 0;
+  bool date = false;
+  bool time = false;
+  std::string_view zone;  // empty: none
+};
+
+// Exactly count digits.
+bool TakeDigits(PlainReader& text, std::size_t count, std::int64_t& value) noexcept {
+  const std::string_view rest = text.Rest();
+  if (rest.size() < count) return false;
+  value = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!IsDigit(rest[i])) return false;
+    value = value * 10 + (rest[i] - '0');
+  }
+  text.Skip(count);
+  return true;
+}
+
+// One or two digits.
+bool TakeShort(PlainReader& text, std::int64_t& value) noexcept {
+  const std::size_t digits = text.TakeNumber(value);
+  return digits == 1 || digits == 2;
+}
+
+std::size_t CountDigits(std::string_view text) noexcept {
+  std::size_t count = 0;
+  while (count < text.size() && IsDigit(text[count])) ++count;
+  return count;
+}
+
+// [sign]year-month-day or yyyymmdd. False: the text goes on with something else.
+bool TakeDate(PlainReader& text, Parts& parts) noexcept {
+  PlainReader ahead = text;
+  const bool negative = ahead.Take('-');
+  if (!negative) ahead.Take('+');
+  const std::size_t digits = CountDigits(ahead.Rest());
+  if (digits == 8) {
+    if (!TakeDigits(ahead, 4, parts.year) || !TakeDigits(ahead, 2, parts.month) ||
+        !TakeDigits(ahead, 2, parts.day)) {
+      return false;
+    }
+  } else if (digits == 0 || digits > 6 || ahead.TakeNumber(parts.year) == 0 || !ahead.Take('-') ||
+             !TakeShort(ahead, parts.month) || !ahead.Take('-') || !TakeShort(ahead, parts.day)) {
+    return false;
+  }
+  if (negative) parts.year = -parts.year;
+  parts.date = true;
+  text = ahead;
+  return true;
+}
+
+// hour:minute[:second[.fraction]] or hhmm[ss[.fraction]].
+std::uint32_t TakeTime(PlainReader& text, Parts& parts) noexcept {
+  const std::size_t digits = CountDigits(text.Rest());
+  if (digits == 4 || digits == 6) {
+    if (!TakeDigits(text, 2, parts.hour) || !TakeDigits(text, 2, parts.minute)) return kNotALiteral;
+    if (digits == 6 && !TakeDigits(text, 2, parts.second)) return kNotALiteral;
+  } else {
+    if (!TakeShort(text, parts.hour) || !text.Take(':') || !TakeShort(text, parts.minute)) {
+      return kNotALiteral;
+    }
+    if (text.Take(':') && !TakeShort(text, parts.second)) return kNotALiteral;
+  }
+  parts.time = true;
+  if (text.Peek() == '.' || text.Peek() == ',') {
+    text.Skip(1);
+    const std::size_t count = text.TakeFraction(parts.fraction);
+    if (count == 0) return kNotALiteral;
+    if (count > 9) return KES_DATETIME_BAD_FRACTION;
+  }
+  text.Blanks();
+  parts.zone = text.Rest();
+  return 0;
+}
+
+std::uint32_t ReadParts(PlainReader text, Parts& parts) noexcept {
+  text.Blanks();
+  if (TakeDate(text, parts)) {
+    if (text.AtEnd()) return 0;
+    const std::size_t blanks = text.Blanks();
+    if (text.AtEnd()) return 0;
+    if (blanks == 0 && !text.Take('T') && !text.Take('t')) return kTextLeft;
+  }
+  const std::uint32_t error = TakeTime(text, parts);
+  while (!parts.zone.empty() && parts.zone.back() == ' ') parts.zone.remove_suffix(1);
+  return error;
+}
+
+// +hhmm, which ISO 8601 writes without a colon, becomes +hh:mm.
+std::uint32_t ReadZone(std::string_view text, const ltzfile* zones, LdiZone& zone) noexcept {
+  char colon[6];
+  if (text.size() == 5 && (text[0] == '+' || text[0] == '-') && CountDigits(text.substr(1)) == 4) {
+    for (std::size_t i = 0; i < 3; ++i) colon[i] = text[i];
+    colon[3] = ':';
+    colon[4] = text[3];
+    colon[5] = text[4];
+    text = {colon, sizeof colon};
+  }
+  return LdiZoneFromText(&zone, reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
+                         nullptr, zones);
+}
+
+std::uint32_t Clamp(std::int64_t value) noexcept {
+  return value > UINT32_MAX ? UINT32_MAX : static_cast<std::uint32_t>(value);
+}
+
+std::uint32_t Make(LdiDate& out, const Parts& parts, std::uint32_t type,
+                   const LdiSession* session) noexcept {
+  const bool zoned = !parts.zone.empty();
+  std::uint32_t own = KES_DATETIME_DATE;
+  if (parts.time) {
+    own = parts.date ? (zoned ? KES_DATETIME_TIMESTAMP_TZ : KES_DATETIME_TIMESTAMP)
+                     : (zoned ? KES_DATETIME_TIME_TZ : KES_DATETIME_TIME);
+  }
+  const ltzfile* zones = session != nullptr ? session->zones : nullptr;
+  LdiZone zone{};
+  if (zoned) {
+    if (const std::uint32_t error = ReadZone(parts.zone, zones, zone)) return error;
+  }
+  LdiDate date;
+  const auto year = static_cast<std::int32_t>(parts.year);
+  if (const std::uint32_t error = LdiDateConstructN(
+          &date, year, Clamp(parts.month), Clamp(parts.day), Clamp(parts.hour), Clamp(parts.minute),
+          Clamp(parts.second), parts.fraction, KES_DATETIME_MAX_PRECISION, own, zone.hour,
+          zone.minute, zone.region, zones)) {
+    return error;
+  }
+  if (type != 0 && type != own) {
+    return LdiDateDateConvert(&out, &date, type, KES_DATETIME_MAX_PRECISION, session);
+  }
+  out = date;
+  return 0;
+}
+
+// KEYWORD 'text', or the text alone.
+std::uint32_t Read(LdiDate& out, std::string_view view, std::uint32_t type,
+                   const LdiSession* session) noexcept {
+  if (type != 0 && !IsDatetimeType(type)) return KES_DATETIME_BAD_TYPE;
+  PlainReader text(view);
+  const bool timestamp = text.TakeWord("TIMESTAMP");
+  const bool date = !timestamp && text.TakeWord("DATE");
+  const bool time = !timestamp && !date && text.TakeWord("TIME");
+  std::string_view inside = view;
+  if (timestamp || date || time) {
+    text.Blanks();
+    if (!text.Take('\'')) return kNotALiteral;
+    const std::size_t end = text.Rest().find('\'');
+    if (end == std::string_view::npos) return kNotALiteral;
+    inside = text.Rest().substr(0, end);
+    text.Skip(end + 1);
+    text.Blanks();
+    if (!text.AtEnd()) return kTextLeft;
+  }
+  Parts parts;
+  if (const std::uint32_t error = ReadParts(PlainReader(inside), parts)) return error;
+  const bool agrees = (!timestamp || (parts.date && parts.time)) &&
+                      (!date || (parts.date && !parts.time)) && (!time || !parts.date);
+  return agrees ? Make(out, parts, type, session) : kNotALiteral;
+}
+
+std::uint32_t Write(PlainWriter& out, const LdiDate& date, std::uint32_t precision,
+                    const LdiSession* session) noexcept {
+  if (precision > KES_DATETIME_MAX_PRECISION) return KES_DATETIME_BAD_FRACTION;
+  if (const std::uint32_t faults = LdiDateCheck(&date)) return LdiDateFault(faults);
+  const bool dated = HasDate(date.type);
+  // A date that has a time of day is only kept by a timestamp.
+  const bool timed = date.type != KES_DATETIME_DATE || ClockSeconds(date) != 0;
+  out.Put(!dated ? "TIME '" : timed ? "TIMESTAMP '" : "DATE '");
+  if (dated) {
+    if (date.year < 0) out.Put('-');
+    out.PutNumber(static_cast<std::uint32_t>(date.year < 0 ? -date.year : date.year), 4);
+    out.Put('-');
+    out.PutNumber(date.month, 2);
+    out.Put('-');
+    out.PutNumber(date.day, 2);
+    if (timed) out.Put(' ');
+  }
+  if (timed) {
+    out.PutNumber(date.hour, 2);
+    out.Put(':');
+    out.PutNumber(date.minute, 2);
+    out.Put(':');
+    out.PutNumber(date.second, 2);
+    if (HasFraction(date.type) && precision != 0) {
+      out.Put('.');
+      out.PutFraction(date.fraction, precision);
+    }
+  }
+  if (HasZone(date.type)) {
+    out.Put(' ');
+    const ltzfile* zones = session != nullptr ? session->zones : nullptr;
+    if (const std::uint32_t error = PutRegionName(out, date, zones)) return error;
+  }
+  out.Put('\'');
+  return 0;
+}
+
+}  // namespace
+}  // namespace kestra::datetime
+
+using namespace kestra::datetime;
+
+uint32_t LdiDateFromLiteral(LdiDate* out, const uint8_t* text, size_t length, uint32_t type,
+                            const LdiSession* session, const lxhandle* handle) noexcept {
+  const PlainText plain(text, length, handle);
+  return Read(*out, plain.view(), type, session);
+}
+
+uint32_t LdiDateFromLiteralU(LdiDate* out, const uint16_t* text, size_t units, uint32_t type,
+                             const LdiSession* session) noexcept {
+  const PlainText plain(text, units);
+  return Read(*out, plain.view(), type, session);
+}
+
+uint32_t LdiDateToLiteral(uint8_t* out, size_t size, size_t* length, const LdiDate* in,
+                          uint32_t precision, const LdiSession* session,
+                          const lxhandle* handle) noexcept {
+  PlainWriter text;
+  if (const std::uint32_t error = Write(text, *in, precision, session)) return error;
+  return text.CopyTo(out, size, *length, handle);
+}
+
+uint32_t LdiDateToLiteralU(uint16_t* out, size_t size, size_t* length, const LdiDate* in,
+                           uint32_t precision, const LdiSession* session) noexcept {
+  PlainWriter text;
+  if (const std::uint32_t error = Write(text, *in, precision, session)) return error;
+  return text.CopyTo(out, size, *length);
+}

@@ -1,0 +1,198 @@
+// Datetimes read by formats: the reader of dates walks the text, here its fields become a value.
+//
+// Tests: tests/datetime/ldi_text_test.cc; fuzz/ldi_text_fuzz.cc.
+#include <cstring>
+
+#include "datetime/date_read.h"
+#include "datetime/datetime_model.h"
+#include "datetime/datetime_text.h"
+#include "datetime/text_set.h"
+#include "datetime/utf16_text.h"
+#include "kestra/convert.h"
+#include "kestra/timezone.h"
+
+namespace kestra::datetime {
+namespace {
+
+constexpr std::uint32_t kTextLeft = 1830;
+constexpr std::size_t kMaxUnits = 1024;
+
+bool SameName(std::string_view x, std::string_view y) noexcept {
+  if (x.size() != y.size()) return false;
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    if (ToUpper(x[i]) != ToUpper(y[i])) return false;
+  }
+  return true;
+}
+
+// One of the two readings of a local time that comes twice, or the only one, that has an offset (if
+// there is one) and an abbreviation (if there is one).
+std::uint32_t ChooseReading(LdiDate& date, const Zone& zone, const std::int32_t* minutes,
+                            std::string_view abbreviation) noexcept {
+  if (zone.zones == nullptr) return KES_DATETIME_ZONE_FILE;
+  LdiDate local = date;
+  local.type = KES_DATETIME_TIMESTAMP;
+  ltzlocal answer;
+  const int status = ltzGetLocalA(zone.zones, zone.region, &local, &answer);
+  if (status != 0) return ZoneError(status);
+  const std::uint32_t chosen = answer.kind == KES_ZONE_TWICE ? answer.chosen : 0;
+  bool abbreviation_fits = abbreviation.empty();
+  for (const std::uint32_t i : {chosen, 1 - chosen}) {
+    const auto& reading = answer.reading[i];
+    const bool named = abbreviation.empty() || SameName(abbreviation, reading.abbreviation);
+    abbreviation_fits = abbreviation_fits || named;
+    if (!named || (minutes != nullptr && *minutes != reading.offset / 60)) continue;
+    if (answer.kind != KES_ZONE_TWICE) return AttachZone(date, zone);
+    SetZone(date, reading.offset / 60, zone.region);
+    return InCalendar(UtcMoment(date).seconds) ? 0 : std::uint32_t{KES_DATETIME_BAD_YEAR};
+  }
+  return abbreviation_fits ? KES_DATETIME_NO_REGION : KES_DATETIME_BAD_NAME;
+}
+
+std::uint32_t ReadZone(const DatetimeFields& fields, const LdiSession* session,
+                       LdiDate& date) noexcept {
+  const bool offset = (fields.seen & (DatetimeBit(kZoneHour) | DatetimeBit(kZoneMinute))) != 0 ||
+                      ((fields.seen & DatetimeBit(kZoneRegion)) != 0 && fields.region[0] == 0);
+  const std::int32_t magnitude = fields.zone_hour * 60 + fields.zone_minute;
+  if (magnitude > kMaxZoneMinutes) return KES_DATETIME_BAD_ZONE_MINUTE;
+  const std::int32_t minutes = fields.zone_negative ? -magnitude : magnitude;
+  const std::string_view abbreviation(fields.abbreviation);
+  Zone zone = SessionZone(session);
+  if (fields.region[0] != 0) {
+    if (!HasDate(date.type)) return KES_DATETIME_NO_REGION;
+    if (const std::uint32_t error = FindRegion(zone.zones, fields.region, zone.region)) {
+      return error;
+    }
+  } else if (offset) {
+    // An abbreviation beside a mere offset has no rules that it could belong to.
+    if (!abbreviation.empty()) return KES_DATETIME_BAD_NAME;
+    return AttachZone(date, {.zones = zone.zones, .region = 0, .minutes = minutes});
+  }
+  if (zone.region != 0 && HasDate(date.type) && (offset || !abbreviation.empty())) {
+    return ChooseReading(date, zone, offset ? &minutes : nullptr, abbreviation);
+  }
+  if (!abbreviation.empty()) return KES_DATETIME_BAD_NAME;
+  if (!HasDate(date.type) && zone.region != 0) {
+    if (const std::uint32_t error = OffsetAtUtc(zone, CurrentUtc(), zone.minutes)) return error;
+    zone.region = 0;
+  }
+  return AttachZone(date, zone);
+}
+
+std::uint32_t CheckTypes(std::span<const std::uint8_t> format, std::uint32_t type) noexcept {
+  LdiFormatItem item;
+  while (NextItem(format, item) && item.code != 0) {
+    if (!TypeHasElement(type, item.code)) return KES_DATETIME_NO_FIELD;
+  }
+  return 0;
+}
+
+std::uint32_t Combine(LdiDate& out, const LdiParseContext& ctx, const ReadFields& fields,
+                      std::uint32_t type, std::uint32_t precision) noexcept {
+  const DatetimeFields& more = *fields.datetime;
+  ldxdate parts{};
+  if (const Fault fault = CombineFields(ctx.date, fields, parts)) return fault.number;
+  LdiDate date{};
+  date.type = static_cast<std::uint8_t>(type);
+  if (HasDate(type)) {
+    date.year = parts.year;
+    date.month = parts.month;
+    date.day = parts.day;
+  }
+  date.hour = parts.hour;
+  date.minute = parts.minute;
+  date.second = parts.second;
+  date.fraction = more.fraction;
+  if ((more.seen & DatetimeBit(kHour25)) != 0) {
+    const bool end_of_day = more.hour25 == 24;
+    if (end_of_day && (date.minute | date.second | date.fraction) != 0) {
+      return KES_DATETIME_BAD_HOUR25;
+    }
+    date.hour = static_cast<std::uint8_t>(end_of_day ? 0 : more.hour25);
+    if (end_of_day && !AddToLocal(date, kDaySeconds, 0)) return KES_DATETIME_BAD_YEAR;
+  }
+  if (const std::uint32_t error = RoundFraction(date, precision)) return error;
+  if (HasZone(type)) {
+    if (const std::uint32_t error = ReadZone(more, ctx.session, date)) return error;
+    // A timestamp with local zone is shown in the session's, whatever the text said.
+    if (type == KES_DATETIME_TIMESTAMP_LTZ) {
+      if (const std::uint32_t error = ShowInZone(date, UtcMoment(date), SessionZone(ctx.session))) {
+        return error;
+      }
+    }
+  }
+  out = date;
+  return 0;
+}
+
+std::uint32_t ReadBytes(LdiDate& out, std::span<const std::uint8_t> text,
+                        std::span<const std::uint8_t> format, std::uint32_t type,
+                        std::uint32_t precision, LdiParseContext& ctx) noexcept {
+  if (!IsDatetimeType(type)) return KES_DATETIME_BAD_TYPE;
+  if (precision > KES_DATETIME_MAX_PRECISION) return KES_DATETIME_BAD_FRACTION;
+  if (const Fault fault = CheckReadable(format, true)) return fault.number;
+  if (const std::uint32_t error = CheckTypes(format, type)) return error;
+  const auto attempt = [&](bool full_years) {
+    DatetimeFields more;
+    ReadFields fields;
+    fields.datetime = &more;
+    const Fault fault = ReadText(ctx.date, text, format, full_years, fields);
+    return fault ? fault.number : Combine(out, ctx, fields, type, precision);
+  };
+  const std::uint32_t error = attempt(false);
+  if (error == 0) return 0;
+  const RetryFacts facts = FactsOf(format);
+  if (!facts.short_year || facts.exact) return error;
+  return attempt(true) == 0 ? 0 : error;
+}
+
+std::uint32_t ReadUnits(LdiDate& out, std::span<const std::uint8_t> units,
+                        std::span<const std::uint8_t> format, std::uint32_t type,
+                        std::uint32_t precision, LdiParseContext& ctx) noexcept {
+  if (units.size() > 2 * kMaxUnits) return kTextLeft;
+  std::uint8_t bytes[8 * kMaxUnits];
+  const bool utf8 = ctx.date.handle == nullptr || KeepsUtf8(ctx.date);
+  const std::size_t length = utf8 ? UnitsToUtf8(units, OrderOfUnits(ctx.date), bytes)
+                                  : lxgcnv(bytes, TextSet(ctx.date), sizeof bytes, units.data(),
+                                           UnitSet(ctx.date), units.size(), ctx.date.nls);
+  return ReadBytes(out, {bytes, length}, format, type, precision, ctx);
+}
+
+std::uint32_t Read(LdiDate& out, std::span<const std::uint8_t> text,
+                   std::span<const std::uint8_t> format, std::uint32_t type,
+                   std::uint32_t precision, LdiParseContext& ctx) noexcept {
+  return StateOf(ctx.date).two_byte_units ? ReadUnits(out, text, format, type, precision, ctx)
+                                          : ReadBytes(out, text, format, type, precision, ctx);
+}
+
+}  // namespace
+}  // namespace kestra::datetime
+
+using namespace kestra::datetime;
+
+uint32_t LdiDateFromString(LdiDate* out, const uint8_t* text, size_t length, const uint8_t* format,
+                           size_t format_length, uint32_t type, uint32_t precision,
+                           LdiParseContext* ctx) noexcept {
+  return Read(*out, {text, length}, {format, format_length}, type, precision, *ctx);
+}
+
+uint32_t LdiDateFromStringU(LdiDate* out, const uint16_t* text, size_t units, const uint8_t* format,
+                            size_t format_length, uint32_t type, uint32_t precision,
+                            LdiParseContext* ctx) noexcept {
+  return ReadUnits(*out, {reinterpret_cast<const std::uint8_t*>(text), 2 * units},
+                   {format, format_length}, type, precision, *ctx);
+}
+
+uint32_t LdiDateFromStringarr(LdiDate* out, const uint8_t* const* texts, const size_t* lengths,
+                              size_t count, const uint8_t* format, size_t format_length,
+                              uint32_t type, uint32_t precision, LdiParseContext* ctx,
+                              size_t* done) noexcept {
+  std::uint32_t error = 0;
+  std::size_t i = 0;
+  for (; i < count; ++i) {
+    error = Read(out[i], {texts[i], lengths[i]}, {format, format_length}, type, precision, *ctx);
+    if (error != 0) break;
+  }
+  *done = i;
+  return error;
+}

@@ -1,0 +1,369 @@
+// Datetimes in zones: gaps, times that come twice, arithmetic across transitions, sessions, rounding.
+#include <gtest/gtest.h>
+
+#include "datetime/lazy_time.h"
+#include "kestra/date_format.h"
+#include "kestra/datetime_arithmetic.h"
+#include "kestra/datetime_zone.h"
+#include "tests/support/datetime_values.h"
+#include "tests/support/nls_fixture.h"
+#include "tests/support/zone_builder.h"
+#include "tests/support/zone_fixture.h"
+
+namespace kestra::test {
+namespace {
+
+class LdiInZones : public testing::Test {
+ protected:
+  LdiInZones() : zones_(TestHome(), ZoneAccess::kIndexedNative) {
+    LdiSessionInit(&session_, zones_.file());
+  }
+
+  // A timestamp of a region at a local time.
+  LdiDate In(const char* region, std::string_view local) const {
+    const LdiDate date = Datetime(local);
+    LdiDate out{};
+    const std::string name(region);
+    EXPECT_EQ(LdiDateConstruct(&out, date.year, date.month, date.day, date.hour, date.minute,
+                               date.second, date.fraction, 9, KES_DATETIME_TIMESTAMP_TZ, 0, 0,
+                               reinterpret_cast<const std::uint8_t*>(name.data()), name.size(),
+                               zones_.file()),
+              0u);
+    return out;
+  }
+  // Without the region's id, which is the data's.
+  static std::string Plain(LdiDate date) {
+    date.region = 0;
+    return Show(date);
+  }
+  LdiZone ZoneOf(std::string_view text) const {
+    LdiZone zone{};
+    EXPECT_EQ(LdiZoneFromText(&zone, reinterpret_cast<const std::uint8_t*>(text.data()),
+                              text.size(), nullptr, zones_.file()),
+              0u)
+        << text;
+    return zone;
+  }
+
+  LoadedZones zones_;
+  LdiSession session_;
+};
+
+TEST_F(LdiInZones, ALocalTimeFindsItsOffset) {
+  struct Case {
+    const char* region;
+    const char* local;
+    const char* made;
+  };
+  constexpr Case kCases[] = {
+      {"America/New_York", "2026-01-01 12:00:00", "2026-01-01 12:00:00.000000000 -05:00"},
+      {"america/new_york", "2026-07-01 12:00:00", "2026-07-01 12:00:00.000000000 -04:00"},
+      {"America/New_York", "2026-03-08 01:59:59.5", "2026-03-08 01:59:59.500000000 -05:00"},
+      {"America/New_York", "2026-03-08 02:00:00", "2026-03-08 03:00:00.000000000 -04:00"},
+      {"America/New_York", "2026-03-08 02:59:59.5", "2026-03-08 03:59:59.500000000 -04:00"},
+      {"America/New_York", "2026-11-01 01:30:00", "2026-11-01 01:30:00.000000000 -05:00"},
+      {"Europe/Berlin", "2026-03-29 02:30:00", "2026-03-29 03:30:00.000000000 +02:00"},
+      {"Australia/Lord_Howe", "2026-10-04 02:10:00", "2026-10-04 02:40:00.000000000 +11:00"},
+      {"Asia/Kathmandu", "2026-10-04 02:10:00", "2026-10-04 02:10:00.000000000 +05:45"},
+      {"America/New_York", "1800-01-01 00:00:00", "1800-01-01 00:00:00.000000000 -04:56"},
+  };
+  for (const Case& c : kCases) {
+    const LdiDate date = In(c.region, c.local);
+    EXPECT_EQ(Plain(date), c.made) << c.region << " " << c.local;
+    EXPECT_NE(date.region, 0);
+    EXPECT_EQ(LdiDateCheck(&date), 0u);
+    std::uint8_t bytes[KES_DATETIME_BYTES];
+    std::size_t length = 0;
+    ASSERT_EQ(LdiDateToArray(bytes, sizeof bytes, &length, &date), 0u);
+    LdiDate back;
+    ASSERT_EQ(LdiDateFromArray(&back, bytes, length, date.type, &session_), 0u);
+    EXPECT_EQ(Show(back), Show(date)) << "the stored form";
+  }
+  LdiDate out = Datetime("2000-01-01");
+  const std::uint8_t nowhere[] = "Europe/Atlantis";
+  EXPECT_EQ(LdiDateConstruct(&out, 2026, 1, 1, 0, 0, 0, 0, 9, KES_DATETIME_TIMESTAMP_TZ, 0, 0,
+                             nowhere, 15, zones_.file()),
+            1882u);
+  EXPECT_EQ(LdiDateConstructN(&out, 2026, 1, 1, 0, 0, 0, 0, 9, KES_DATETIME_TIMESTAMP_TZ, 0, 0,
+                              8192, zones_.file()),
+            1881u);
+  EXPECT_EQ(LdiDateConstructN(&out, 2026, 1, 1, 0, 0, 0, 0, 9, KES_DATETIME_TIME_TZ, 0, 0, 1,
+                              zones_.file()),
+            1882u);
+  EXPECT_EQ(Show(out), "2000-01-01 00:00:00");
+}
+
+TEST_F(LdiInZones, AddingAcrossTransitions) {
+  struct Case {
+    const char* local;
+    LdiInter inter;
+    const char* sum;
+  };
+  const Case cases[] = {
+      {"2026-03-07 01:30:00", Interval(KES_INTERVAL_HOUR, 0, 24),
+       "2026-03-08 01:30:00.000000000 -05:00"},
+      {"2026-03-07 02:30:00", Interval(KES_INTERVAL_DAY, 1),
+       "2026-03-08 03:30:00.000000000 -04:00"},
+      {"2026-03-08 01:30:00", Interval(KES_INTERVAL_MINUTE, 0, 0, 60),
+       "2026-03-08 03:30:00.000000000 -04:00"},
+      {"2026-11-01 00:30:00", Interval(KES_INTERVAL_HOUR, 0, 1),
+       "2026-11-01 01:30:00.000000000 -04:00"},
+      {"2026-11-01 00:30:00", Interval(KES_INTERVAL_HOUR, 0, 2),
+       "2026-11-01 01:30:00.000000000 -05:00"},
+      {"2026-02-08 02:30:00", Interval(KES_INTERVAL_MONTH, 0, 1),
+       "2026-03-08 03:30:00.000000000 -04:00"},
+      {"2026-01-31 12:00:00", Interval(KES_INTERVAL_MONTH, 0, 6),
+       "2026-07-31 12:00:00.000000000 -04:00"},
+      {"2026-07-31 12:00:00", Interval(KES_INTERVAL_YEAR_TO_MONTH, -1, -1),
+       "2025-06-30 12:00:00.000000000 -04:00"},
+  };
+  for (const Case& c : cases) {
+    const LdiDate in = In("America/New_York", c.local);
+    LdiDate out;
+    ASSERT_EQ(LdiDateInterAddTZ(&out, &in, &c.inter, &session_), 0u);
+    EXPECT_EQ(Plain(out), c.sum) << c.local << " + " << Show(c.inter);
+    EXPECT_EQ(out.region, in.region);
+    if (LdiTypeCode[c.inter.type] >= KES_MASK_MONTH) continue;
+    LdiDate back;
+    ASSERT_EQ(LdiDateInterSubtractTZ(&back, &out, &c.inter, &session_), 0u);
+    EXPECT_EQ(Show(back), Show(in));
+  }
+  const LdiDate in = In("America/New_York", "2026-03-07 01:30:00");
+  const LdiInter day = Interval(KES_INTERVAL_DAY, 1);
+  LdiDate out;
+  EXPECT_EQ(LdiDateInterAddTZ(&out, &in, &day, nullptr), 1804u) << "no file in the session";
+}
+
+TEST_F(LdiInZones, InstantsMoveFromZoneToZone) {
+  const LdiDate in = In("America/New_York", "2026-07-01 23:30:00");
+  LdiDate out;
+  ASSERT_EQ(LdiTimeZoneAdjust(&out, &in, ZoneOf("Asia/Kathmandu"), &session_), 0u);
+  EXPECT_EQ(Plain(out), "2026-07-02 09:15:00.000000000 +05:45");
+  ASSERT_EQ(LdiTimeZoneAdjust(&out, &in, ZoneOf("-9:30"), &session_), 0u);
+  EXPECT_EQ(Show(out), "2026-07-01 18:00:00.000000000 -09:30");
+  int order = 2;
+  ASSERT_EQ(LdiDateCompare(&in, &out, nullptr, &order), 0u);
+  EXPECT_EQ(order, 0);
+
+  const LdiDate local = Datetime("2026-07-01 12:00:00");
+  ASSERT_EQ(LdiTimeZoneShift(&out, &local, ZoneOf("Europe/Berlin"), ZoneOf("America/New_York"),
+                             &session_),
+            0u);
+  EXPECT_EQ(Show(out), "2026-07-01 06:00:00.000000000");
+  EXPECT_EQ(LdiTimeZoneShift(&out, &in, ZoneOf("Z"), ZoneOf("Z"), &session_), 1866u);
+  ASSERT_EQ(LdiT2TZ(&out, &local, ZoneOf("Europe/Berlin"), &session_), 0u);
+  EXPECT_EQ(Plain(out), "2026-07-01 12:00:00.000000000 +02:00");
+  ASSERT_EQ(LdiTZ2T(&out, &out), 0u);
+  EXPECT_EQ(Show(out), "2026-07-01 12:00:00.000000000");
+  EXPECT_EQ(LdiTZ2T(&out, &out), 1866u);
+  EXPECT_EQ(LdiTimeZoneAdjust(&out, &local, LdiZone{15, 1, 0}, &session_), 1882u);
+  const LdiDate time = Datetime("23:30:00 +02:00");
+  ASSERT_EQ(LdiTimeZoneAdjust(&out, &time, LdiZone{5, 30, 0}, &session_), 0u);
+  EXPECT_EQ(Show(out), "03:00:00.000000000 +05:30");
+  const LdiDate last = Datetime("9999-12-31 23:30:00 +00:00");
+  EXPECT_EQ(LdiTimeZoneAdjust(&out, &last, LdiZone{1, 0, 0}, &session_), 1841u);
+}
+
+TEST_F(LdiInZones, TheSessionsZoneServesValuesWithout) {
+  const std::uint8_t berlin[] = "Europe/Berlin";
+  ASSERT_EQ(LdiSessionSetZone(&session_, berlin, 13, nullptr), 0u);
+  const LdiDate local = Datetime("2026-07-01 12:00:00");
+  LdiDate ltz;
+  ASSERT_EQ(LdiDateDateConvert(&ltz, &local, KES_DATETIME_TIMESTAMP_LTZ, 9, &session_), 0u);
+  EXPECT_EQ(Plain(ltz), "2026-07-01 12:00:00.000000000 +02:00");
+  const LdiDate utc = Datetime("2026-07-01 10:00:00 +00:00");
+  int order = 2;
+  ASSERT_EQ(LdiDateCompare(&local, &utc, &session_, &order), 0u);
+  EXPECT_EQ(order, 0);
+  const std::uint8_t zulu[] = "Z";
+  ASSERT_EQ(LdiSessionSetZone(&session_, zulu, 1, nullptr), 0u);
+  ASSERT_EQ(LdiFixTSLTZ(&ltz, &ltz, &session_), 0u);
+  EXPECT_EQ(Show(ltz), "2026-07-01 10:00:00.000000000 +00:00");
+  std::uint8_t text[64];
+  std::size_t length = 0;
+  const LdiDate winter = In("America/New_York", "2026-01-01 00:00:00");
+  ASSERT_EQ(LdiDateExtractTZ(text, sizeof text, &length, &winter, KES_FIELD_ABBREVIATION, &session_,
+                             nullptr),
+            0u);
+  EXPECT_EQ(std::string(text, text + length), "EST");
+  ASSERT_EQ(
+      LdiDateExtractTZ(text, sizeof text, &length, &winter, KES_FIELD_REGION, &session_, nullptr),
+      0u);
+  EXPECT_EQ(std::string(text, text + length), "America/New_York");
+  EXPECT_EQ(LdiDateExtractTZ(text, 15, &length, &winter, KES_FIELD_REGION, &session_, nullptr),
+            1877u);
+  EXPECT_EQ(
+      LdiDateExtractTZ(text, sizeof text, &length, &local, KES_FIELD_REGION, &session_, nullptr),
+      1878u);
+}
+
+TEST(LdiZoneFromText, OffsetsAndTheirLimits) {
+  struct Case {
+    const char* text;
+    std::uint32_t error;
+    int hour, minute;
+  };
+  constexpr Case kCases[] = {
+      {"+05:30", 0, 5, 30},    {"-0:30", 0, 0, -30},    {"15", 0, 15, 0},
+      {" -15:00 ", 0, -15, 0}, {"utc", 0, 0, 0},        {"Z", 0, 0, 0},
+      {"16", 1874, 0, 0},      {"+15:01", 1875, 0, 0},  {"+5:60", 1875, 0, 0},
+      {"+5:", 1875, 0, 0},     {"+", 1874, 0, 0},       {"+123", 1874, 0, 0},
+      {"", 1882, 0, 0},        {"+05:30x", 1875, 0, 0}, {"Europe/Berlin", 1804, 0, 0}};
+  for (const Case& c : kCases) {
+    LdiZone zone{};
+    const std::string text(c.text);
+    EXPECT_EQ(LdiZoneFromText(&zone, reinterpret_cast<const std::uint8_t*>(text.data()),
+                              text.size(), nullptr, nullptr),
+              c.error)
+        << c.text;
+    EXPECT_EQ(zone.hour, c.hour) << c.text;
+    EXPECT_EQ(zone.minute, c.minute) << c.text;
+  }
+}
+
+TEST(LdiDateCurrent, AnOffsetOfTheClockIsAcceptedOrNot) {
+  const os::BrokenDown utc{2026, 1, 1, 0, 0, 0};
+  struct Case {
+    os::BrokenDown local;
+    int minutes;
+  };
+  const Case cases[] = {{{2026, 1, 1, 5, 30, 0}, 330}, {{2025, 12, 31, 14, 30, 0}, -570},
+                        {{2026, 1, 1, 15, 0, 0}, 900}, {{2026, 1, 1, 15, 30, 0}, 0},
+                        {{2025, 12, 31, 8, 30, 0}, 0}, {{2026, 1, 1, 16, 0, 0}, 0}};
+  for (const Case& c : cases) EXPECT_EQ(datetime::AcceptedOffset(c.local, utc), c.minutes);
+  for (const std::uint32_t type : {1u, 2u, 3u, 4u, 5u, 7u}) {
+    LdiDate now;
+    ASSERT_EQ(LdiDateCurrent(&now, type, 6, nullptr), 0u);
+    EXPECT_EQ(LdiDateCheck(&now), 0u) << Show(now);
+    EXPECT_EQ(now.fraction % 1000, 0u);
+  }
+  LdiDate now;
+  EXPECT_EQ(LdiDateCurrent(&now, 6, 6, nullptr), 1866u);
+}
+
+TEST_F(LdiInZones, RoundingFindsTheOffsetAgain) {
+  struct Case {
+    const char* in;
+    std::uint32_t unit;
+    const char* rounded;
+    const char* truncated;
+  };
+  constexpr Case kCases[] = {
+      {"2026-03-08 12:34:56.5", KES_DATE_DD, "2026-03-09 00:00:00.000000000",
+       "2026-03-08 00:00:00.000000000"},
+      {"2026-07-16 12:34:56.5", KES_DATE_MM, "2026-08-01 00:00:00.000000000",
+       "2026-07-01 00:00:00.000000000"},
+      {"2026-07-16 12:34:56.5", KES_DATE_YYYY, "2027-01-01 00:00:00.000000000",
+       "2026-01-01 00:00:00.000000000"},
+      {"2026-07-16 12:34:56.5", KES_DATE_SS, "2026-07-16 12:34:57.000000000",
+       "2026-07-16 12:34:56.000000000"},
+      {"23:45:00", KES_DATE_HH24, "00:00:00.000000000", "23:00:00.000000000"},
+  };
+  for (const Case& c : kCases) {
+    const LdiDate in = Datetime(c.in);
+    LdiDate out;
+    ASSERT_EQ(LdiRound(&out, &in, c.unit, 0, &session_), 0u);
+    EXPECT_EQ(Show(out), c.rounded);
+    ASSERT_EQ(LdiTruncate(&out, &in, c.unit, 0, &session_), 0u);
+    EXPECT_EQ(Show(out), c.truncated);
+  }
+  const LdiDate summer = In("America/New_York", "2026-03-08 12:00:00");
+  LdiDate out;
+  ASSERT_EQ(LdiTruncate(&out, &summer, KES_DATE_DD, 0, &session_), 0u);
+  EXPECT_EQ(Plain(out), "2026-03-08 00:00:00.000000000 -05:00");
+  const LdiDate time = Datetime("10:00:00");
+  EXPECT_EQ(LdiRound(&out, &time, KES_DATE_DD, 0, nullptr), 1899u);
+  EXPECT_EQ(LdiRound(&out, &summer, KES_DATE_Y_YYY, 0, &session_), 1899u);
+  EXPECT_EQ(LdiRound(&out, &summer, 200, 0, &session_), 1899u);
+}
+
+// Two releases of one zone: the second puts the clock forward an hour on 2 January 1970.
+class LdiUpgrade : public testing::Test {
+ protected:
+  static const ltzfile* Load(const std::vector<BuiltZone>& zones) {
+    const std::vector<std::uint8_t> bytes = BuildZones(zones);
+    return ltzReadMemory(bytes.data(), bytes.size(), nullptr, nullptr);
+  }
+  LdiUpgrade()
+      : old_(Load({{1, "Here", {{kLongAgo, 3600, false, "A"}}},
+                   {2, "There", {{kLongAgo, 0, false, "B"}}}})),
+        new_(Load({{1, "Here", {{kLongAgo, 3600, false, "A"}, {82800, 7200, true, "AD"}}},
+                   {2, "There", {{kLongAgo, 0, false, "B"}}}})) {}
+  ~LdiUpgrade() override {
+    ltzFree(old_);
+    ltzFree(new_);
+  }
+  const ltzfile* old_;
+  const ltzfile* new_;
+};
+
+TEST_F(LdiUpgrade, LocalTimesStayAndFindTheNewOffset) {
+  struct Case {
+    const char* local;
+    std::uint32_t region;
+    const char* upgraded;
+    int changed;
+  };
+  constexpr Case kCases[] = {
+      {"1969-12-31 12:00:00", 1, "1969-12-31 12:00:00.000000000 +01:00 #1", 0},
+      {"1970-01-01 23:59:59", 1, "1970-01-01 23:59:59.000000000 +01:00 #1", 0},
+      {"1970-01-02 00:30:00", 1, "1970-01-02 01:30:00.000000000 +02:00 #1", 1},
+      {"1970-06-01 12:00:00", 1, "1970-06-01 12:00:00.000000000 +02:00 #1", 1},
+      {"1970-06-01 12:00:00", 2, "1970-06-01 12:00:00.000000000 +00:00 #2", 0},
+  };
+  ASSERT_NE(old_, nullptr);
+  ASSERT_NE(new_, nullptr);
+  alignas(8) std::uint8_t block[1024];
+  std::size_t size = 0;
+  std::size_t length = 0;
+  ASSERT_EQ(LdiTZGetDeltaSize(&size, nullptr, old_, new_), 0u);
+  EXPECT_EQ(LdiTZGetDelta(block, size - 1, &length, nullptr, old_, new_), 1877u);
+  ASSERT_EQ(LdiTZGetDelta(block, sizeof block, &length, nullptr, old_, new_), 0u);
+  EXPECT_EQ(length, size);
+  const auto* delta = reinterpret_cast<const ltzdelta*>(block);
+  std::uint8_t bitmap[KES_ZONE_BITMAP_BYTES];
+  ASSERT_EQ(LdiTZGetDeltaBitmap(bitmap, delta), 0u);
+  EXPECT_EQ(bitmap[0], 2);
+  LdiDate from;
+  ASSERT_EQ(LdiTZGetDeltaMinAffectedTime(&from, delta), 0u);
+  EXPECT_EQ(Show(from), "1970-01-01 23:00:00.000000000");
+
+  for (const Case& c : kCases) {
+    const LdiDate local = Datetime(c.local);
+    LdiDate date;
+    ASSERT_EQ(
+        LdiDateConstructN(&date, local.year, local.month, local.day, local.hour, local.minute,
+                          local.second, 0, 9, KES_DATETIME_TIMESTAMP_TZ, 0, 0, c.region, old_),
+        0u);
+    int affected = 2;
+    ASSERT_EQ(LdiTZIsDateAffected(&date, delta, &affected), 0u);
+    EXPECT_EQ(affected, c.changed) << c.local;
+    std::uint8_t bytes[KES_DATETIME_BYTES];
+    ASSERT_EQ(LdiDateToArray(bytes, sizeof bytes, &length, &date), 0u);
+    int changed = 2;
+    ASSERT_EQ(LdiDateTimeArrayUpgrade(bytes, length, date.type, old_, new_, &changed), 0u);
+    EXPECT_EQ(changed, c.changed);
+    LdiSession session{};
+    session.zones = new_;
+    LdiDate stored;
+    ASSERT_EQ(LdiDateFromArray(&stored, bytes, length, date.type, &session), 0u);
+    EXPECT_EQ(Show(stored), c.upgraded);
+    ASSERT_EQ(LdiDateTimeUpgrade(&date, &date, new_, &changed), 0u);
+    EXPECT_EQ(changed, c.changed);
+    EXPECT_EQ(Show(date), c.upgraded);
+  }
+  ASSERT_EQ(LdiTZGetDelta(block, sizeof block, &length, nullptr, old_, old_), 0u);
+  EXPECT_EQ(LdiTZGetDeltaMinAffectedTime(&from, delta), 1878u);
+}
+
+TEST(LdiTZReadFile, TheBytesOfTheFileThatIsFound) {
+  EXPECT_EQ(LdiTZGetMaxFileSize(), 2097152u);
+  std::size_t size = 0;
+  EXPECT_EQ(LdiTZGetFileSize(&size, "/nowhere/timezone_1.dat"), 1804u);
+  const ltzfile* file = nullptr;
+  EXPECT_EQ(LdiTZMapFile(&file, "/nowhere/timezone_1.dat", KES_ZONE_ANY_ORDER, nullptr), 1804u);
+  EXPECT_EQ(file, nullptr);
+}
+
+}  // namespace
+}  // namespace kestra::test
