@@ -166,7 +166,8 @@ void CheckNumbers(Input& in) {
   const std::size_t count = in.Next() % 100u;
   const std::uint8_t choice = in.Next();
   const std::uint32_t precision = (choice & 1) != 0 ? 7 : in.Next() % 9u;
-  const std::int32_t scale = (choice & 2) != 0 ? INT32_MAX : static_cast<std::int8_t>(in.Next());
+  std::int32_t scale = (choice & 2) != 0 ? INT32_MAX : static_cast<std::int8_t>(in.Next());
+  if (scale == INT8_MIN) scale = INT32_MIN;
   Bytes nulls;
   if ((choice & 4) != 0) nulls = in.Take((count + 7) / 8);
   const std::uint8_t* bitmap = nulls.empty() ? nullptr : nulls.data();
