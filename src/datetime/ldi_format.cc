@@ -131,9 +131,7 @@ std::uint32_t CheckValue(const LdiDate& date, std::uint32_t precision) noexcept 
 bool ToUnits(const ldxctx& ctx, std::span<const std::uint8_t> text, std::span<std::uint8_t> out,
              std::size_t& used) noexcept {
   if (ctx.handle == nullptr || KeepsUtf8(ctx)) {
-    if (UnitBytes(text) > out.size()) return false;
-    used = Utf8ToUnits(text, OrderOfUnits(ctx), out);
-    return true;
+    return Utf8ToUnits(text, OrderOfUnits(ctx), out, used);
   }
   used =
       lxgcnv(out.data(), UnitSet(ctx), out.size(), text.data(), TextSet(ctx), text.size(), ctx.nls);
