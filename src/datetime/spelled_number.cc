@@ -53,7 +53,7 @@ class Speller {
 
   void Year(std::uint32_t year) noexcept {
     const std::uint32_t century = year / 100, rest = year % 100;
-    if (century == 0 || (century % 10 == 0 && rest < 10)) return Number(year);
+    if (century == 0 || century >= 100 || (century % 10 == 0 && rest < 10)) return Number(year);
     BelowHundred(century);
     if (rest == 0) return Add(kHundred);
     if (rest < 10) Add(kOh);

@@ -16,8 +16,8 @@ inline constexpr std::uint32_t kSpelledMax = 9'999'999;
 // A number up to kSpelledMax in ASCII words; returns their length.
 std::size_t SpellNumber(std::uint32_t value, bool ordinal, Letters letters, char* out) noexcept;
 
-// A year 0 to 9999 as years are read: TWENTY NINETEEN, NINETEEN OH FIVE, NINETEEN HUNDRED, TWO
-// THOUSAND FIVE.
+// A year as years are read: TWENTY NINETEEN, NINETEEN OH FIVE, NINETEEN HUNDRED, TWO THOUSAND FIVE;
+// from 10000 on, which some calendars have, as a number.
 std::size_t SpellYear(std::uint32_t year, bool ordinal, Letters letters, char* out) noexcept;
 
 // TH, ST, ND or RD.
