@@ -62,8 +62,9 @@ class TextWalk {
   std::uint32_t DigitAt(const std::uint8_t* p) const noexcept {
     return static_cast<std::uint8_t>(*p - zero_);
   }
+  bool IsNext(char c) const noexcept { return at_ != end_ && *at_ == InSet(state_, c); }
   bool Accept(char c) noexcept {
-    if (at_ == end_ || *at_ != InSet(state_, c)) return false;
+    if (!IsNext(c)) return false;
     ++at_;
     return true;
   }
@@ -499,8 +500,7 @@ Fault DatetimeItem(TextWalk& walk, std::uint32_t, std::uint8_t code) noexcept {
     case kZoneAbbreviation:
       return ZoneName(walk, fields->abbreviation);
     case kZoneRegion: {
-      const bool sign = !walk.AtEnd() && (walk.left()[0] == walk.state().ascii['+'] ||
-                                          walk.left()[0] == walk.state().ascii['-']);
+      const bool sign = walk.IsNext('+') || walk.IsNext('-');
       return sign ? ZoneOffset(walk) : ZoneName(walk, fields->region);
     }
     case kRadix:
