@@ -26,7 +26,7 @@ extern "C" {
  * Days to  are added to the clock as exact time. A fraction is rounded to the second in the type
  * seconds  date. Times of day begin again at midnight, and take no months (1870).
  * Year 0   is counted, as everywhere in date.h; a result in it moves to the year 1 when the way was
- *          forward, else to -1.
+ *          forward, else to -1, and its 29 February to the 28th.
  * Zones    the plain forms keep offset and region as they are: right for offsets and for types
  *          without a zone. The forms with TZ take the rules of the region from the session's zone
  *          file: months move the local time, which then finds its offset and leaves a gap forward;

@@ -97,7 +97,8 @@ inline bool SetDay(LdiDate& date, std::int64_t day, bool forward) noexcept {
   const CivilDate civil = SplitDay(static_cast<std::int32_t>(day));
   date.year = static_cast<std::int16_t>(WithoutYearZero(civil.year, forward));
   date.month = static_cast<std::uint8_t>(civil.month);
-  date.day = static_cast<std::uint8_t>(civil.day);
+  const bool leap_day = civil.month == 2 && civil.day == 29;  // the years 1 and -1 have none
+  date.day = static_cast<std::uint8_t>(civil.year == 0 && leap_day ? 28 : civil.day);
   return true;
 }
 

@@ -71,6 +71,7 @@ TEST(LdiDateInterAdd, ExactTimeCarriesThroughTheCalendar) {
        "2024-02-29 01:00:00.000000000"},
       {"2024-01-01 00:00:00", Interval(KES_INTERVAL_DAY_TO_SECOND, -365, 0, 0, 0, -1), 0,
        "2022-12-31 23:59:59.999999999"},
+      {"-001-12-14 08:00:00", Interval(KES_INTERVAL_DAY, 77), 0, "0001-02-28 08:00:00.000000000"},
       {"9999-12-31 23:59:59", Interval(KES_INTERVAL_SECOND, 0, 0, 0, 1), 1841, nullptr},
       {"-4712-01-01 00:00:00", Interval(KES_INTERVAL_SECOND, 0, 0, 0, 0, -1), 1841, nullptr},
       {"2024-01-01 00:00:00", Interval(KES_INTERVAL_DAY, 999999999), 1841, nullptr},
