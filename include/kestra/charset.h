@@ -47,6 +47,7 @@ typedef struct lxcursor {
 
 /* lxmopen: sets a cursor to the start of a text. In a stateful set leading shift bytes are passed
  * over unless options is non-zero. text may be null with length 0. Returns the cursor.
+ * Errors   34 the handle's character set cannot be loaded: every byte is a character without class.
  * Threads  no shared state but the area, which is only read. */
 KES_API lxcursor *lxmopen(const uint8_t *text, size_t length, lxcursor *cursor,
                           const lxhandle *handle, lxcontext *context,
@@ -91,7 +92,8 @@ KES_API size_t lxwtomb(uint8_t *destination, size_t room, const uint32_t *wide, 
                        const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
 
 /* Classification of a wide character, as the functions above answer it under a cursor; 0 for a
- * number that is no character of the handle's set. */
+ * number that is no character of the handle's set.
+ * Errors   34 character set not available. */
 KES_API int lxwalnx(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
 KES_API int lxwalpx(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;
 KES_API int lxwcntx(uint32_t wide, const lxhandle *handle, lxcontext *context) KES_NOEXCEPT;

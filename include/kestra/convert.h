@@ -33,13 +33,14 @@ enum {
  *
  * destination  room for destination_length bytes; must not overlap the source.
  * *_charset    character-set objects (lxpcobj); null on either side copies.
- * Result       bytes written. context->status tells what was consumed, counted and replaced.
+ * Result       bytes written. context->status tells what was consumed, counted and replaced. The
+ *              shift states of both sides, for KES_CONVERT_CONTINUE, are in status.shift_in and
+ *              status.shift_out; a source of id 1000 keeps the byte order it found in shift_in.
+ * Replacement  unmappable and malformed input becomes U+FFFD in the Unicode forms, else the set's
+ *              own replacement character; status.replacement is then 1000, and also where the
+ *              source has a U+FFFD of its own.
  * Errors       6 destination full before the source was used up: what was converted stays, cut at a
  *              character; 34 a data object that the path needs cannot be loaded.
- *              The shift states of both sides, for KES_CONVERT_CONTINUE, are in status.shift_in and
- *              status.shift_out; a source of id 1000 keeps the byte order it found in shift_in.
- *              Unmappable and malformed input is replaced (U+FFFD in the Unicode forms, else the
- *              set's own replacement character) and marked with status.replacement 1000.
  * Growth       at most 3 bytes a source byte from single-byte sets into UTF-8, and never more than
  *              4 destination bytes a source byte; into a stateful set 1 more for the whole text,
  *              into the ISO-2022 sets at most 8 bytes a source byte and 4 more for the whole text.
@@ -68,7 +69,10 @@ KES_API size_t lxgxmlco(uint8_t *destination, const lxobject *destination_charse
 /* lxgxmlcv: lxgcnvb, but XML character references in the source, "&#x20AC;" or "&#8364;", are
  * written as the characters they name. One that the destination lacks stays a reference (in
  * hexadecimal). References to & < > " and ', to no character, and longer than 16 characters stay
- * text as they are. A reference counts as one character. */
+ * text as they are. A reference counts as one character.
+ *
+ * Result       bytes written, as lxgcnvb in all else; with KES_CONVERT_MORE a reference that the end
+ *              cuts off stays unconsumed. */
 KES_API size_t lxgxmlcv(uint8_t *destination, const lxobject *destination_charset,
                         size_t destination_length, const uint8_t *source,
                         const lxobject *source_charset, size_t source_length, uint32_t options,

@@ -26,6 +26,7 @@ bool IsRaw(const lxobject* set) noexcept {
 
 void CopyBytes(Conversion& c) noexcept {
   const std::size_t size = std::min(c.source_left(), c.room());
+  if (size == 0) return;
   std::memcpy(c.out, c.in, size);
   c.in += size;
   c.out += size;

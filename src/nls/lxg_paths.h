@@ -6,7 +6,7 @@
 
 namespace kestra::nls::convert {
 
-// How a set is read and written. The kinds from kStateful on have no path yet.
+// How a set is read and written. The kinds behind kPathCount go by blocks (lxg_blocks.h).
 enum class SetKind : std::uint8_t {
   kUtf8,           // 873
   kUtf8Units,      // 871
@@ -54,7 +54,7 @@ SetKind ResolveByteOrder(Conversion& c, SetKind kind) noexcept;
 
 using Path = void (*)(Conversion&, CharsetView source, CharsetView destination) noexcept;
 
-// Null: this build has no path for the pair.
+// Null: the pair goes by blocks, because a side of it carries a state.
 Path FindPath(SetKind source, SetKind destination) noexcept;
 
 }  // namespace kestra::nls::convert

@@ -55,6 +55,7 @@ lxcursor* lxmopen(const uint8_t* text, size_t length, lxcursor* cursor, const lx
   cursor->stateful = (handle->flags & KES_CHARSET_STATEFUL) != 0;
   // The object whose classes serve the set: 1000 and 2002 have none of their own.
   cursor->charset = lxdgetobj(handle->charset_slot, KES_OBJECT_CHARSET, context);
+  context->error = cursor->charset != nullptr ? KES_NLS_OK : KES_NLS_OBJECT_UNAVAILABLE;
   if (cursor->charset != nullptr) {
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(cursor->charset);
     cursor->class_table = reinterpret_cast<const std::uint16_t*>(bytes + handle->class_table);

@@ -120,8 +120,9 @@ size_t lxcscan(const uint8_t* text, size_t length, lxscan* result, const lxhandl
   const SetKind kind =
       start.charset == nullptr ? SetKind::kUtf16Marked : cursor::KindOfHandle(start);
   convert::BlockDecoder decoder;
-  if (!convert::OpenDecoder(kind, CharsetView(start.charset), convert::Iso2022(0, context),
-                            decoder)) {
+  // No handle has an ISO-2022 set.
+  if (kind == SetKind::kIso2022 || !convert::OpenDecoder(kind, CharsetView(start.charset),
+                                                         convert::Iso2022(0, context), decoder)) {
     context->error = KES_NLS_OBJECT_UNAVAILABLE;
     return 0;
   }

@@ -1,7 +1,8 @@
 // The wide form: a character as the number its bytes make, the first byte highest. So U+65E5 is
-// C6FC in EUC-JP and E697A5 in UTF-8. It needs no tables to get there or back, every text survives
-// the way, and the sets' own order is the order of the numbers. How many bytes a number has is seen
-// from it, but for the two-byte units of UTF-16, which may begin with 00.
+// C6FC in EUC-JP and E697A5 in UTF-8. It needs no tables to get there or back, every well-formed
+// text survives the way but for redundant shifts, and the sets' own order is the order of the
+// numbers. How many bytes a number has is seen from it, but for the two-byte units of UTF-16, which
+// may begin with 00.
 #include <cstring>
 
 #include "kestra/charset.h"

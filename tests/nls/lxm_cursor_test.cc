@@ -90,6 +90,34 @@ TEST_F(LxmCursor, EmptyAndNullTexts) {
   EXPECT_EQ(ClassesHere(), "");
 }
 
+// Every call sets the error word, also where nothing can be loaded.
+TEST_F(LxmCursor, ErrorWord) {
+  lxcontext* context = session_.context();
+  SetCharset(873);
+  context->error = 99;
+  Open("41");
+  EXPECT_EQ(context->error, 0u);
+  context->error = 99;
+  EXPECT_NE(lxwalpx('A', &handle_, context), 0);
+  EXPECT_EQ(context->error, 0u);
+
+  handle_.charset_slot = 0xFFFF;
+  Open("41 E2 82");
+  EXPECT_EQ(context->error, KES_NLS_OBJECT_UNAVAILABLE);
+  EXPECT_EQ(ClassesHere(), "");
+  EXPECT_EQ(Steps("41 E2 82"), "0: 1 1 1");
+  EXPECT_EQ(lxwalpx('A', &handle_, context), 0);
+  EXPECT_EQ(context->error, KES_NLS_OBJECT_UNAVAILABLE);
+  std::uint32_t wide = 0;
+  context->error = 0;
+  EXPECT_EQ(lxwfrmb(&wide, 1, text_.data(), text_.size(), &handle_, context), 0u);
+  EXPECT_EQ(context->error, KES_NLS_OBJECT_UNAVAILABLE);
+  lxscan scan;
+  context->error = 0;
+  EXPECT_EQ(lxcscan(text_.data(), text_.size(), &scan, &handle_, context), 0u);
+  EXPECT_EQ(context->error, KES_NLS_OBJECT_UNAVAILABLE);
+}
+
 // A stateful set by its facts in the handle alone.
 TEST_F(LxmCursor, ShiftBytesBelongToTheCharacterBeforeThem) {
   SetCharset(516);

@@ -389,8 +389,9 @@ KES_AVX512 inline Progress ToPairs(const MultibyteEncodeTable& given, const std:
   return {i, static_cast<std::size_t>(q - out), i};
 }
 
-// Longer texts, in two passes: the cells of a block one by one, then their bytes a vector at a time. Together in
-// one loop each step would wait for its own lookups; apart, the lookups of a block overlap.
+// Longer texts, in two passes: the cells of a block one by one, then their bytes a vector at a
+// time. Together in one loop each step would wait for its own lookups; apart, the lookups of a
+// block overlap.
 template <typename Cell>
 KES_AVX512 inline Progress FromUnits(const MultibyteEncodeTable& given, const std::uint16_t* in,
                                      std::size_t count, std::uint8_t* out,

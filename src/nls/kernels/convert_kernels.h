@@ -193,6 +193,7 @@ struct ConvertKernels {
 };
 
 extern const ConvertKernels kScalarConvertKernels;
+// By level. AVX2 lacks the byte compression that the others are built on and has no kernels.
 #if defined(__x86_64__) && defined(__GNUC__)
 extern const ConvertKernels kAvx512ConvertKernels;
 inline const ConvertKernels* const kConvertKernels[] = {
