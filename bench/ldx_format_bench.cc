@@ -87,7 +87,7 @@ class Model {
 };
 
 void Finish(benchmark::State& state) {
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kDates));
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kDates));
 }
 
 void Write(benchmark::State& state, const char* text) {

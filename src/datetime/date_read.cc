@@ -69,6 +69,7 @@ class TextWalk {
     return true;
   }
   bool AcceptBytes(std::string_view bytes) noexcept {
+    if (bytes.empty()) return true;
     if (left().size() < bytes.size() || memcmp(at_, bytes.data(), bytes.size()) != 0) return false;
     at_ += bytes.size();
     return true;

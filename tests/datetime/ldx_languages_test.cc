@@ -277,6 +277,45 @@ TEST(LdxContext, SharesTheProcessAreaUntilItEnds) {
   EXPECT_EQ(lxlterm(&nls), 1);
 }
 
+TEST(LdxContext, OptionsAndUnusualHandles) {
+  NlsSession session;
+  lxhandle handle = session.Handle("AMERICAN_AMERICA.AL32UTF8");
+  lxhlmod(&handle, "DD.XX", 5, KES_ITEM_DATE_FORMAT, 0, 0, session.context());
+  ldxctx ctx;
+  EXPECT_THROW(ldxcbeg(&ctx, &handle, session.context(), ThrowDateError, nullptr), DateError);
+  EXPECT_NO_THROW(
+      ldxnbeg(&ctx, &handle, session.context(), ThrowDateError, nullptr, KES_DATE_NO_DEFAULT));
+  EXPECT_EQ(ctx.default_length, 0u);
+  // A handle that asks for no pre-pass: NUL in front has its own error.
+  handle.flags |= 1u << 16;
+  ldxnbeg(&ctx, &handle, session.context(), nullptr, nullptr, KES_DATE_NO_DEFAULT);
+  std::uint8_t out[64];
+  ldxsti(&ctx, TextData(std::string_view("\0D", 2)), 2, out, sizeof out);
+  EXPECT_EQ(ctx.error, 1820u);
+  // Null texts of no length.
+  EXPECT_EQ(ldxsti(&ctx, nullptr, 0, out, 0), 0u);
+  const std::size_t empty_literal = ldxsti(&ctx, TextData("\"\""), 2, out, sizeof out);
+  ldxdate date{};
+  EXPECT_EQ(ldxstd(&ctx, nullptr, 0, out, empty_literal, &date), 0u);
+  EXPECT_EQ(date.day, 1);
+}
+
+TEST(LdxSets, UnitsAreScannedItemByItem) {
+  DateContext context;
+  const std::u16string model = u"FMDD \"de\" Month";
+  const auto* text = reinterpret_cast<const std::uint8_t*>(model.data());
+  std::size_t remaining = 2 * model.size();
+  std::uint8_t bytes[64];
+  std::uint8_t* out = bytes;
+  std::size_t space = sizeof bytes;
+  ldxscan state{};
+  std::size_t items = 0;
+  while (ldxsnfcom(context.get(), &text, &remaining, &out, &space, &state) != 0) ++items;
+  EXPECT_EQ(items, 6u);
+  EXPECT_EQ(remaining, 0u);
+  EXPECT_EQ(std::string(bytes, out), context.Compile("FMDD \"de\" Month"));
+}
+
 struct CalendarCase {
   const char* handle;
   const char* calendar;
