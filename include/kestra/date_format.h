@@ -188,7 +188,8 @@ enum {
  * in 0-49, 50-99 are in the last century, else 0-49 are in the next; RRRR with up to two digits
  * likewise. When a text cannot be read with YY or RR (and there is no FX) it is tried with YYYY or
  * RRRR instead, as ldxstdyfr does; when that fails too, the first error holds. A weekday has to
- * agree with a date whose day the text says. HH without AM or PM is in the morning.
+ * agree with a date whose day the text says; in calendars that are not Gregorian AD and BC have to
+ * agree with the date (1831). HH without AM or PM is in the morning.
  *
  * Errors   1820 an element of the format is for writing only (SP too); 1810 to 1819 as in ldxsti,
  *          for formats of ldxsto; 1821 the format is damaged; 600 no format given and no default;

@@ -114,12 +114,15 @@ class Combiner {
     return {};
   }
 
-  // Whether a year that is known agrees with what the text says of it.
+  // Whether AD or BC, if the text says so, agrees with a year of DATE.
+  bool EraAgrees(std::int32_t year) const noexcept {
+    const std::uint32_t era = fields_.which(kEras);
+    return era == 0 || (fields_.value[era] == 1) == (year < 0);
+  }
+
+  // Whether a year that is known, as the calendar counts, agrees with what the text says of it.
   bool YearAgrees(std::int32_t year) const noexcept {
     const std::int32_t plain = year < 0 ? -year : year;
-    if (const std::uint32_t era = fields_.which(kEras); era != 0 && calendar_.gregorian()) {
-      if ((fields_.value[era] == 1) != (year < 0)) return false;
-    }
     if (const std::uint32_t code = fields_.which(kYears); code != 0) {
       const std::int32_t value = fields_.value[code];
       const bool is_signed = kDescriptors[code].low < 0;
@@ -180,7 +183,7 @@ class Combiner {
       date = SplitDay(fields_.value[KES_DATE_J]);
       // Day numbers also count the days of a year 0.
       if (date.year == 0) return At(kOutsideCalendar, KES_DATE_J);
-      if (!YearAgrees(date.year)) return At(kYearDisagrees, year_code);
+      if (!YearAgrees(date.year) || !EraAgrees(date.year)) return At(kYearDisagrees, year_code);
     } else {
       const std::int32_t first = DayNumber(year, 1, 1);
       const std::int32_t day = fields_.value[KES_DATE_DDD];
@@ -227,6 +230,7 @@ class Combiner {
       date.day = day;
     }
     const std::uint32_t number = calendar_.ToDate(date, out);
+    if (number == 0 && !EraAgrees(out.year)) return At(kYearDisagrees, fields_.which(kEras));
     if (number == 1843) return At(number, month_code);
     if (number == kWrongEra) return At(number, era_code);
     return number == kNotInMonth ? At(number, KES_DATE_DD) : At(number, year_code);
@@ -256,7 +260,7 @@ class Combiner {
     if (!calendar_.FromDate(out, date)) return At(kOutsideCalendar, KES_DATE_J);
     const std::uint32_t era_code = fields_.which(kCalendarEras);
     if (era_code != 0 && fields_.value[era_code] != date.era) return At(kWrongEra, era_code);
-    if (!YearAgrees(date.year)) {
+    if (!YearAgrees(date.year) || !EraAgrees(out.year)) {
       return At(kYearDisagrees, fields_.which(kYears | kShortYears));
     }
     std::uint32_t month = date.month, month_code = 0;
