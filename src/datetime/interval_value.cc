@@ -17,14 +17,22 @@ std::uint32_t SetAmount(LdiInter& out, const Amount& amount, std::uint32_t type,
     return 0;
   }
   std::int64_t rest = amount.count;
-  const std::int64_t leading = rest / kFieldSeconds[fields.first];
+  const bool days = fields.first == 0;
+  const std::int64_t leading = days ? rest / kDaySeconds : rest / kFieldSeconds[fields.first];
   if (leading > limit || leading < -limit) return KES_DATETIME_INTERVAL_RANGE;
   inter.field[fields.first] = static_cast<std::int32_t>(leading);
   rest -= leading * kFieldSeconds[fields.first];
-  auto small = static_cast<std::int32_t>(rest);  // less than a unit of the leading field
-  for (int i = fields.first + 1; i <= fields.last; ++i) {
-    inter.field[i] = small / kFieldSeconds[i];
-    small %= kFieldSeconds[i];
+  const auto small = static_cast<std::int32_t>(rest);  // less than a unit of the leading field
+  if (type == KES_INTERVAL_DAY_TO_SECOND) {  // the commonest, with constants to divide by
+    inter.field[1] = small / 3600;
+    inter.field[2] = small / 60 % 60;
+    inter.field[3] = small % 60;
+  } else {
+    std::int32_t left = small;
+    for (int i = fields.first + 1; i <= fields.last; ++i) {
+      inter.field[i] = left / kFieldSeconds[i];
+      left %= kFieldSeconds[i];
+    }
   }
   if (fields.last == kSecondsField) inter.field[kNanosField] = amount.nanos;
   out = inter;

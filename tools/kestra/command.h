@@ -59,6 +59,7 @@ extern const Command kTerritoriesCommand;
 extern const Command kInspectCommand;
 extern const Command kCalcCommand;
 extern const Command kDateCommand;
+extern const Command kTimestampCommand;
 extern const Command kTzCommand;
 
 }  // namespace kestra::tools
