@@ -74,7 +74,8 @@ KES_API void lnxmod(const uint8_t *x, size_t xlen, const uint8_t *y, size_t ylen
 KES_API void lnxrem(const uint8_t *x, size_t xlen, const uint8_t *y, size_t ylen, uint8_t *out,
                     size_t *outlen) KES_NOEXCEPT;
 
-/* lnxneg: out = -x. lnxabs: out = |x|. */
+/* lnxneg: out = -x. lnxabs: out = |x|. Both turn the bytes as they are: a malformed number may stay
+ * malformed. */
 KES_API void lnxneg(const uint8_t *x, size_t xlen, uint8_t *out, size_t *outlen) KES_NOEXCEPT;
 KES_API void lnxabs(const uint8_t *x, size_t xlen, uint8_t *out, size_t *outlen) KES_NOEXCEPT;
 

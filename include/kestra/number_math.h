@@ -1,7 +1,7 @@
 /* number_math.h: mathematical functions of NUMBERs.
  *
  * Arguments are the stored forms of number.h. Results are computed with 256 bits and rounded once to 20
- * base-100 digits: they are within half a unit of the last digit and a trifle (10^-30 of a unit), and exact
+ * base-100 digits: they are within half a unit of the last digit and a trifle (10^-20 of a unit), and exact
  * where the exact result can be stored. Angles are in radians.
  *
  * Result   0; too large gives infinity and too small zero, as in arithmetic. Infinite arguments give

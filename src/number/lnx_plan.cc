@@ -84,8 +84,10 @@ char* PutDigits(char* at, const Figures& figures, std::int64_t index, std::int64
     count -= zeros;
   }
   const std::int64_t held = std::clamp<std::int64_t>(figures.count - index, 0, count);
-  CopyShort(at, figures.Digits() + index, static_cast<std::size_t>(held));
-  at += held;
+  if (held > 0) {  // else index may lie past the room
+    CopyShort(at, figures.Digits() + index, static_cast<std::size_t>(held));
+    at += held;
+  }
   return held < count ? PutZeros(at, count - held) : at;
 }
 

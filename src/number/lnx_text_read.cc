@@ -78,13 +78,11 @@ class TextReader {
       collector_.AddIntegers(text_.substr(at_, run));
       at_ += run;
     }
-    const std::size_t point = at_;
     if (Take(symbols_.decimal)) {
       run = DigitRun(text_, at_);
       collector_.AddFraction(text_.substr(at_, run));
       at_ += run;
       any = any || run > 0;
-      if (!any && at_ < text_.size()) at_ = point;
     }
     return any;
   }
