@@ -34,8 +34,9 @@ class Number {
   const std::uint8_t* data() const { return bytes_; }
   std::size_t size() const { return length_; }
 
-  int Sign() const { return lnxsgn(bytes_, length_); }
-  bool IsZero() const { return Sign() == 0; }
+  // Not lnxsgn, to which the numbers nearest to zero are zero: they share its first byte.
+  int Sign() const { return IsZero() ? 0 : bytes_[0] < 0x80 ? -1 : 1; }
+  bool IsZero() const { return length_ == 1 && bytes_[0] == 0x80; }
   bool IsInteger() const;
   bool IsInfinite() const;
   std::string Text() const;
