@@ -3,6 +3,7 @@
 // Tests: tests/datetime/ldi_text_test.cc; fuzz/ldi_text_fuzz.cc.
 #include <cstring>
 
+#include "datetime/date_plan.h"
 #include "datetime/date_read.h"
 #include "datetime/datetime_model.h"
 #include "datetime/datetime_text.h"
@@ -87,11 +88,9 @@ std::uint32_t CheckTypes(std::span<const std::uint8_t> format, std::uint32_t typ
   return 0;
 }
 
-std::uint32_t Combine(LdiDate& out, const LdiParseContext& ctx, const ReadFields& fields,
-                      std::uint32_t type, std::uint32_t precision) noexcept {
-  const DatetimeFields& more = *fields.datetime;
-  ldxdate parts{};
-  if (const Fault fault = CombineFields(ctx.date, fields, parts)) return fault.number;
+std::uint32_t Combine(LdiDate& out, const LdiParseContext& ctx, const ldxdate& parts,
+                      const DatetimeFields& more, std::uint32_t type,
+                      std::uint32_t precision) noexcept {
   LdiDate date{};
   date.type = static_cast<std::uint8_t>(type);
   if (HasDate(type)) {
@@ -125,19 +124,59 @@ std::uint32_t Combine(LdiDate& out, const LdiParseContext& ctx, const ReadFields
   return 0;
 }
 
+// The commonest formats: a plan of dates (date_plan.h), then elements of datetimes and literals. False:
+// the format or the text is not of that kind, or there is something to complain about.
+bool ReadByPlan(LdiDate& out, std::span<const std::uint8_t> text,
+                std::span<const std::uint8_t> format, std::uint32_t type, std::uint32_t precision,
+                LdiParseContext& ctx) noexcept {
+  constexpr std::size_t kWorthAPlan = 12;
+  if (ctx.date.calendar != 0 || !HasDate(type)) return false;
+  std::span<const std::uint8_t> left = format;
+  LdiFormatItem item;
+  while (!left.empty() && left[0] != kDatetimeEscape) {
+    if (!NextItem(left, item)) return false;
+  }
+  const std::size_t run = format.size() - left.size();
+  if (run < kWorthAPlan) return false;
+  for (std::span<const std::uint8_t> rest = left; !rest.empty();) {
+    const bool escape = rest[0] == kDatetimeEscape;
+    if (!NextItem(rest, item) || item.code == kHour25 || !TypeHasElement(type, item.code)) {
+      return false;
+    }
+    if (!escape && item.code != KES_DATETIME_LITERAL_ITEM) return false;
+  }
+  const Plan* plan = PlanOf(StateOf(ctx.date), format.first(run));
+  if (plan == nullptr || !plan->readable || text.size() < plan->text_length) return false;
+  ldxdate parts;
+  if (!ReadPlan(*plan, text.first(plan->text_length), parts)) return false;
+  DatetimeFields more;
+  if (!left.empty()) {
+    if (CheckReadable(left, true)) return false;
+    ReadFields fields;
+    fields.datetime = &more;
+    if (ReadText(ctx.date, text.subspan(plan->text_length), left, false, fields)) return false;
+  } else if (text.size() != plan->text_length) {
+    return false;
+  }
+  return Combine(out, ctx, parts, more, type, precision) == 0;
+}
+
 std::uint32_t ReadBytes(LdiDate& out, std::span<const std::uint8_t> text,
                         std::span<const std::uint8_t> format, std::uint32_t type,
                         std::uint32_t precision, LdiParseContext& ctx) noexcept {
   if (!IsDatetimeType(type)) return KES_DATETIME_BAD_TYPE;
   if (precision > KES_DATETIME_MAX_PRECISION) return KES_DATETIME_BAD_FRACTION;
+  if (ReadByPlan(out, text, format, type, precision, ctx)) return 0;
   if (const Fault fault = CheckReadable(format, true)) return fault.number;
   if (const std::uint32_t error = CheckTypes(format, type)) return error;
   const auto attempt = [&](bool full_years) {
     DatetimeFields more;
     ReadFields fields;
     fields.datetime = &more;
-    const Fault fault = ReadText(ctx.date, text, format, full_years, fields);
-    return fault ? fault.number : Combine(out, ctx, fields, type, precision);
+    ldxdate parts{};
+    Fault fault = ReadText(ctx.date, text, format, full_years, fields);
+    if (!fault) fault = CombineFields(ctx.date, fields, parts);
+    return fault ? fault.number : Combine(out, ctx, parts, more, type, precision);
   };
   const std::uint32_t error = attempt(false);
   if (error == 0) return 0;
