@@ -197,6 +197,40 @@ TEST_F(LdiInZones, TheSessionsZoneServesValuesWithout) {
       1878u);
 }
 
+TEST_F(LdiInZones, RandomInstantsInRandomZonesComeBack) {
+  constexpr const char* kRegions[7] = {"America/New_York",   "Europe/Berlin",     "Asia/Kathmandu",
+                                       "Europe/Dublin",      "Africa/Casablanca", "Africa/Monrovia",
+                                       "Australia/Lord_Howe"};
+  DatetimeSource source(11);
+  const std::size_t count = LawCount(30'000);
+  std::size_t moved = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    LdiDate x = source.Date(KES_DATETIME_TIMESTAMP_TZ);
+    x.year = static_cast<std::int16_t>(1850 + source.Below(340));
+    if (LdiDateCheck(&x) != 0) continue;
+    const auto region = static_cast<std::uint16_t>(zones_.Id(kRegions[source.Below(7)]));
+    LdiDate in;
+    ASSERT_EQ(LdiTimeZoneAdjust(&in, &x, LdiZone{0, 0, region}, &session_), 0u);
+    ASSERT_EQ(LdiDateCheck(&in), 0u) << Show(in);
+    int order = 2;
+    ASSERT_EQ(LdiDateCompare(&in, &x, nullptr, &order), 0u);
+    ASSERT_EQ(order, 0) << Show(x) << " is " << Show(in);
+    LdiInter inter = source.Inter(KES_INTERVAL_DAY_TO_SECOND);
+    inter.field[0] %= 1000;
+    LdiDate sum, back;
+    ASSERT_EQ(LdiDateInterAddTZ(&sum, &in, &inter, &session_), 0u);
+    ASSERT_EQ(LdiDateInterSubtractTZ(&back, &sum, &inter, &session_), 0u);
+    ASSERT_EQ(Show(back), Show(in)) << Show(inter) << " by way of " << Show(sum);
+    std::uint8_t bytes[KES_DATETIME_BYTES];
+    std::size_t length = 0;
+    ASSERT_EQ(LdiDateToArray(bytes, sizeof bytes, &length, &in), 0u);
+    ASSERT_EQ(LdiDateFromArray(&back, bytes, length, in.type, &session_), 0u);
+    ASSERT_EQ(Show(back), Show(in));
+    ++moved;
+  }
+  EXPECT_GT(moved, count / 4);
+}
+
 TEST(LdiZoneFromText, OffsetsAndTheirLimits) {
   struct Case {
     const char* text;
