@@ -234,7 +234,8 @@ KES_API void ldxstdarr(ldxctx *ctx, ldxdate *const *out, const uint8_t *const *t
 
 /* ldxgtz: the number of a zone by its abbreviation, in any letters: adt ast bdt bst cdt cst edt est
  * gmt hdt hst mdt mst nst pdt pst ydt yst.
- * name     length bytes in the handle's set; with length 0 it ends with a NUL.
+ * name     length bytes in the handle's set, in ASCII when that has two-byte units; with length 0 it
+ *          ends with a NUL.
  * Result   0 to 17, in that order. Error 1857 unknown (then -1). */
 KES_API int32_t ldxgtz(ldxctx *ctx, const uint8_t *name, size_t length);
 

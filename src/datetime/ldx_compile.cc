@@ -1,5 +1,7 @@
 // ldxsti, ldxsto, ldxsnf, ldxsnfcom: date format models compiled whole or item by item. Models of
 // two-byte code units are scanned through a window of UTF-8, a window for each item.
+#include <string.h>
+
 #include <algorithm>
 
 #include "datetime/model_scan.h"
@@ -10,6 +12,7 @@
 namespace kestra::datetime {
 namespace {
 
+constexpr std::uint32_t kLiteralTooLong = 1800;
 constexpr std::uint32_t kBeginsWithNul = 1820;
 constexpr std::uint32_t kUnknown = 1821;
 constexpr std::uint32_t kNoPrepassFlag = 1u << 16;  // of a handle's flags
@@ -17,19 +20,42 @@ constexpr std::uint32_t kNoPrepassFlag = 1u << 16;  // of a handle's flags
 // No item takes more than this many code units: the longest literal and its quotes.
 constexpr std::size_t kWindowUnits = 256;
 
+std::span<const std::uint8_t> WindowOf(std::span<const std::uint8_t> text) noexcept {
+  return text.first(std::min(text.size(), 2 * kWindowUnits));
+}
+
+bool HasQuote(std::span<const std::uint8_t> text, UnitOrder order) noexcept {
+  std::uint8_t window[kUtf8PerUnit * kWindowUnits];
+  while (!text.empty()) {
+    const std::size_t length = UnitsToUtf8(WindowOf(text), order, window);
+    if (memchr(window, '"', length) != nullptr) return true;
+    text = text.subspan(WindowOf(text).size());
+  }
+  return false;
+}
+
 ScanStep ScanUnits(const ldxctx& ctx, std::span<const std::uint8_t> text,
                    std::span<std::uint8_t> out, ldxscan& state) noexcept {
   const UnitOrder order = OrderOfUnits(ctx);
   std::uint8_t window[kUtf8PerUnit * kWindowUnits];
-  const std::size_t length =
-      UnitsToUtf8(text.first(std::min(text.size(), 2 * kWindowUnits)), order, window);
+  const std::size_t length = UnitsToUtf8(WindowOf(text), order, window);
   // A character that another set has is none of a model that is scanned as UTF-8.
+  std::size_t beyond = length;
   if (!KeepsUtf8(ctx)) {
-    for (std::size_t i = 0; i < length; ++i) {
-      if (window[i] >= 0x80) window[i] = 0;
+    for (std::size_t i = length; i-- > 0;) {
+      if (window[i] < 0x80) continue;
+      window[i] = 0;
+      beyond = i;
     }
   }
   ScanStep step = ScanItem(ctx, {window, length}, out, state);
+  if (!step.fault && step.taken > beyond) step.fault = {kUnknown, beyond};  // in quoted text
+  // Quoted text that ends behind the window is too long for a literal.
+  const bool open_quote =
+      step.fault.number == kUnknown && step.fault.offset == 0 && length != 0 && window[0] == '"';
+  if (open_quote && HasQuote(text.subspan(WindowOf(text).size()), order)) {
+    step.fault.number = kLiteralTooLong;
+  }
   // Half a unit at the end counts as a whole one.
   const auto in_units = [&](std::size_t offset) {
     return std::min(UnitBytes({window, std::min(offset, length)}), text.size());

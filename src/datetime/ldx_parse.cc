@@ -43,6 +43,8 @@ class UnitText {
 
 Fault ReadUnits(ldxctx& ctx, std::span<const std::uint8_t> units,
                 std::span<const std::uint8_t> format, bool retry, ldxdate& out) noexcept {
+  // Offsets of its errors lie in the format.
+  if (const Fault fault = CheckReadable(format)) return fault;
   const UnitText text(ctx, units);
   if (!text.fits()) return {kTextLeft, 2 * kMaxUnits};
   const Fault fault = ReadDate(ctx, text.bytes(), format, retry, out);

@@ -2,10 +2,12 @@
 // set's languages in sets of other kinds.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <random>
 #include <sstream>
 
+#include "datetime/ldx_state.h"
 #include "datetime/simple_case.h"
 #include "kestra/convert.h"
 #include "tests/support/date_context.h"
@@ -50,6 +52,22 @@ void RoundTrip(DateContext& context, const std::string& format, const std::strin
   }
 }
 
+// A context has room for all names of its language and calendar: none was cut.
+void ExpectWholeNames(DateContext& context, const std::string& what) {
+  const datetime::State& state = datetime::StateOf(*context.get());
+  const auto longest = [](const datetime::NameForms& name) {
+    return std::max({name.form[0].length, name.form[1].length, name.form[2].length});
+  };
+  EXPECT_TRUE(state.names_loaded) << what;
+  EXPECT_LE(state.pool_used + datetime::kNameRoom, datetime::kPoolSize) << what;
+  for (const datetime::NameForms& name : state.names) {
+    EXPECT_LE(longest(name) + 4u, datetime::kNameRoom) << what;
+  }
+  for (const datetime::NameForms& name : state.calendar_names) {
+    EXPECT_LE(longest(name) + 4u, datetime::kNameRoom) << what;
+  }
+}
+
 std::vector<std::string> NamesOf(std::uint32_t kind, lxcontext* context) {
   std::vector<std::string> names;
   std::uint32_t id = 0;
@@ -75,6 +93,15 @@ TEST(LdxFullData, LongDatesOfEveryLanguageAreReadBack) {
                               "FMDy DD Mon YYYY bc HH AM MI SS", "FXDAY, DD month YYYY ad SSSSS"}) {
       RoundTrip(context, context.Compile(model), language + " " + model, {true, true, true}, 40,
                 random);
+    }
+    ExpectWholeNames(context, language);
+    for (const char* calendar : {"JAPANESE", "HEBREW", "ETHIOPIC", "INDIAN"}) {
+      ASSERT_EQ(
+          lxhlmod(&handle, calendar, strlen(calendar), KES_ITEM_CALENDAR, 0, 0, session.context()),
+          1);
+      DateContext in_calendar(&handle, session.context());
+      EXPECT_NE(in_calendar.Write(MakeDate(2019, 3, 5), "DD Month EE"), "");
+      ExpectWholeNames(in_calendar, language + " " + calendar);
     }
   }
 }
@@ -126,6 +153,7 @@ TEST(LdxFullData, LongDatesInTheLanguagesOwnSetsAreReadBack) {
     const std::string readable = context.Compile(std::string_view(
         reinterpret_cast<char*>(converted), (handle.flags & KES_CHARSET_UTF16) != 0 ? 2 * dl : dl));
     RoundTrip(context, readable, handle_text, {true, false, true}, 200, random);
+    ExpectWholeNames(context, handle_text);
     std::uint8_t out[1024];
     const ldxdate date = MakeDate(2019, 3, 5, 19, 4);
     EXPECT_GT(ldxdts(context.get(), &date, TextData(format), format.size(), out, sizeof out), 30u);
@@ -209,6 +237,16 @@ TEST(LdxSets, TwoByteUnits) {
     EXPECT_EQ(context.ErrorOf([&] { context.Compile(std::string(4, '\0')); }), 1820u);
     EXPECT_EQ(context.ErrorOf([&] { context.Compile(bytes_of(u"DD \u0434")); }), 1821u);
     EXPECT_EQ(context.get()->error_offset, 6u);
+    // Format errors tell where in the format, whatever the text.
+    EXPECT_EQ(context.Read(bytes_of(u"10"), bytes_of(u"DD Q")), "1820 at 5");
+    // Literals of every length about the limit, and of more than a window of units.
+    for (const std::size_t length : {208u, 209u, 210u, 253u, 254u, 255u, 256u, 1000u}) {
+      const std::u16string quoted = u"\"" + std::u16string(length, u'x');
+      const std::uint32_t expected = length <= 209 ? 0u : 1800u;
+      EXPECT_EQ(context.ErrorOf([&] { context.Compile(bytes_of(quoted + u"\" DD")); }), expected)
+          << length;
+      EXPECT_EQ(context.ErrorOf([&] { context.Compile(bytes_of(quoted)); }), 1821u) << length;
+    }
   }
   // UTF-16 beside a handle in another set.
   lxhandle handle = session.Handle("GERMAN_GERMANY.WE8ISO8859P1");
@@ -314,6 +352,14 @@ TEST(LdxSets, UnitsAreScannedItemByItem) {
   EXPECT_EQ(items, 6u);
   EXPECT_EQ(remaining, 0u);
   EXPECT_EQ(std::string(bytes, out), context.Compile("FMDD \"de\" Month"));
+  // What ASCII has not is refused inside of quotes too.
+  const std::u16string foreign = u"\"d\u00E9\"";
+  text = reinterpret_cast<const std::uint8_t*>(foreign.data());
+  remaining = 2 * foreign.size();
+  EXPECT_EQ(
+      context.ErrorOf([&] { ldxsnfcom(context.get(), &text, &remaining, &out, &space, &state); }),
+      1821u);
+  EXPECT_EQ(context.get()->error_offset, 4u);
 }
 
 struct CalendarCase {
