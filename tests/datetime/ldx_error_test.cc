@@ -11,6 +11,9 @@ namespace {
 std::jmp_buf frame;
 volatile std::uint32_t jumped_with;
 
+constexpr std::uint8_t kLetters[] = {'x', 'y'};  // no model, date or zone
+constexpr std::uint8_t kYear[] = {KES_DATE_YYYY, 16};
+
 struct Failing {
   const char* what;
   std::uint32_t error;
@@ -56,6 +59,31 @@ const Failing kFailing[] = {
        const ldxdelta delta = {1, 0};
        ldxadsarr(ctx, to, from, 20, &delta, KES_DATE_SHARED, nullptr);
      }},
+    {"ldxsti", 1821,
+     [](ldxctx* ctx) {
+       std::uint8_t format[8];
+       ldxsti(ctx, kLetters, 2, format, sizeof format);
+     }},
+    {"ldxdts", 1801,
+     [](ldxctx* ctx) {
+       const ldxdate date = Date("2019-12-31");
+       std::uint8_t text[3];
+       ldxdts(ctx, &date, kYear, sizeof kYear, text, sizeof text);
+     }},
+    {"ldxstd", 1858,
+     [](ldxctx* ctx) {
+       ldxdate date;
+       ldxstd(ctx, kLetters, 2, kYear, sizeof kYear, &date);
+     }},
+    {"ldxstdarr", 1858,
+     [](ldxctx* ctx) {
+       ldxdate date;
+       ldxdate* const to[] = {&date};
+       const std::uint8_t* const texts[] = {kLetters};
+       const std::size_t length = 2;
+       ldxstdarr(ctx, to, texts, 1, &length, kYear, sizeof kYear, 0, nullptr);
+     }},
+    {"ldxgtz", 1857, [](ldxctx* ctx) { ldxgtz(ctx, kLetters, 2); }},
 };
 
 void ExpectWorking(ldxctx* ctx) {
