@@ -139,8 +139,8 @@ KES_API uint32_t ldxsnfcom(ldxctx *ctx, const uint8_t **text, size_t *remaining,
  *          format is damaged; 1822 E or EE, but the handle's calendar has no eras of its own; 1865
  *          the date lies in an era without a name; 600 no format given and no default.
  * Overlap  none. */
-KES_API size_t ldxdts(ldxctx *ctx, const ldxdate *date, const uint8_t *format,
-                      size_t format_length, uint8_t *out, size_t room);
+KES_API size_t ldxdts(ldxctx *ctx, const ldxdate *date, const uint8_t *format, size_t format_length,
+                      uint8_t *out, size_t room);
 
 /* ldxdtsint: the same without raising anything. *length receives the length.
  * Result   0, or the number that ldxdts would raise; then *length is 0. */
