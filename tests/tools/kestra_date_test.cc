@@ -61,6 +61,7 @@ const Case kCases[] = {
     {{"2019-02-29"}, "", 2, "", "is not a date as 2019-02-28"},
     {{"2019-02-28 12"}, "", 2, "", "is not a date"},
     {{"1582-10-10"}, "", 2, "", "is not a date"},
+    {{"67555-01-01"}, "", 2, "", "is not a date"},  // 2019 in its low 16 bits
     {{"--add-days", "1", "9999-12-31"}, "", 1, "", "error 1841"},
     {{"--add-days", "many", "2019-02-28"}, "", 2, "", "'many' is not a number"},
     {{"--add-days", "1e9", "2019-02-28"}, "", 2, "", "too many days"},
@@ -126,6 +127,11 @@ TEST(KestraDate, ShowsWhereAModelIsWrong) {
   const ChildResult both = RunTool("kestra", {"date", "--explain", "HH12 HH24"}, "", kHome);
   EXPECT_EQ(both.exit_code, 1);
   EXPECT_NE(both.out.find("error 1813"), std::string::npos) << both.out;
+  // An element that cannot be written is pointed at too.
+  const ChildResult era =
+      RunTool("kestra", {"date", "--explain", "YYYY E", "2019-05-02"}, "", kHome);
+  EXPECT_EQ(era.exit_code, 1);
+  EXPECT_NE(era.out.find("\n  YYYY E\n       ^\n"), std::string::npos) << era.out;
 }
 
 TEST(KestraDate, NowIsBetweenBeforeAndAfter) {

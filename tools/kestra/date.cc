@@ -59,6 +59,16 @@ std::string Meaning(const ModelPiece& piece) {
   return meaning;
 }
 
+// What an element writes; a fault of it lies where it begins in the model.
+std::string WritePiece(DateTool& tool, const ldxdate& date, const ModelPiece& piece,
+                       std::size_t begin) {
+  try {
+    return piece.compiled.empty() ? "" : tool.Write(date, piece.compiled);
+  } catch (const DateFault& fault) {
+    throw DateFault(fault.number(), begin);
+  }
+}
+
 int Explain(DateTool& tool, const std::string& model, const ldxdate& date, bool json) {
   nlohmann::ordered_json answer = {{"model", model}};
   Table table({{"MODEL"}, {"MEANS"}, {"WRITES"}, {"READS"}});
@@ -69,7 +79,7 @@ int Explain(DateTool& tool, const std::string& model, const ldxdate& date, bool 
     state.repeat = 1;
     ModelPiece piece;
     while (at < model.size() && tool.NextPiece(model, at, state, piece)) {
-      const std::string text = piece.compiled.empty() ? "" : tool.Write(date, piece.compiled);
+      const std::string text = WritePiece(tool, date, piece, at - piece.text.size());
       const bool reads = IsReadable(piece.code);
       table.Add({Printable(piece.text), Meaning(piece), Printable("'" + text + "'"),
                  reads ? "yes" : "no"});

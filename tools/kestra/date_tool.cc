@@ -314,7 +314,7 @@ bool ReadPlainDate(std::string_view text, ldxdate& out) {
          static_cast<std::uint8_t>(minute),
          static_cast<std::uint8_t>(second),
          0};
-  return year >= -9999 && ldxchk(nullptr, &out, KES_DATE_PARTS) == 0;
+  return year >= -9999 && year <= 9999 && ldxchk(nullptr, &out, KES_DATE_PARTS) == 0;
 }
 
 std::uint32_t UnitOf(DateTool& tool, std::string_view name) {
