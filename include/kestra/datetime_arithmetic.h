@@ -29,7 +29,8 @@ extern "C" {
  *          forward, else to -1, and its 29 February to the 28th.
  * Zones    the plain forms keep offset and region as they are: right for offsets and for types
  *          without a zone. The forms with TZ take the rules of the region from the session's zone
- *          file: months move the local time, which then finds its offset and leaves a gap forward;
+ *          file: months move the local time, which then finds its offset, keeps the one it had
+ *          when it exists twice (1:30 daylight time stays that), and leaves a gap forward;
  *          days to seconds move the instant, so that a day is 24 hours. 1:30 the day before the
  *          clocks go forward, plus 24 hours, is 2:30.
  *
@@ -125,8 +126,9 @@ KES_API uint32_t LdiDateExtractTZ(uint8_t *out, size_t size, size_t *length, con
 KES_API uint32_t LdiDayofWeek(const LdiDate *in, uint32_t first, uint32_t *day) KES_NOEXCEPT;
 
 /* LdiRound, LdiTruncate: to a unit, by the rules of ldxrnd and ldxtrn (date.h), on the local time;
- * also to SS (27), the whole second. Times of day round to hours (24, 25), minutes (26) and seconds and begin
- * again at midnight. The result finds its offset in its region's rules.
+ * also to SS (27), the whole second. Times of day round to hours (24, 25), minutes (26) and seconds
+ * and begin again at midnight. The result finds its offset in its region's rules; where it exists
+ * twice it keeps the offset it had.
  *
  * unit     the code of a format element.
  * first    first weekday of the territory, as in LdiDayofWeek, for the units D, DAY and DY.

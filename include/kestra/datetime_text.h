@@ -46,6 +46,7 @@ enum {
   KES_DATETIME_FF1 = 52, /* FF1..FF9: 52..60 */
   KES_DATETIME_NYYYY = 61,
   KES_DATETIME_LITERAL_ITEM = 62,
+  /* Compiled to the elements of the language's formats; no item has these codes. */
   KES_DATETIME_DL = 63,
   KES_DATETIME_DS = 64,
   KES_DATETIME_TS = 65

@@ -74,7 +74,8 @@ std::uint32_t AddInZone(LdiDate& out, const LdiDate& in, const LdiInter& inter, 
   const Amount amount = Signed(inter, sign);
   const Zone zone{.zones = session != nullptr ? session->zones : nullptr,
                   .region = in.region,
-                  .minutes = ZoneMinutes(in)};
+                  .minutes = ZoneMinutes(in),
+                  .keeps = true};
   LdiDate date = in;
   if (months) {
     if (const std::uint32_t error = AddMonths(date, amount.count, missing)) return error;

@@ -1,4 +1,4 @@
-// Comparison of datetimes. Two values without a zone, or in one zone at one offset, are their
+// Comparison of datetimes. Two values without a zone, or dated ones at one offset, are their
 // fields as one 64-bit number (zone_key.h); only different offsets need day numbers.
 #include "datetime/datetime_value.h"
 #include "datetime/zone_rules.h"
@@ -12,7 +12,10 @@ int Order(const Moment& x, const Moment& y) noexcept { return (y < x) - (x < y);
 std::uint32_t CompareMixed(const LdiDate& x, const LdiDate& y, const LdiSession* session,
                            int& order) noexcept {
   if (const std::uint32_t error = LdiDateComparable(x.type, y.type)) return error;
-  if (!HasZone(x.type) && !HasZone(y.type)) {
+  const bool zoned = HasZone(x.type) && HasZone(y.type);
+  // Times of day go through UTC, where they may pass midnight.
+  const bool one_offset = zoned && HasDate(x.type) && ZoneMinutes(x) == ZoneMinutes(y);
+  if (one_offset || (!HasZone(x.type) && !HasZone(y.type))) {
     order = CompareFields(x, y);
     return 0;
   }

@@ -57,7 +57,8 @@ std::uint32_t Apply(Way way, LdiDate& out, const LdiDate& in, std::uint32_t unit
   if (HasZone(date.type)) {
     const Zone zone{.zones = session != nullptr ? session->zones : nullptr,
                     .region = in.region,
-                    .minutes = ZoneMinutes(in)};
+                    .minutes = ZoneMinutes(in),
+                    .keeps = true};
     if (const std::uint32_t error = AttachZone(date, zone)) return error;
   }
   out = date;

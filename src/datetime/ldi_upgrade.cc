@@ -19,20 +19,8 @@ std::uint32_t Upgrade(LdiDate& out, const LdiDate& in, const ltzfile* to) noexce
   if (!IsDatetimeType(in.type)) return KES_DATETIME_BAD_TYPE;
   LdiDate date = in;
   if (HasRegion(in)) {
-    if (to == nullptr) return KES_DATETIME_ZONE_FILE;
-    LdiDate local = in;
-    local.type = KES_DATETIME_TIMESTAMP;
-    ltzlocal answer;
-    const int status = ltzGetLocalA(to, in.region, &local, &answer);
-    if (status != 0) return ZoneError(status);
-    const bool kept =
-        answer.kind == KES_ZONE_TWICE && (answer.reading[0].offset / 60 == ZoneMinutes(in) ||
-                                          answer.reading[1].offset / 60 == ZoneMinutes(in));
-    if (!kept) {
-      if (const std::uint32_t error = AttachZone(date, {.zones = to, .region = in.region})) {
-        return error;
-      }
-    }
+    const Zone zone{.zones = to, .region = in.region, .minutes = ZoneMinutes(in), .keeps = true};
+    if (const std::uint32_t error = AttachZone(date, zone)) return error;
   }
   out = date;
   return 0;

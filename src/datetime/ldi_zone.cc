@@ -126,7 +126,9 @@ std::uint32_t PutZoneAbbreviation(PlainWriter& out, const LdiDate& date,
   ltzperiod period;
   const int status = ltzLookup(zones, date.region, &utc, &period);
   if (status != 0) return ZoneError(status);
-  out.Put(std::string_view(period.abbreviation));
+  const std::string_view abbreviation(period.abbreviation);
+  if (abbreviation.size() >= kRegionRoom) return KES_DATETIME_FAILED;
+  out.Put(abbreviation);
   return 0;
 }
 

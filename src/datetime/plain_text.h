@@ -16,6 +16,9 @@ constexpr char ToUpper(char c) noexcept {
   return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
 }
 
+// The longest text is the literal of a timestamp with a region, whose name has up to 255 characters.
+inline constexpr std::size_t kPlainRoom = 320;
+
 // What is read: a copy in ASCII, blanks at both ends removed. A character that ASCII has not is the
 // byte FF. A text that does not fit is no literal: it is left empty.
 class PlainText {
@@ -25,7 +28,7 @@ class PlainText {
   std::string_view view() const noexcept { return text_; }
 
  private:
-  static constexpr std::size_t kRoom = 256;
+  static constexpr std::size_t kRoom = kPlainRoom;
   char buffer_[kRoom];
   std::string_view text_;
 };
@@ -55,7 +58,7 @@ class PlainWriter {
   std::uint32_t CopyTo(std::uint16_t* out, std::size_t size, std::size_t& length) const noexcept;
 
  private:
-  static constexpr std::size_t kRoom = 256;
+  static constexpr std::size_t kRoom = kPlainRoom;
   char buffer_[kRoom];
   std::size_t length_ = 0;
 };

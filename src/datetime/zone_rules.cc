@@ -55,7 +55,10 @@ std::uint32_t RegionAtLocal(const Zone& zone, const LdiDate& date, Moment& local
     local.seconds += (after - answer.reading[0].offset / 60) * 60;
     return WholeMinutes(answer.reading[1].offset, minutes);
   }
-  return WholeMinutes(answer.reading[answer.chosen].offset, minutes);
+  const std::uint32_t other = 1 - answer.chosen;
+  const bool kept = zone.keeps && answer.kind == KES_ZONE_TWICE &&
+                    answer.reading[other].offset / 60 == zone.minutes;
+  return WholeMinutes(answer.reading[kept ? other : answer.chosen].offset, minutes);
 }
 
 }  // namespace

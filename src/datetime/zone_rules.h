@@ -22,11 +22,13 @@ std::uint32_t FindRegion(const ltzfile* zones, std::string_view name, std::uint3
 
 inline constexpr std::size_t kRegionRoom = 256;  // of a region's name with its NUL
 
-// A zone: a region when it is not 0, else an offset.
+// A zone: a region when it is not 0, else an offset. keeps: minutes is the offset that the region had
+// before the local time was moved; where that exists twice now, the reading with this offset is it.
 struct Zone {
   const ltzfile* zones = nullptr;
   std::uint32_t region = 0;
   std::int32_t minutes = 0;
+  bool keeps = false;
 };
 Zone SessionZone(const LdiSession* session) noexcept;
 

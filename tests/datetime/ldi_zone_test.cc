@@ -4,6 +4,7 @@
 #include "datetime/lazy_time.h"
 #include "kestra/date_format.h"
 #include "kestra/datetime_arithmetic.h"
+#include "kestra/datetime_text.h"
 #include "kestra/datetime_zone.h"
 #include "tests/support/datetime_values.h"
 #include "tests/support/nls_fixture.h"
@@ -309,6 +310,59 @@ TEST_F(LdiInZones, RoundingFindsTheOffsetAgain) {
   EXPECT_EQ(LdiRound(&out, &time, KES_DATE_DD, 0, nullptr), 1899u);
   EXPECT_EQ(LdiRound(&out, &summer, KES_DATE_Y_YYY, 0, &session_), 1899u);
   EXPECT_EQ(LdiRound(&out, &summer, 200, 0, &session_), 1899u);
+}
+
+// 1:30 comes twice on this day: first at -04:00, then at -05:00.
+TEST_F(LdiInZones, ATimeThatComesTwiceKeepsItsOffset) {
+  LdiInter none;
+  ASSERT_EQ(LdiInterConstruct(&none, 0, 0, 0, 0, 0, 0, 0, 2, 0, KES_INTERVAL_MONTH), 0u);
+  const LdiZone new_york = ZoneOf("America/New_York");
+  const struct {
+    const char* utc;
+    const char* hour;
+    const char* same;
+  } kCases[] = {
+      {"2026-11-01 05:30:00", "2026-11-01 01:00:00.000000000 -04:00",
+       "2026-11-01 01:30:00.000000000 -04:00"},
+      {"2026-11-01 06:30:00", "2026-11-01 01:00:00.000000000 -05:00",
+       "2026-11-01 01:30:00.000000000 -05:00"},
+  };
+  for (const auto& c : kCases) {
+    const LdiDate utc = Datetime(c.utc);
+    LdiDate in, out;
+    ASSERT_EQ(LdiTimeZoneAdjust(&in, &utc, new_york, &session_), 0u);
+    ASSERT_EQ(LdiTruncate(&out, &in, KES_DATE_HH24, 0, &session_), 0u);
+    EXPECT_EQ(Plain(out), c.hour);
+    ASSERT_EQ(LdiRound(&out, &in, KES_DATE_MI, 0, &session_), 0u);
+    EXPECT_EQ(Plain(out), c.same);
+    ASSERT_EQ(LdiDateInterAddTZ(&out, &in, &none, &session_), 0u);
+    EXPECT_EQ(Plain(out), c.same);
+  }
+}
+
+TEST(LdiDateToLiteral, TheLongestNameOfARegionComesBack) {
+  const std::vector<std::uint8_t> bytes =
+      BuildZones({{1, std::string(255, 'N'), {{kLongAgo, -12600, false, std::string(256, 'A')}}}});
+  const ltzfile* zones = ltzReadMemory(bytes.data(), bytes.size(), nullptr, nullptr);
+  ASSERT_NE(zones, nullptr);
+  LdiSession session;
+  LdiSessionInit(&session, zones);
+  LdiDate in;
+  ASSERT_EQ(LdiDateConstructN(&in, -4711, 12, 31, 23, 59, 59, 999999999, 9,
+                              KES_DATETIME_TIMESTAMP_TZ, 0, 0, 1, zones),
+            0u);
+  std::uint8_t text[400];
+  std::size_t length = 0;
+  ASSERT_EQ(LdiDateToLiteral(text, sizeof text, &length, &in, 9, &session, nullptr), 0u);
+  LdiDate back;
+  ASSERT_EQ(LdiDateFromLiteral(&back, text, length, 0, &session, nullptr), 0u)
+      << std::string(text, text + length);
+  EXPECT_EQ(Show(back), Show(in));
+  // An abbreviation that long is refused, not cut.
+  EXPECT_EQ(
+      LdiDateExtractTZ(text, sizeof text, &length, &in, KES_FIELD_ABBREVIATION, &session, nullptr),
+      1891u);
+  ltzFree(zones);
 }
 
 // Two releases of one zone: the second puts the clock forward an hour on 2 January 1970.

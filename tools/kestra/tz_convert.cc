@@ -148,6 +148,9 @@ int ConvertTime(const Zones& zones, const std::string& time, const ZoneName* fro
     kind = both.kind;
     explanation = Explain(zones, *from, parsed.seconds, both);
   }
+  if (utc != ToSeconds(ToTimestamp(utc))) {
+    throw ToolError(kUsage, fmt::format("'{}' is not in the years 1 to 9999", time));
+  }
   std::vector<std::pair<std::string, ZoneState>> answers = {{"UTC", {utc, 0, false, "UTC"}}};
   if (from != nullptr) answers.emplace_back(from->name, zones.At(from->id, utc));
   for (const ZoneName* zone : to) answers.emplace_back(zone->name, zones.At(zone->id, utc));
