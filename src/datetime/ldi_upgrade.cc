@@ -1,7 +1,7 @@
 // Values made under one release of the zone file under the rules of another, and what changed
 // between the two.
 //
-// Tests: tests/datetime/ldi_upgrade_test.cc.
+// Tests: tests/datetime/ldi_zone_test.cc.
 #include <cstring>
 
 #include "datetime/datetime_value.h"
