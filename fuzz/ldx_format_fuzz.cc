@@ -49,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   ldxdate date;
   std::memcpy(&date, data + 2, sizeof date);
   std::string format(reinterpret_cast<const char*>(data + 10), size - 10);
-  if ((data[1] & 1u) == 0) {
+  const bool from_model = (data[1] & 1u) == 0;
+  if (from_model) {
     std::uint8_t compiled[4096];
     ctx->error = 0;
     const std::size_t length = ldxsto(ctx, data + 10, size - 10, compiled, sizeof compiled);
@@ -80,6 +81,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::uint32_t read =
       ldxstdnew(ctx, reinterpret_cast<const std::uint8_t*>(text.data()), text.size(), bytes,
                 format.size(), &back, KES_DATE_QUIET, nullptr);
-  if (read == 0 && Write(ctx, back, format, kRoom, again) == 0) Require(again == text);
+  // A format that no model gives may have digits in its punctuation, which a number swallows.
+  const bool written = read == 0 && Write(ctx, back, format, kRoom, again) == 0;
+  Require(!written || !from_model || again == text);
   return 0;
 }
