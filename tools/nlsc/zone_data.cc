@@ -38,7 +38,7 @@ std::string FormatInstant(std::int64_t instant) {
 }
 
 std::string FormatOffset(std::int32_t seconds) {
-  const int size = std::abs(seconds);
+  const std::int64_t size = std::abs(std::int64_t{seconds});
   std::string text =
       fmt::format("{}{:02}:{:02}", seconds < 0 ? '-' : '+', size / 3600, size / 60 % 60);
   if (size % 60 != 0) text += fmt::format(":{:02}", size % 60);
