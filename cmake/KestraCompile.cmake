@@ -22,8 +22,13 @@ endif()
 
 # The runtime library: no exceptions, no run-time type information, nothing visible by default.
 add_library(kestra_runtime_flags INTERFACE)
+# A callback that throws passes through the library; the thread sanitizer counts the frames it leaves
+# only where these know of exceptions.
+if(NOT KESTRA_SANITIZE STREQUAL "thread")
+  set(KESTRA_NO_EXCEPTIONS -fno-exceptions)
+endif()
 target_compile_options(kestra_runtime_flags INTERFACE
-  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+  $<$<COMPILE_LANGUAGE:CXX>:${KESTRA_NO_EXCEPTIONS} -fno-rtti -fno-threadsafe-statics>
   # Tables computed by the compiler: clang counts steps.
   $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fconstexpr-steps=100000000>
   -ffunction-sections -fdata-sections)
