@@ -4,6 +4,7 @@
 // piece repeated; lines that a pair of sets cannot hold are left out. Every run's result is
 // compared with iconv's before it is timed. Rows are named from>to/text/bytes of source/who; bytes
 // per second count the source. scripts/bench-ratios makes a table of ratios from the JSON output.
+// BENCH_CPU_LEVEL=0 or 1 in the environment runs the kernels of lesser processors.
 #include <benchmark/benchmark.h>
 #include <iconv.h>
 
@@ -17,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/cpu_level.h"
 #include "kestra/convert.h"
 #include "kestra/handle.h"
 #ifdef KESTRA_HAVE_ICU
@@ -310,6 +312,7 @@ void RunIcu(benchmark::State& state, const Work* work) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  kestra::bench::ForceCpuLevelOfEnvironment();
   benchmark::Initialize(&argc, argv);
   static std::vector<Work*> works;
   for (const Row& row : kRows) {
