@@ -6,7 +6,8 @@
  *   TZR           the region's name, or +hh:mm where there is none
  *   TZD           the abbreviation in force: EST, EDT; reads of a text choose with it between two
  *                 readings of a time that comes twice
- *   X             the radix character, a full stop; texts may have a comma
+ *   X             the decimal character of the handle (KES_ITEM_NUMERIC_CHARACTERS; a full stop
+ *                 without one); texts may have a full stop or a comma too
  *   HH25          hours 0 to 24; 24 only at 24:00:00, the end of the day
  * Compiled formats are those of date_format.h too: an element of this list is the byte 39 and its
  * code.
@@ -98,7 +99,7 @@ KES_API uint32_t LdiGetFormatItem(LdiFormatItem *item, const uint8_t *format, si
                                   size_t *offset) KES_NOEXCEPT;
 
 /* LdiUnparse: a model that compiles to this format again, in the set that its literals are in.
- * LdiMaxSize: a size that every text written with it fits into, in bytes of that set.
+ * LdiMaxSize: a size that every text written with it fits into, in bytes of the set of texts.
  * Errors   1821; 1877. */
 KES_API uint32_t LdiUnparse(uint8_t *out, size_t size, size_t *length, const uint8_t *format,
                             size_t format_length, LdiParseContext *ctx) KES_NOEXCEPT;

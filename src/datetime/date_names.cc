@@ -153,25 +153,29 @@ std::uint32_t DateLanguageId(const ldxctx& ctx) noexcept {
   return ctx.handle == nullptr ? 1 : lxhninfo(ctx.handle, KES_ITEM_DATE_LANGUAGE, ctx.nls);
 }
 
-// The group separator of the handle, the second of its two numeric characters; else a comma.
-NameRef LoadSeparator(const ldxctx& ctx, Loader& loader) noexcept {
-  Utf8Name separator;
-  separator.Put(',');
+// The two numeric characters of the handle; else a full stop and a comma.
+void LoadNumericCharacters(ldxctx& ctx, Loader& loader) noexcept {
+  std::uint32_t characters[2] = {'.', ','};
   if (ctx.handle != nullptr) {
     std::uint8_t text[64];
     const std::size_t length = HandleText(ctx, KES_ITEM_NUMERIC_CHARACTERS, text, sizeof text);
-    Utf8Name converted;
+    std::uint8_t converted[kUtf8Room];
     const lxobject* utf8 = nls::CharsetObject(kUtf8Id, ctx.nls);
-    converted.length =
-        lxgcnv(converted.bytes, utf8, kUtf8Room, text, TextSet(ctx), length, ctx.nls);
-    std::string_view left(reinterpret_cast<char*>(converted.bytes), converted.length);
-    if (!left.empty()) TakeCodePoint(left);
-    if (!left.empty()) {
-      separator.length = 0;
-      separator.Put(TakeCodePoint(left));
+    const std::size_t used =
+        lxgcnv(converted, utf8, kUtf8Room, text, TextSet(ctx), length, ctx.nls);
+    std::string_view left(reinterpret_cast<char*>(converted), used);
+    for (std::uint32_t& character : characters) {
+      if (!left.empty()) character = TakeCodePoint(left);
     }
   }
-  return loader.Convert(separator);
+  const auto add = [&loader](std::uint32_t character) {
+    Utf8Name name;
+    name.Put(character);
+    return loader.Convert(name);
+  };
+  State& state = StateOf(ctx);
+  state.decimal_character = add(characters[0]);
+  state.group_separator = add(characters[1]);
 }
 
 }  // namespace
@@ -179,7 +183,7 @@ NameRef LoadSeparator(const ldxctx& ctx, Loader& loader) noexcept {
 void LoadNames(ldxctx& ctx) noexcept {
   State& state = StateOf(ctx);
   Loader loader(ctx);
-  state.group_separator = LoadSeparator(ctx, loader);
+  LoadNumericCharacters(ctx, loader);
   for (std::size_t i = 0; i < kNameCount; ++i) {
     if (i == kMeridianNames - 2 || i == kMeridianNames - 1) continue;
     state.names[i] =

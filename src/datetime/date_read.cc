@@ -481,8 +481,12 @@ Fault ZoneName(TextWalk& walk, std::span<char> out) noexcept {
   return {};
 }
 
+// The decimal character of the language. No text has group separators here, so that a full stop and
+// a comma say the same.
 Fault Radix(TextWalk& walk) noexcept {
   if (walk.Accept('.') || walk.Accept(',')) return {};
+  NeedNames(walk.ctx());
+  if (walk.AcceptBytes(TextOf(walk.state(), walk.state().decimal_character))) return {};
   return walk.exact() ? walk.Missing(kLiteralDiffers) : Fault{};
 }
 

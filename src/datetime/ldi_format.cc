@@ -4,6 +4,7 @@
 // Tests: tests/datetime/ldi_text_test.cc; fuzz/ldi_text_fuzz.cc.
 #include <cstring>
 
+#include "datetime/date_names.h"
 #include "datetime/date_write.h"
 #include "datetime/datetime_model.h"
 #include "datetime/datetime_text.h"
@@ -71,6 +72,7 @@ class Formatter {
   }
 
   std::uint32_t Element(std::uint32_t code) noexcept {
+    if (code == kRadix) return DecimalCharacter();
     PlainWriter text;
     if (const std::uint32_t error = MakeElement(code, text)) return error;
     const std::string_view made = text.view();
@@ -78,6 +80,15 @@ class Formatter {
     for (const char c : made) {
       out_[used_++] = state_.ascii[static_cast<std::size_t>(c) & 0x7F];
     }
+    return 0;
+  }
+
+  std::uint32_t DecimalCharacter() noexcept {
+    NeedNames(ctx_.date);
+    const std::string_view text = TextOf(state_, state_.decimal_character);
+    if (text.size() > out_.size() - used_) return KES_DATETIME_NO_ROOM;
+    std::memcpy(out_.data() + used_, text.data(), text.size());
+    used_ += text.size();
     return 0;
   }
 
@@ -105,11 +116,8 @@ class Formatter {
         return 0;
       case kZoneRegion:
         return PutRegionName(text, date_, zones);
-      case kZoneAbbreviation:
-        return PutZoneAbbreviation(text, date_, zones);
       default:
-        text.Put('.');
-        return 0;
+        return PutZoneAbbreviation(text, date_, zones);
     }
   }
 

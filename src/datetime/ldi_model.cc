@@ -176,13 +176,15 @@ std::size_t WidestElement(ldxctx& ctx, std::uint32_t code, std::uint32_t modifie
   }
 }
 
-std::size_t WidestDatetimeElement(std::uint32_t code) noexcept {
+std::size_t WidestDatetimeElement(ldxctx& ctx, std::uint32_t code) noexcept {
   if (code >= kFraction1) return code - kFraction1 + 1;
   switch (code) {
     case kFraction:
       return 9;
+    case kRadix:
+      NeedNames(ctx);
+      return StateOf(ctx).decimal_character.length;
     case kZoneRegion:
-      return kRegionRoom;
     case kZoneAbbreviation:
       return kRegionRoom;
     default:
@@ -333,12 +335,13 @@ uint32_t LdiMaxSize(size_t* size, const uint8_t* format, size_t format_length,
     } else if (item.code == KES_DATETIME_NYYYY) {
       widest += WidestElement(ctx->date, KES_DATE_NYYYY, item.modifier);
     } else if (item.code >= kHour25) {
-      widest += WidestDatetimeElement(item.code);
+      widest += WidestDatetimeElement(ctx->date, item.code);
     } else {
       widest += WidestElement(ctx->date, item.code, item.modifier);
     }
   }
-  *size = widest;
+  // A byte of UTF-8 becomes a unit of two bytes at most.
+  *size = StateOf(ctx->date).two_byte_units ? 2 * widest : widest;
   return 0;
 }
 

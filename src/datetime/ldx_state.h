@@ -97,6 +97,7 @@ struct State {
   std::uint8_t ascii[128];  // the characters of ASCII in the set of models and names
   NameForms names[kNameCount];
   NameForms calendar_names[kCalendarNameCount];
+  NameRef decimal_character;  // these two come with the names
   NameRef group_separator;
   // The widest of days, short days, months, ... in columns, by the index of the first name.
   std::uint8_t widths[kNameCount];
