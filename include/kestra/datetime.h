@@ -25,6 +25,18 @@
  * Overlap  a record that is written may be one that is read.
  * Threads  no function has state of its own.
  *
+ * Array forms end in "arr" and do the scalar operation on each element in turn:
+ *   (results, inputs, count, second operands, what all elements share, flags, done)
+ * results  addresses of the results; for answers that are numbers, the array of answers itself.
+ * inputs   addresses of the inputs. A result may be at its own input, not at another one's.
+ * second operands  one for each element; with KES_DATETIME_SHARED in flags the first serves all.
+ *          Forms without them have no flags either.
+ * texts and bytes that are written take their rooms as second operands, in bytes, and have an array
+ *          of lengths; those that are read take their lengths.
+ * numbers (number.h) are length byte and number, 22 bytes of room.
+ * done     null, or receives how many elements went well. The error is that of the one after them,
+ *          which is not written; those before it are in place.
+ *
  * Other headers: interval.h (intervals), datetime_arithmetic.h (datetimes with intervals, fields,
  * rounding), datetime_zone.h (sessions and zones), datetime_text.h (text). */
 #ifndef KESTRA_DATETIME_H
@@ -243,13 +255,13 @@ KES_API uint32_t LdiDateToArray(uint8_t *bytes, size_t size, size_t *length,
                                 const LdiDate *in) KES_NOEXCEPT;
 KES_API uint32_t LdiDateFromArray(LdiDate *out, const uint8_t *bytes, size_t length, uint32_t type,
                                   const LdiSession *session) KES_NOEXCEPT;
-/* The same for columns: values of one type, each with room for stride bytes.
- * Result   *done: how many went well; the error is that of the value after them. */
-KES_API uint32_t LdiDateToArrayarr(uint8_t *bytes, size_t stride, uint8_t *lengths,
-                                   const LdiDate *in, size_t count, size_t *done) KES_NOEXCEPT;
-KES_API uint32_t LdiDateFromArrayarr(LdiDate *out, const uint8_t *bytes, size_t stride,
-                                     const uint8_t *lengths, size_t count, uint32_t type,
-                                     const LdiSession *session, size_t *done) KES_NOEXCEPT;
+KES_API uint32_t LdiDateToArrayarr(uint8_t *const *bytes, const LdiDate *const *in, size_t count,
+                                   const size_t *rooms, size_t *lengths, uint32_t flags,
+                                   size_t *done) KES_NOEXCEPT;
+KES_API uint32_t LdiDateFromArrayarr(LdiDate *const *out, const uint8_t *const *bytes, size_t count,
+                                     const size_t *lengths, uint32_t type,
+                                     const LdiSession *session, uint32_t flags,
+                                     size_t *done) KES_NOEXCEPT;
 
 /* A datetime as day number, second and nanosecond of the day: local time, no zone. */
 typedef struct LdiJulian {
@@ -305,15 +317,13 @@ KES_API uint32_t LdiDateRoundFS(LdiDate *out, const LdiDate *in, uint32_t precis
  * LdiDateCompare: *order is -1, 0 or 1 as x is before, at or after y. Values with a zone compare as
  * instants; when only one has a zone, the other is taken in the session's.
  * Errors   those of LdiDateComparable; those of the zone file when the session's region is needed.
- *
- * LdiDateComparearr: pairs of one type each; order has room for count. KES_DATETIME_SHARED in flags:
- * y has one element. */
+ */
 KES_API uint32_t LdiDateComparable(uint32_t x_type, uint32_t y_type) KES_NOEXCEPT;
 KES_API uint32_t LdiDateCompare(const LdiDate *x, const LdiDate *y, const LdiSession *session,
                                 int *order) KES_NOEXCEPT;
-KES_API uint32_t LdiDateComparearr(const LdiDate *const *x, size_t count, const LdiDate *const *y,
-                                   uint32_t flags, const LdiSession *session, int8_t *order,
-                                   size_t *done) KES_NOEXCEPT;
+KES_API uint32_t LdiDateComparearr(int8_t *order, const LdiDate *const *x, size_t count,
+                                   const LdiDate *const *y, const LdiSession *session,
+                                   uint32_t flags, size_t *done) KES_NOEXCEPT;
 
 #ifdef __cplusplus
 }

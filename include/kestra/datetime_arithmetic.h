@@ -1,5 +1,6 @@
 /* datetime_arithmetic.h: datetimes with intervals, differences, overlaps, fields, rounding.
  *
+ * Array forms: see datetime.h.
  * Results  0 or an error number of datetime.h; nothing is written then.
  * Overlap  a record that is written may be one that is read.   Threads  no state. */
 #ifndef KESTRA_DATETIME_ARITHMETIC_H
@@ -34,8 +35,6 @@ extern "C" {
  *          days to seconds move the instant, so that a day is 24 hours. 1:30 the day before the
  *          clocks go forward, plus 24 hours, is 2:30.
  *
- * arr      arrays of addresses; KES_DATETIME_SHARED in flags: one interval for all. *done: how many
- *          went well; the error is that of the one after them.
  * Errors   1841 outside the calendar; 1839; 1866; 1867; 1870; those of the zone file. */
 KES_API uint32_t LdiDateInterAdd(LdiDate *out, const LdiDate *in,
                                  const LdiInter *inter) KES_NOEXCEPT;
@@ -69,7 +68,6 @@ KES_API uint32_t LdiDateIntertimeSubtract(LdiDate *out, const LdiDate *in, const
  * years for the type year. Both values have a zone, then they are instants, or neither.
  * LdiDateDateSubtractWithTZ: a value without a zone is taken in the session's.
  *
- * arr      KES_DATETIME_SHARED: one y for all.
  * Errors   1866, 1867; 1870 one has a zone and the other not, one a date and the other not, months
  *          of times; 1873 a leading field above 999999999; those of the zone file. */
 KES_API uint32_t LdiDateDateSubtract(LdiInter *out, const LdiDate *x, const LdiDate *y,

@@ -117,8 +117,7 @@ KES_API uint32_t LdiMaxDispWidth(size_t *width, uint32_t type, int interval,
 KES_API uint32_t LdiPrecisionCode(uint32_t *code, uint32_t precision) KES_NOEXCEPT;
 
 /* LdiDateToString: a datetime in a format. precision: the digits that FF writes, 0..9; the fraction
- * is cut. U: size and length in units.
- * arr      values side by side; texts with stride bytes of room each.
+ * is cut. U: size and length in units. Array forms: see datetime.h.
  * Errors   1821 a damaged format; 1878 an element that the type has not (TZH of a timestamp); 1880;
  *          1877 no room; those of LdiDateCheck and of the zone file. */
 KES_API uint32_t LdiDateToString(uint8_t *out, size_t size, size_t *length, const LdiDate *in,
@@ -127,10 +126,10 @@ KES_API uint32_t LdiDateToString(uint8_t *out, size_t size, size_t *length, cons
 KES_API uint32_t LdiDateToStringU(uint16_t *out, size_t size, size_t *length, const LdiDate *in,
                                   const uint8_t *format, size_t format_length, uint32_t precision,
                                   LdiParseContext *ctx) KES_NOEXCEPT;
-KES_API uint32_t LdiDateToStringarr(uint8_t *out, size_t stride, size_t *lengths, const LdiDate *in,
-                                    size_t count, const uint8_t *format, size_t format_length,
-                                    uint32_t precision, LdiParseContext *ctx,
-                                    size_t *done) KES_NOEXCEPT;
+KES_API uint32_t LdiDateToStringarr(uint8_t *const *out, const LdiDate *const *in, size_t count,
+                                    const size_t *rooms, size_t *lengths, const uint8_t *format,
+                                    size_t format_length, uint32_t precision, LdiParseContext *ctx,
+                                    uint32_t flags, size_t *done) KES_NOEXCEPT;
 
 /* LdiDateFromString: the datetime of a type that a text says. Missing fields are as in date_format.h;
  * a missing zone is the session's. TZR with TZH: the region, whose offset has to be that one, or
@@ -145,10 +144,11 @@ KES_API uint32_t LdiDateFromString(LdiDate *out, const uint8_t *text, size_t len
 KES_API uint32_t LdiDateFromStringU(LdiDate *out, const uint16_t *text, size_t units,
                                     const uint8_t *format, size_t format_length, uint32_t type,
                                     uint32_t precision, LdiParseContext *ctx) KES_NOEXCEPT;
-KES_API uint32_t LdiDateFromStringarr(LdiDate *out, const uint8_t *const *texts,
-                                      const size_t *lengths, size_t count, const uint8_t *format,
+KES_API uint32_t LdiDateFromStringarr(LdiDate *const *out, const uint8_t *const *texts,
+                                      size_t count, const size_t *lengths, const uint8_t *format,
                                       size_t format_length, uint32_t type, uint32_t precision,
-                                      LdiParseContext *ctx, size_t *done) KES_NOEXCEPT;
+                                      LdiParseContext *ctx, uint32_t flags,
+                                      size_t *done) KES_NOEXCEPT;
 
 /* LdiDateFromLiteral: a datetime from an SQL literal, or from ISO 8601:
  *   DATE '2024-02-29', TIME '10:00:00.5 +02:00', TIMESTAMP '2024-02-29 10:00:00 Europe/Berlin'

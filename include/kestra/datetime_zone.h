@@ -1,6 +1,7 @@
 /* datetime_zone.h: sessions, the current time, datetimes from zone to zone, zone files and what a
  * new release of them changes.
  *
+ * Array forms: see datetime.h.
  * Results  0 or an error number of datetime.h; nothing is written then.
  * Overlap  a record that is written may be one that is read.
  * Threads  no state; a zone file may be shared by any number of threads. */
@@ -56,14 +57,14 @@ KES_API uint32_t LdiDateCurrent(LdiDate *out, uint32_t type, uint32_t precision,
 
 /* LdiTimeZoneAdjust: the same instant in another zone (AT TIME ZONE), of the type with a zone that
  * belongs to in's. A value without a zone is taken in the session's. Times of day take offsets only.
- * arr      arrays of addresses; *done: how many went well.
+ * arr      the zones are the second operands.
  * Errors   1866; 1841; 1882 an offset beyond +-15:00, a region for a time of day; those of the zone
  *          file. */
 KES_API uint32_t LdiTimeZoneAdjust(LdiDate *out, const LdiDate *in, LdiZone zone,
                                    const LdiSession *session) KES_NOEXCEPT;
 KES_API uint32_t LdiTimeZoneAdjustarr(LdiDate *const *out, const LdiDate *const *in, size_t count,
-                                      LdiZone zone, const LdiSession *session,
-                                      size_t *done) KES_NOEXCEPT;
+                                      const LdiZone *zones, const LdiSession *session,
+                                      uint32_t flags, size_t *done) KES_NOEXCEPT;
 
 /* LdiTimeZoneShift: a local time without a zone from one zone to another: what the clock shows in to
  * when it shows in in from. The type stays.

@@ -10,6 +10,7 @@
  * Precisions: that of the leading field is its greatest number of digits, 0..9; that of the
  * fraction its number of digits, 0..9. KES_PRECISION_DEFAULT stands for 2 and 6.
  *
+ * Array forms: see datetime.h.
  * Results  0 or an error number of datetime.h; nothing is written then.
  * Overlap  a record that is written may be one that is read.   Threads  no state. */
 #ifndef KESTRA_INTERVAL_H
@@ -145,7 +146,6 @@ KES_API uint32_t LdiInterToTZ(const LdiInter *in, int32_t *zone_hour,
  * out, size  destination. length receives the bytes (U: the 16-bit units) written; no terminator.
  * handle     null: ASCII; a handle with an EBCDIC set: that.
  * U          UTF-16 in the machine's byte order.
- * arr        values side by side, each with room for stride bytes.
  * Errors     1867; 1873 the leading field needs more digits; 1880; 1877 no room. */
 enum { KES_INTERVAL_TEXT = 64 }; /* room that every text fits into */
 KES_API uint32_t LdiInterToString(uint8_t *out, size_t size, size_t *length, const LdiInter *in,
@@ -154,9 +154,10 @@ KES_API uint32_t LdiInterToString(uint8_t *out, size_t size, size_t *length, con
 KES_API uint32_t LdiInterToStringU(uint16_t *out, size_t size, size_t *length, const LdiInter *in,
                                    uint32_t leading_precision,
                                    uint32_t fraction_precision) KES_NOEXCEPT;
-KES_API uint32_t LdiInterToStringarr(uint8_t *out, size_t stride, size_t *lengths,
-                                     const LdiInter *in, size_t count, uint32_t leading_precision,
-                                     uint32_t fraction_precision, const lxhandle *handle,
+KES_API uint32_t LdiInterToStringarr(uint8_t *const *out, const LdiInter *const *in, size_t count,
+                                     const size_t *rooms, size_t *lengths,
+                                     uint32_t leading_precision, uint32_t fraction_precision,
+                                     const lxhandle *handle, uint32_t flags,
                                      size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterToStringISO(uint8_t *out, size_t size, size_t *length, const LdiInter *in,
                                      const lxhandle *handle) KES_NOEXCEPT;
@@ -180,9 +181,10 @@ KES_API uint32_t LdiInterFromString(LdiInter *out, const uint8_t *text, size_t l
                                     uint32_t type, const lxhandle *handle) KES_NOEXCEPT;
 KES_API uint32_t LdiInterFromStringU(LdiInter *out, const uint16_t *text, size_t length,
                                      uint32_t type) KES_NOEXCEPT;
-KES_API uint32_t LdiInterFromStringarr(LdiInter *out, const uint8_t *const *texts,
-                                       const size_t *lengths, size_t count, uint32_t type,
-                                       const lxhandle *handle, size_t *done) KES_NOEXCEPT;
+KES_API uint32_t LdiInterFromStringarr(LdiInter *const *out, const uint8_t *const *texts,
+                                       size_t count, const size_t *lengths, uint32_t type,
+                                       const lxhandle *handle, uint32_t flags,
+                                       size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterFromStringPrec(LdiInter *out, const uint8_t *text, size_t length,
                                         uint32_t type, uint32_t leading_precision,
                                         uint32_t fraction_precision,

@@ -1,5 +1,6 @@
 // The frame of the array forms: which operand belongs to an element, and what is reported when one
-// raises. Entry points call Raise as their last act.
+// fails. Those of DATE raise as their last act (Finish), those of datetimes and intervals answer the
+// error (RunArray).
 #pragma once
 
 #include <cstddef>
@@ -49,6 +50,15 @@ template <typename Body>
 inline void RunAll(std::size_t count, std::size_t* processed, const Body& body) noexcept {
   for (std::size_t i = 0; i < count; ++i) body(i);
   Report(count, processed);
+}
+
+// The whole of an array form that answers its error: body(i) is the scalar operation on element i.
+template <typename Body>
+inline std::uint32_t RunArray(std::size_t count, std::size_t* processed,
+                              const Body& body) noexcept {
+  const ArrayResult result = RunFrom(0, count, body);
+  Report(result.done, processed);
+  return result.error;
 }
 
 inline void Finish(ldxctx* ctx, const ArrayResult& result, std::size_t* processed) {

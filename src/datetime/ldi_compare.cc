@@ -1,5 +1,6 @@
 // Comparison of datetimes. Two values without a zone, or dated ones at one offset, are their
 // fields as one 64-bit number (zone_key.h); only different offsets need day numbers.
+#include "datetime/array_form.h"
 #include "datetime/datetime_value.h"
 #include "datetime/zone_rules.h"
 #include "kestra/datetime.h"
@@ -66,18 +67,14 @@ uint32_t LdiDateCompare(const LdiDate* x, const LdiDate* y, const LdiSession* se
   return Compare(*x, *y, session, *order);
 }
 
-uint32_t LdiDateComparearr(const LdiDate* const* x, size_t count, const LdiDate* const* y,
-                           uint32_t flags, const LdiSession* session, int8_t* order,
+uint32_t LdiDateComparearr(int8_t* order, const LdiDate* const* x, size_t count,
+                           const LdiDate* const* y, const LdiSession* session, uint32_t flags,
                            size_t* done) noexcept {
-  const std::size_t step = (flags & KES_DATETIME_SHARED) != 0 ? 0 : 1;
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
+  const Operands other(y, flags);
+  return RunArray(count, done, [&](std::size_t i) {
     int result = 0;
-    error = Compare(*x[i], *y[i * step], session, result);
-    if (error != 0) break;
-    order[i] = static_cast<std::int8_t>(result);
-  }
-  *done = i;
-  return error;
+    const std::uint32_t error = Compare(*x[i], *other[i], session, result);
+    if (error == 0) order[i] = static_cast<std::int8_t>(result);
+    return error;
+  });
 }

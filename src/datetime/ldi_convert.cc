@@ -1,4 +1,5 @@
 // Datetimes to other types, to and from DATE, and the rounding of fractions.
+#include "datetime/array_form.h"
 #include "datetime/datetime_value.h"
 #include "datetime/zone_rules.h"
 #include "kestra/datetime.h"
@@ -84,14 +85,9 @@ uint32_t LdiDateDateConvert(LdiDate* out, const LdiDate* in, uint32_t type, uint
 uint32_t LdiDateDateConvertarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
                                uint32_t type, uint32_t precision, const LdiSession* session,
                                size_t* done) noexcept {
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
-    error = Convert(*out[i], *in[i], type, precision, session);
-    if (error != 0) break;
-  }
-  *done = i;
-  return error;
+  return RunArray(count, done, [&](std::size_t i) {
+    return Convert(*out[i], *in[i], type, precision, session);
+  });
 }
 
 uint32_t LdiDateFromLDX(LdiDate* out, const ldxdate* in, uint32_t type,

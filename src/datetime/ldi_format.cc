@@ -4,6 +4,7 @@
 // Tests: tests/datetime/ldi_text_test.cc; fuzz/ldi_text_fuzz.cc.
 #include <cstring>
 
+#include "datetime/array_form.h"
 #include "datetime/date_names.h"
 #include "datetime/date_write.h"
 #include "datetime/datetime_model.h"
@@ -196,16 +197,12 @@ uint32_t LdiDateToStringU(uint16_t* out, size_t size, size_t* length, const LdiD
   return 0;
 }
 
-uint32_t LdiDateToStringarr(uint8_t* out, size_t stride, size_t* lengths, const LdiDate* in,
-                            size_t count, const uint8_t* format, size_t format_length,
-                            uint32_t precision, LdiParseContext* ctx, size_t* done) noexcept {
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
-    error = Format({out + i * stride, stride}, lengths[i], in[i], {format, format_length},
-                   precision, *ctx);
-    if (error != 0) break;
-  }
-  *done = i;
-  return error;
+uint32_t LdiDateToStringarr(uint8_t* const* out, const LdiDate* const* in, size_t count,
+                            const size_t* rooms, size_t* lengths, const uint8_t* format,
+                            size_t format_length, uint32_t precision, LdiParseContext* ctx,
+                            uint32_t flags, size_t* done) noexcept {
+  const Operands room(rooms, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return Format({out[i], room[i]}, lengths[i], *in[i], {format, format_length}, precision, *ctx);
+  });
 }

@@ -1,6 +1,7 @@
 // Intervals from text: fields, ISO 8601 durations and SQL literals.
 //
 // Tests: tests/datetime/ldi_interval_text_test.cc; fuzz/ldi_text_fuzz.cc.
+#include "datetime/array_form.h"
 #include "datetime/interval_value.h"
 #include "datetime/plain_text.h"
 #include "kestra/interval.h"
@@ -300,17 +301,13 @@ uint32_t LdiInterFromStringU(LdiInter* out, const uint16_t* text, size_t length,
   return ReadWithPrecisions(plain.view(), type, 9, 9, *out);
 }
 
-uint32_t LdiInterFromStringarr(LdiInter* out, const uint8_t* const* texts, const size_t* lengths,
-                               size_t count, uint32_t type, const lxhandle* handle,
-                               size_t* done) noexcept {
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
-    error = LdiInterFromString(out + i, texts[i], lengths[i], type, handle);
-    if (error != 0) break;
-  }
-  *done = i;
-  return error;
+uint32_t LdiInterFromStringarr(LdiInter* const* out, const uint8_t* const* texts, size_t count,
+                               const size_t* lengths, uint32_t type, const lxhandle* handle,
+                               uint32_t flags, size_t* done) noexcept {
+  const Operands length(lengths, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return LdiInterFromString(out[i], texts[i], length[i], type, handle);
+  });
 }
 
 uint32_t LdiInterFromStringPrec(LdiInter* out, const uint8_t* text, size_t length, uint32_t type,

@@ -1,6 +1,7 @@
 // The text of intervals: fields, and ISO 8601 durations.
 //
 // Tests: tests/datetime/ldi_interval_text_test.cc.
+#include "datetime/array_form.h"
 #include "datetime/interval_value.h"
 #include "datetime/plain_text.h"
 #include "kestra/interval.h"
@@ -104,18 +105,15 @@ uint32_t LdiInterToStringU(uint16_t* out, size_t size, size_t* length, const Ldi
   return text.CopyTo(out, size, *length);
 }
 
-uint32_t LdiInterToStringarr(uint8_t* out, size_t stride, size_t* lengths, const LdiInter* in,
-                             size_t count, uint32_t leading_precision, uint32_t fraction_precision,
-                             const lxhandle* handle, size_t* done) noexcept {
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
-    error = LdiInterToString(out + i * stride, stride, lengths + i, in + i, leading_precision,
-                             fraction_precision, handle);
-    if (error != 0) break;
-  }
-  *done = i;
-  return error;
+uint32_t LdiInterToStringarr(uint8_t* const* out, const LdiInter* const* in, size_t count,
+                             const size_t* rooms, size_t* lengths, uint32_t leading_precision,
+                             uint32_t fraction_precision, const lxhandle* handle, uint32_t flags,
+                             size_t* done) noexcept {
+  const Operands room(rooms, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return LdiInterToString(out[i], room[i], &lengths[i], in[i], leading_precision,
+                            fraction_precision, handle);
+  });
 }
 
 uint32_t LdiInterToStringISO(uint8_t* out, size_t size, size_t* length, const LdiInter* in,

@@ -3,6 +3,7 @@
 // Tests: tests/datetime/ldi_text_test.cc; fuzz/ldi_text_fuzz.cc.
 #include <cstring>
 
+#include "datetime/array_form.h"
 #include "datetime/date_plan.h"
 #include "datetime/date_read.h"
 #include "datetime/datetime_model.h"
@@ -222,16 +223,12 @@ uint32_t LdiDateFromStringU(LdiDate* out, const uint16_t* text, size_t units, co
                    {format, format_length}, type, precision, *ctx);
 }
 
-uint32_t LdiDateFromStringarr(LdiDate* out, const uint8_t* const* texts, const size_t* lengths,
-                              size_t count, const uint8_t* format, size_t format_length,
+uint32_t LdiDateFromStringarr(LdiDate* const* out, const uint8_t* const* texts, size_t count,
+                              const size_t* lengths, const uint8_t* format, size_t format_length,
                               uint32_t type, uint32_t precision, LdiParseContext* ctx,
-                              size_t* done) noexcept {
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
-    error = Read(out[i], {texts[i], lengths[i]}, {format, format_length}, type, precision, *ctx);
-    if (error != 0) break;
-  }
-  *done = i;
-  return error;
+                              uint32_t flags, size_t* done) noexcept {
+  const Operands length(lengths, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return Read(*out[i], {texts[i], length[i]}, {format, format_length}, type, precision, *ctx);
+  });
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <span>
 
+#include "datetime/array_form.h"
 #include "datetime/datetime_value.h"
 #include "datetime/zone_rules.h"
 #include "kestra/datetime.h"
@@ -195,32 +196,19 @@ uint32_t LdiDateFromArray(LdiDate* out, const uint8_t* bytes, size_t length, uin
   return Load(*out, {bytes, length}, type, session);
 }
 
-uint32_t LdiDateToArrayarr(uint8_t* bytes, size_t stride, uint8_t* lengths, const LdiDate* in,
-                           size_t count, size_t* done) noexcept {
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
-    std::size_t length = 0;
-    error = Store(bytes + i * stride, stride, length, in[i]);
-    if (error != 0) break;
-    lengths[i] = static_cast<std::uint8_t>(length);
-  }
-  *done = i;
-  return error;
+uint32_t LdiDateToArrayarr(uint8_t* const* bytes, const LdiDate* const* in, size_t count,
+                           const size_t* rooms, size_t* lengths, uint32_t flags,
+                           size_t* done) noexcept {
+  const Operands room(rooms, flags);
+  return RunArray(count, done,
+                  [&](std::size_t i) { return Store(bytes[i], room[i], lengths[i], *in[i]); });
 }
 
-uint32_t LdiDateFromArrayarr(LdiDate* out, const uint8_t* bytes, size_t stride,
-                             const uint8_t* lengths, size_t count, uint32_t type,
-                             const LdiSession* session, size_t* done) noexcept {
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
-    error = KES_DATETIME_FAILED;
-    if (lengths[i] <= stride) {
-      error = Load(out[i], {bytes + i * stride, lengths[i]}, type, session);
-    }
-    if (error != 0) break;
-  }
-  *done = i;
-  return error;
+uint32_t LdiDateFromArrayarr(LdiDate* const* out, const uint8_t* const* bytes, size_t count,
+                             const size_t* lengths, uint32_t type, const LdiSession* session,
+                             uint32_t flags, size_t* done) noexcept {
+  const Operands length(lengths, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return Load(*out[i], {bytes[i], length[i]}, type, session);
+  });
 }

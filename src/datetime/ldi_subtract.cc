@@ -3,6 +3,7 @@
 // Tests: tests/datetime/ldi_arithmetic_test.cc.
 #include <utility>
 
+#include "datetime/array_form.h"
 #include "datetime/datetime_value.h"
 #include "datetime/interval_value.h"
 #include "datetime/zone_rules.h"
@@ -127,15 +128,9 @@ uint32_t LdiDateDateSubtractWithTZ(LdiInter* out, const LdiDate* x, const LdiDat
 uint32_t LdiDateDateSubtractarr(LdiInter* const* out, const LdiDate* const* x, size_t count,
                                 const LdiDate* const* y, uint32_t type, uint32_t flags,
                                 size_t* done) noexcept {
-  const std::size_t step = (flags & KES_DATETIME_SHARED) != 0 ? 0 : 1;
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
-    error = Subtract(*out[i], *x[i], *y[i * step], type);
-    if (error != 0) break;
-  }
-  *done = i;
-  return error;
+  const Operands other(y, flags);
+  return RunArray(count, done,
+                  [&](std::size_t i) { return Subtract(*out[i], *x[i], *other[i], type); });
 }
 
 uint32_t LdiDateDateOverlap(const LdiDate* start1, const LdiDate* end1, const LdiDate* start2,

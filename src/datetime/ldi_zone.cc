@@ -3,6 +3,7 @@
 // Tests: tests/datetime/ldi_zone_test.cc.
 #include <cstring>
 
+#include "datetime/array_form.h"
 #include "datetime/datetime_text.h"
 #include "datetime/datetime_value.h"
 #include "datetime/lazy_time.h"
@@ -177,15 +178,11 @@ uint32_t LdiTimeZoneAdjust(LdiDate* out, const LdiDate* in, LdiZone zone,
 }
 
 uint32_t LdiTimeZoneAdjustarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
-                              LdiZone zone, const LdiSession* session, size_t* done) noexcept {
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
-    error = Adjust(*out[i], *in[i], zone, session);
-    if (error != 0) break;
-  }
-  *done = i;
-  return error;
+                              const LdiZone* zones, const LdiSession* session, uint32_t flags,
+                              size_t* done) noexcept {
+  const Operands zone(zones, flags);
+  return RunArray(count, done,
+                  [&](std::size_t i) { return Adjust(*out[i], *in[i], zone[i], session); });
 }
 
 uint32_t LdiT2TZ(LdiDate* out, const LdiDate* in, LdiZone zone,

@@ -292,7 +292,7 @@ TEST(LdiArrays, StopAtTheFirstErrorAndShareAnOperand) {
   ASSERT_EQ(LdiDateInterSubtractarr(targets, sources, 3, shared, KES_DATETIME_SHARED, &done), 0u);
   EXPECT_EQ(done, 3u);
   std::int8_t order[3];
-  ASSERT_EQ(LdiDateComparearr(sources, 3, sources + 2, KES_DATETIME_SHARED, nullptr, order, &done),
+  ASSERT_EQ(LdiDateComparearr(order, sources, 3, sources + 2, nullptr, KES_DATETIME_SHARED, &done),
             0u);
   EXPECT_EQ(order[0], -1);
   EXPECT_EQ(order[1], 1);
