@@ -92,6 +92,62 @@ void BM_LdiDateCompare(benchmark::State& state) {
 }
 BENCHMARK(BM_LdiDateCompare);
 
+// A column of values in a row, as array forms mostly get them; time for one of kCount.
+template <typename T>
+std::vector<T*> Addresses(std::vector<T>& values, std::size_t step = 1) {
+  std::vector<T*> at;
+  for (std::size_t i = 0; i < values.size(); ++i) at.push_back(&values[i * step % values.size()]);
+  return at;
+}
+struct Columns {
+  std::vector<LdiDate> dates = Random().dates;
+  std::vector<LdiDate> others = dates;
+  std::vector<LdiInter> spans = Random().spans;
+  std::vector<LdiDate> sums = dates;
+  std::vector<LdiInter> differences = spans;
+  std::vector<LdiDate*> date = Addresses(dates), other = Addresses(others), sum = Addresses(sums);
+  std::vector<LdiInter*> span = Addresses(spans), difference = Addresses(differences);
+  std::vector<std::int8_t> orders = std::vector<std::int8_t>(kCount);
+
+  Columns() {
+    for (std::size_t i = 0; i < kCount; ++i) others[i] = dates[(i * 7 + 1) & kMask];
+  }
+};
+Columns& Column() {
+  static Columns columns;
+  return columns;
+}
+template <typename Operation>
+void RunColumn(benchmark::State& state, const Operation& operation) {
+  Columns& c = Column();
+  for (auto _ : state) {
+    std::size_t done = 0;
+    benchmark::DoNotOptimize(operation(c, &done));
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kCount));
+}
+void BM_LdiDateInterAddarr(benchmark::State& state) {
+  RunColumn(state, [](Columns& c, std::size_t* done) {
+    return LdiDateInterAddarr(c.sum.data(), c.date.data(), kCount, c.span.data(), 0, done);
+  });
+}
+BENCHMARK(BM_LdiDateInterAddarr);
+void BM_LdiDateDateSubtractarr(benchmark::State& state) {
+  RunColumn(state, [](Columns& c, std::size_t* done) {
+    return LdiDateDateSubtractarr(c.difference.data(), c.date.data(), kCount, c.other.data(),
+                                  KES_INTERVAL_DAY_TO_SECOND, 0, done);
+  });
+}
+BENCHMARK(BM_LdiDateDateSubtractarr);
+void BM_LdiDateComparearr(benchmark::State& state) {
+  RunColumn(state, [](Columns& c, std::size_t* done) {
+    return LdiDateComparearr(c.orders.data(), c.date.data(), kCount, c.other.data(), nullptr, 0,
+                             done);
+  });
+}
+BENCHMARK(BM_LdiDateComparearr);
+
 struct Formats {
   Formats() {
     LdiParseContextInit(&ctx, nullptr, nullptr, nullptr);

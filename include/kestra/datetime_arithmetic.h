@@ -2,7 +2,8 @@
  *
  * Array forms: see datetime.h.
  * Results  0 or an error number of datetime.h; nothing is written then.
- * Overlap  a record that is written may be one that is read.   Threads  no state. */
+ * Overlap  a record that is written may be one that is read; in array forms one of the same element.
+ * Threads  no state. */
 #ifndef KESTRA_DATETIME_ARITHMETIC_H
 #define KESTRA_DATETIME_ARITHMETIC_H
 

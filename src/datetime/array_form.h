@@ -1,6 +1,6 @@
 // The frame of the array forms: which operand belongs to an element, and what is reported when one
 // fails. Those of DATE raise as their last act (Finish), those of datetimes and intervals answer the
-// error (RunArray).
+// error (RunArray, Answer).
 #pragma once
 
 #include <cstddef>
@@ -52,13 +52,16 @@ inline void RunAll(std::size_t count, std::size_t* processed, const Body& body) 
   Report(count, processed);
 }
 
-// The whole of an array form that answers its error: body(i) is the scalar operation on element i.
+// The end of an array form that answers its error.
+inline std::uint32_t Answer(const ArrayResult& result, std::size_t* processed) noexcept {
+  Report(result.done, processed);
+  return result.error;
+}
+// The whole of one: body(i) is the scalar operation on element i.
 template <typename Body>
 inline std::uint32_t RunArray(std::size_t count, std::size_t* processed,
                               const Body& body) noexcept {
-  const ArrayResult result = RunFrom(0, count, body);
-  Report(result.done, processed);
-  return result.error;
+  return Answer(RunFrom(0, count, body), processed);
 }
 
 inline void Finish(ldxctx* ctx, const ArrayResult& result, std::size_t* processed) {

@@ -49,7 +49,8 @@ constexpr std::uint32_t RoundNanos(std::uint32_t nanos, std::uint32_t precision)
 inline int CompareFields(const LdiDate& x, const LdiDate& y) noexcept {
   const std::uint64_t a = KeyOf(x);
   const std::uint64_t b = KeyOf(y);
-  if (a != b) return a < b ? -1 : 1;
+  if (a != b) [[likely]]
+    return a < b ? -1 : 1;
   return static_cast<int>(x.fraction > y.fraction) - static_cast<int>(x.fraction < y.fraction);
 }
 

@@ -4,6 +4,8 @@
 // Tests: tests/datetime/ldi_arithmetic_test.cc, tests/datetime/ldi_laws_test.cc.
 #include "datetime/datetime_value.h"
 #include "datetime/interval_value.h"
+#include "datetime/kernels/date_kernels.h"
+#include "datetime/timestamp_operations.h"
 #include "datetime/zone_rules.h"
 #include "kestra/datetime_arithmetic.h"
 
@@ -42,9 +44,11 @@ Amount Signed(const LdiInter& inter, std::int32_t sign) noexcept {
   return {sign * amount.count, sign * amount.nanos};
 }
 
+}  // namespace
+
 // Offset and region are kept.
-inline std::uint32_t Add(LdiDate& out, const LdiDate& in, const LdiInter& inter,
-                         std::int32_t sign) noexcept {
+std::uint32_t AddAny(LdiDate& out, const LdiDate& in, const LdiInter& inter,
+                     std::int32_t sign) noexcept {
   if (const std::uint32_t error = CheckTypes(in, inter)) return error;
   const Amount amount = Signed(inter, sign);
   LdiDate date = in;
@@ -65,12 +69,14 @@ inline std::uint32_t Add(LdiDate& out, const LdiDate& in, const LdiInter& inter,
   return 0;
 }
 
+namespace {
+
 // With the rules of the region.
 std::uint32_t AddInZone(LdiDate& out, const LdiDate& in, const LdiInter& inter, std::int32_t sign,
                         MissingDay missing, const LdiSession* session) noexcept {
   if (const std::uint32_t error = CheckTypes(in, inter)) return error;
   const bool months = IsYearMonth(inter.type);
-  if (!months && (!HasZone(in.type) || in.region == 0)) return Add(out, in, inter, sign);
+  if (!months && (!HasZone(in.type) || in.region == 0)) return AddInterval(out, in, inter, sign);
   const Amount amount = Signed(inter, sign);
   const Zone zone{.zones = session != nullptr ? session->zones : nullptr,
                   .region = in.region,
@@ -115,15 +121,9 @@ std::uint32_t AddClock(LdiDate& out, const LdiDate& in, const LdiInter& inter, s
 std::uint32_t AddArray(LdiDate* const* out, const LdiDate* const* in, std::size_t count,
                        const LdiInter* const* inter, std::uint32_t flags, std::int32_t sign,
                        std::size_t* done) noexcept {
-  const std::size_t step = (flags & KES_DATETIME_SHARED) != 0 ? 0 : 1;
-  std::uint32_t error = 0;
-  std::size_t i = 0;
-  for (; i < count; ++i) {
-    error = Add(*out[i], *in[i], *inter[i * step], sign);
-    if (error != 0) break;
-  }
-  *done = i;
-  return error;
+  return Answer(ActiveDateKernels().add_interval(out, in, count,
+                                                 Operands<const LdiInter*>(inter, flags), sign),
+                done);
 }
 
 }  // namespace
@@ -132,11 +132,11 @@ std::uint32_t AddArray(LdiDate* const* out, const LdiDate* const* in, std::size_
 using namespace kestra::datetime;
 
 uint32_t LdiDateInterAdd(LdiDate* out, const LdiDate* in, const LdiInter* inter) noexcept {
-  return Add(*out, *in, *inter, 1);
+  return AddInterval(*out, *in, *inter, 1);
 }
 
 uint32_t LdiDateInterSubtract(LdiDate* out, const LdiDate* in, const LdiInter* inter) noexcept {
-  return Add(*out, *in, *inter, -1);
+  return AddInterval(*out, *in, *inter, -1);
 }
 
 uint32_t LdiDateInterAddTZ(LdiDate* out, const LdiDate* in, const LdiInter* inter,

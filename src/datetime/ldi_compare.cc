@@ -1,7 +1,8 @@
 // Comparison of datetimes. Two values without a zone, or dated ones at one offset, are their
 // fields as one 64-bit number (zone_key.h); only different offsets need day numbers.
-#include "datetime/array_form.h"
 #include "datetime/datetime_value.h"
+#include "datetime/kernels/date_kernels.h"
+#include "datetime/timestamp_operations.h"
 #include "datetime/zone_rules.h"
 #include "kestra/datetime.h"
 
@@ -10,8 +11,10 @@ namespace {
 
 int Order(const Moment& x, const Moment& y) noexcept { return (y < x) - (x < y); }
 
-std::uint32_t CompareMixed(const LdiDate& x, const LdiDate& y, const LdiSession* session,
-                           int& order) noexcept {
+}  // namespace
+
+std::uint32_t CompareAny(const LdiDate& x, const LdiDate& y, const LdiSession* session,
+                         int& order) noexcept {
   if (const std::uint32_t error = LdiDateComparable(x.type, y.type)) return error;
   const bool zoned = HasZone(x.type) && HasZone(y.type);
   // Times of day go through UTC, where they may pass midnight.
@@ -42,17 +45,6 @@ std::uint32_t CompareMixed(const LdiDate& x, const LdiDate& y, const LdiSession*
   return 0;
 }
 
-inline std::uint32_t Compare(const LdiDate& x, const LdiDate& y, const LdiSession* session,
-                             int& order) noexcept {
-  constexpr std::uint32_t kFieldsOnly = 1u << KES_DATETIME_DATE | 1u << KES_DATETIME_TIMESTAMP;
-  if (x.type < 8 && y.type < 8 && (kFieldsOnly >> x.type & kFieldsOnly >> y.type & 1) != 0) {
-    order = CompareFields(x, y);
-    return 0;
-  }
-  return CompareMixed(x, y, session, order);
-}
-
-}  // namespace
 }  // namespace kestra::datetime
 
 using namespace kestra::datetime;
@@ -64,17 +56,13 @@ uint32_t LdiDateComparable(uint32_t x_type, uint32_t y_type) noexcept {
 
 uint32_t LdiDateCompare(const LdiDate* x, const LdiDate* y, const LdiSession* session,
                         int* order) noexcept {
-  return Compare(*x, *y, session, *order);
+  return CompareDates(*x, *y, session, *order);
 }
 
 uint32_t LdiDateComparearr(int8_t* order, const LdiDate* const* x, size_t count,
                            const LdiDate* const* y, const LdiSession* session, uint32_t flags,
                            size_t* done) noexcept {
-  const Operands other(y, flags);
-  return RunArray(count, done, [&](std::size_t i) {
-    int result = 0;
-    const std::uint32_t error = Compare(*x[i], *other[i], session, result);
-    if (error == 0) order[i] = static_cast<std::int8_t>(result);
-    return error;
-  });
+  return Answer(ActiveDateKernels().compare_dates(x, count, Operands<const LdiDate*>(y, flags),
+                                                  session, order),
+                done);
 }

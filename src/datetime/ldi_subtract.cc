@@ -3,9 +3,10 @@
 // Tests: tests/datetime/ldi_arithmetic_test.cc.
 #include <utility>
 
-#include "datetime/array_form.h"
 #include "datetime/datetime_value.h"
 #include "datetime/interval_value.h"
+#include "datetime/kernels/date_kernels.h"
+#include "datetime/timestamp_operations.h"
 #include "datetime/zone_rules.h"
 #include "kestra/datetime_arithmetic.h"
 
@@ -50,8 +51,10 @@ std::uint32_t CheckTypes(const LdiDate& x, const LdiDate& y, std::uint32_t type)
   return !HasDate(x.type) && IsYearMonth(type) ? KES_DATETIME_NOT_COMPARABLE : 0;
 }
 
-inline std::uint32_t Subtract(LdiInter& out, const LdiDate& x, const LdiDate& y,
-                              std::uint32_t type) noexcept {
+}  // namespace
+
+std::uint32_t SubtractAny(LdiInter& out, const LdiDate& x, const LdiDate& y,
+                          std::uint32_t type) noexcept {
   if (const std::uint32_t error = CheckTypes(x, y, type)) return error;
   if (HasZone(x.type) != HasZone(y.type)) return KES_DATETIME_NOT_COMPARABLE;
   Moment a = LocalMoment(x);
@@ -70,10 +73,12 @@ inline std::uint32_t Subtract(LdiInter& out, const LdiDate& x, const LdiDate& y,
   return Difference(out, a, b, type);
 }
 
+namespace {
+
 std::uint32_t SubtractInSession(LdiInter& out, const LdiDate& x, const LdiDate& y,
                                 std::uint32_t type, const LdiSession* session) noexcept {
   if (const std::uint32_t error = CheckTypes(x, y, type)) return error;
-  if (HasZone(x.type) == HasZone(y.type)) return Subtract(out, x, y, type);
+  if (HasZone(x.type) == HasZone(y.type)) return SubtractDates(out, x, y, type);
   LdiDate a;
   LdiDate b;
   const std::uint32_t zoned = HasDate(x.type) ? KES_DATETIME_TIMESTAMP_TZ : KES_DATETIME_TIME_TZ;
@@ -84,7 +89,7 @@ std::uint32_t SubtractInSession(LdiInter& out, const LdiDate& x, const LdiDate& 
   if (const std::uint32_t error = LdiDateDateConvert(&b, &y, zoned, precision, session)) {
     return error;
   }
-  return Subtract(out, a, b, type);
+  return SubtractDates(out, a, b, type);
 }
 
 // SQL's OVERLAPS of two periods.
@@ -117,7 +122,7 @@ using namespace kestra::datetime;
 
 uint32_t LdiDateDateSubtract(LdiInter* out, const LdiDate* x, const LdiDate* y,
                              uint32_t type) noexcept {
-  return Subtract(*out, *x, *y, type);
+  return SubtractDates(*out, *x, *y, type);
 }
 
 uint32_t LdiDateDateSubtractWithTZ(LdiInter* out, const LdiDate* x, const LdiDate* y, uint32_t type,
@@ -128,9 +133,12 @@ uint32_t LdiDateDateSubtractWithTZ(LdiInter* out, const LdiDate* x, const LdiDat
 uint32_t LdiDateDateSubtractarr(LdiInter* const* out, const LdiDate* const* x, size_t count,
                                 const LdiDate* const* y, uint32_t type, uint32_t flags,
                                 size_t* done) noexcept {
-  const Operands other(y, flags);
+  const Operands<const LdiDate*> others(y, flags);
+  if (type == KES_INTERVAL_DAY_TO_SECOND) {
+    return Answer(ActiveDateKernels().subtract_dates(out, x, count, others), done);
+  }
   return RunArray(count, done,
-                  [&](std::size_t i) { return Subtract(*out[i], *x[i], *other[i], type); });
+                  [=](std::size_t i) { return SubtractAny(*out[i], *x[i], *others[i], type); });
 }
 
 uint32_t LdiDateDateOverlap(const LdiDate* start1, const LdiDate* end1, const LdiDate* start2,

@@ -34,7 +34,12 @@ inline std::uint64_t KeyOfBytes(const void* date, bool swapped) noexcept {
   }
   return (key & ~kZeroByte) ^ kSignBit;
 }
-inline std::uint64_t KeyOf(const LdiDate& date) noexcept { return KeyOfBytes(&date, false); }
+inline std::uint64_t KeyOf(const LdiDate& date) noexcept {
+  if constexpr (std::endian::native == std::endian::big) return KeyOfBytes(&date, false);
+  std::uint64_t word;
+  std::memcpy(&word, &date, sizeof word);
+  return (word << 48 | (__builtin_bswap64(word) & 0x0000FFFFFFFFFF00)) ^ kSignBit;
+}
 
 inline int YearOf(std::uint64_t key) noexcept { return static_cast<int>(key >> 48) - kYearBias; }
 

@@ -2,6 +2,7 @@
 // one vector, others one by one.
 #include "datetime/date_operations.h"
 #include "datetime/kernels/date_kernels.h"
+#include "datetime/timestamp_operations.h"
 
 #if defined(__x86_64__)
 
@@ -124,14 +125,61 @@ KES_DATE_LANES inline Lanes LoadNumbers(const T* values) noexcept {
   return _mm256_cvtepi32_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(values)));
 }
 
+// ---- Records of datetimes and intervals.
+
+KES_DATE_LANES inline Lanes MultiplySigned(Lanes x, Lanes y) noexcept {
+  return _mm256_mul_epi32(x, y);
+}
+KES_DATE_LANES inline Lanes RightBy(Lanes x, Lanes bits) noexcept {
+  return _mm256_srlv_epi64(x, bits);
+}
+KES_DATE_LANES inline Lanes SubtractFrom(Mask mask, Lanes x) noexcept {
+  return Subtract(Xor(x, mask), mask);
+}
+KES_DATE_LANES inline Lanes KeyOrder(Lanes fields) noexcept {
+  constexpr std::int64_t kLow = 0x0100020304050680;
+  constexpr std::int64_t kHigh = 0x09080A0B0C0D0E80;
+  return _mm256_shuffle_epi8(fields, _mm256_setr_epi64x(kLow, kHigh, kLow, kHigh));
+}
+KES_DATE_LANES inline void StoreSigns(std::int8_t* to, Mask less, Mask more) noexcept {
+  const Lanes signs = _mm256_shuffle_epi8(Subtract(less, more), Set(0x0800));
+  const auto low = static_cast<std::uint32_t>(_mm256_extract_epi16(signs, 0));
+  const auto high = static_cast<std::uint32_t>(_mm256_extract_epi16(signs, 8));
+  const std::uint32_t all = low | high << 16;
+  __builtin_memcpy(to, &all, sizeof all);
+}
+// 16 bytes of each, the first ones below.
+KES_DATE_LANES inline Lanes LoadPieces(const void* const (&at)[kLanes / 2]) noexcept {
+  const __m128i low = _mm_loadu_si128(static_cast<const __m128i*>(at[0]));
+  const __m128i high = _mm_loadu_si128(static_cast<const __m128i*>(at[1]));
+  return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+}
+KES_DATE_LANES inline Lanes LowOfPairs(Lanes x, Lanes y) noexcept {
+  return _mm256_unpacklo_epi64(x, y);
+}
+KES_DATE_LANES inline Lanes HighOfPairs(Lanes x, Lanes y) noexcept {
+  return _mm256_unpackhi_epi64(x, y);
+}
+KES_DATE_LANES inline void StorePieces(void* const (&at)[kLanes / 2], Lanes pieces) noexcept {
+  _mm_storeu_si128(static_cast<__m128i*>(at[0]), _mm256_castsi256_si128(pieces));
+  _mm_storeu_si128(static_cast<__m128i*>(at[1]), _mm256_extracti128_si256(pieces, 1));
+}
+KES_DATE_LANES inline void StoreVector(void* to, Lanes lanes) noexcept {
+  _mm256_storeu_si256(static_cast<__m256i*>(to), lanes);
+}
+
 #include "datetime/kernels/date_lanes.h"
+#include "datetime/kernels/record_lanes.h"
+#include "datetime/kernels/timestamp_lanes.h"
 
 }  // namespace
 
 // Adding months and last days gain nothing from four lanes.
-const DateKernels kAvx2DateKernels = {"avx2",        ToJulianArray,          FromJulianArray,
-                                      AddDeltaArray, scalar::AddMonthsArray, scalar::LastDayArray,
-                                      NextDayArray};
+const DateKernels kAvx2DateKernels = {
+    "avx2",           ToJulianArray,          FromJulianArray,
+    AddDeltaArray,    scalar::AddMonthsArray, scalar::LastDayArray,
+    NextDayArray,     AddIntervalArray,       SubtractDatesArray,
+    CompareDatesArray};
 
 }  // namespace kestra::datetime
 

@@ -2,6 +2,7 @@
 // one vector, others one by one, which is faster than gathering and scattering.
 #include "datetime/date_operations.h"
 #include "datetime/kernels/date_kernels.h"
+#include "datetime/timestamp_operations.h"
 
 #if defined(__x86_64__)
 
@@ -121,13 +122,60 @@ KES_DATE_LANES inline Lanes LoadNumbers(const T* values) noexcept {
   return _mm512_cvtepi32_epi64(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(values)));
 }
 
+// ---- Records of datetimes and intervals.
+
+KES_DATE_LANES inline Lanes MultiplySigned(Lanes x, Lanes y) noexcept {
+  return _mm512_mul_epi32(x, y);
+}
+KES_DATE_LANES inline Lanes RightBy(Lanes x, Lanes bits) noexcept {
+  return _mm512_srlv_epi64(x, bits);
+}
+KES_DATE_LANES inline Lanes SubtractFrom(Mask mask, Lanes x) noexcept {
+  return _mm512_mask_sub_epi64(x, mask, Set(0), x);
+}
+KES_DATE_LANES inline Lanes KeyOrder(Lanes fields) noexcept {
+  constexpr std::int64_t kLow = 0x0100020304050680;
+  constexpr std::int64_t kHigh = 0x09080A0B0C0D0E80;
+  return _mm512_shuffle_epi8(fields, _mm512_set4_epi64(kHigh, kLow, kHigh, kLow));
+}
+KES_DATE_LANES inline void StoreSigns(std::int8_t* to, Mask less, Mask more) noexcept {
+  const __m128i signs = _mm_sub_epi8(_mm_movm_epi8(less), _mm_movm_epi8(more));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(to), signs);
+}
+
+// 16 bytes of each, the first ones below.
+KES_DATE_LANES inline Lanes LoadPieces(const void* const (&at)[kLanes / 2]) noexcept {
+  const auto piece = [&](std::size_t k) KES_DATE_LANES {
+    return _mm_loadu_si128(static_cast<const __m128i*>(at[k]));
+  };
+  const Lanes first = _mm512_inserti64x2(_mm512_castsi128_si512(piece(0)), piece(1), 1);
+  return _mm512_inserti64x2(_mm512_inserti64x2(first, piece(2), 2), piece(3), 3);
+}
+KES_DATE_LANES inline Lanes LowOfPairs(Lanes x, Lanes y) noexcept {
+  return _mm512_unpacklo_epi64(x, y);
+}
+KES_DATE_LANES inline Lanes HighOfPairs(Lanes x, Lanes y) noexcept {
+  return _mm512_unpackhi_epi64(x, y);
+}
+KES_DATE_LANES inline void StorePieces(void* const (&at)[kLanes / 2], Lanes pieces) noexcept {
+  _mm_storeu_si128(static_cast<__m128i*>(at[0]), _mm512_castsi512_si128(pieces));
+  _mm_storeu_si128(static_cast<__m128i*>(at[1]), _mm512_extracti64x2_epi64(pieces, 1));
+  _mm_storeu_si128(static_cast<__m128i*>(at[2]), _mm512_extracti64x2_epi64(pieces, 2));
+  _mm_storeu_si128(static_cast<__m128i*>(at[3]), _mm512_extracti64x2_epi64(pieces, 3));
+}
+KES_DATE_LANES inline void StoreVector(void* to, Lanes lanes) noexcept {
+  _mm512_storeu_si512(to, lanes);
+}
+
 #include "datetime/kernels/date_lanes.h"
+#include "datetime/kernels/record_lanes.h"
+#include "datetime/kernels/timestamp_lanes.h"
 
 }  // namespace
 
-const DateKernels kAvx512DateKernels = {"avx512",      ToJulianArray,  FromJulianArray,
-                                        AddDeltaArray, AddMonthsArray, LastDayArray,
-                                        NextDayArray};
+const DateKernels kAvx512DateKernels = {
+    "avx512",     ToJulianArray, FromJulianArray,  AddDeltaArray,      AddMonthsArray,
+    LastDayArray, NextDayArray,  AddIntervalArray, SubtractDatesArray, CompareDatesArray};
 
 }  // namespace kestra::datetime
 

@@ -8,6 +8,7 @@
 
 #include "core/os/cpu.h"
 #include "datetime/array_form.h"
+#include "kestra/datetime.h"
 
 namespace kestra::datetime {
 
@@ -24,6 +25,15 @@ struct DateKernels {
   void (*last_day)(ldxdate* const* out, const ldxdate* const* in, std::size_t count) noexcept;
   ArrayResult (*next_day)(ldxdate* const* out, const ldxdate* const* in, std::size_t count,
                           Operands<std::uint32_t> weekdays, std::uint32_t first_weekday) noexcept;
+  // LdiDateInterAdd and, with a negative sign, LdiDateInterSubtract.
+  ArrayResult (*add_interval)(LdiDate* const* out, const LdiDate* const* in, std::size_t count,
+                              Operands<const LdiInter*> inters, std::int32_t sign) noexcept;
+  // LdiDateDateSubtract, days to seconds.
+  ArrayResult (*subtract_dates)(LdiInter* const* out, const LdiDate* const* x, std::size_t count,
+                                Operands<const LdiDate*> y) noexcept;
+  ArrayResult (*compare_dates)(const LdiDate* const* x, std::size_t count,
+                               Operands<const LdiDate*> y, const LdiSession* session,
+                               std::int8_t* order) noexcept;
 };
 
 // What the scalar table holds; other tables take from it where they have nothing better.
@@ -38,6 +48,13 @@ ArrayResult AddMonthsArray(ldxdate* const* out, const ldxdate* const* in, std::s
 void LastDayArray(ldxdate* const* out, const ldxdate* const* in, std::size_t count) noexcept;
 ArrayResult NextDayArray(ldxdate* const* out, const ldxdate* const* in, std::size_t count,
                          Operands<std::uint32_t> weekdays, std::uint32_t first_weekday) noexcept;
+ArrayResult AddIntervalArray(LdiDate* const* out, const LdiDate* const* in, std::size_t count,
+                             Operands<const LdiInter*> inters, std::int32_t sign) noexcept;
+ArrayResult SubtractDatesArray(LdiInter* const* out, const LdiDate* const* x, std::size_t count,
+                               Operands<const LdiDate*> y) noexcept;
+ArrayResult CompareDatesArray(const LdiDate* const* x, std::size_t count,
+                              Operands<const LdiDate*> y, const LdiSession* session,
+                              std::int8_t* order) noexcept;
 }  // namespace scalar
 
 extern const DateKernels kScalarDateKernels;

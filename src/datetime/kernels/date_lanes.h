@@ -157,10 +157,20 @@ KES_DATE_LANES inline LanesResult AddDaysLanes(Lanes date, Lanes delta) noexcept
   return {WithoutYearZeroLanes(moved, forward), Both(HasPlainYear(date), ArePlainDays(number))};
 }
 
-KES_DATE_LANES inline LanesResult AddDeltaLanes(Lanes date, Lanes delta) noexcept {
+// Seconds of 32 bits and a few days as days and seconds of a day.
+struct DaySplit {
+  Lanes days;
+  Lanes seconds;
+};
+KES_DATE_LANES inline DaySplit SplitSeconds(Lanes seconds) noexcept {
   constexpr std::int64_t kShiftDays = 24856;  // past the largest negative number of seconds
-  constexpr std::int64_t kShift = kShiftDays * kDaySeconds;
   constexpr std::uint64_t kLargest = (std::uint64_t{1} << 25) + (1 << 21);  // in 128 seconds
+  const Lanes shifted = Add(seconds, Set(kShiftDays * kDaySeconds));
+  const Lanes days = Divide<kDaySeconds / 128, kLargest, 36>(Right<7>(shifted));
+  return {Subtract(days, Set(kShiftDays)), Subtract(shifted, Multiply(days, Set(kDaySeconds)))};
+}
+
+KES_DATE_LANES inline LanesResult AddDeltaLanes(Lanes date, Lanes delta) noexcept {
   if (HaveLowHalvesAlone(delta)) return AddDaysLanes(date, delta);
   const Lanes zero = Set(0);
   Lanes days = SignedLow(delta);
@@ -168,11 +178,9 @@ KES_DATE_LANES inline LanesResult AddDeltaLanes(Lanes date, Lanes delta) noexcep
   const Mask no_days = Equal(days, zero);
   const Mask timed = Either(no_days, Not(Equal(seconds, zero)));
   const Mask forward = Either(Less(zero, days), Both(no_days, Less(zero, seconds)));
-  const Lanes total = Add(Add(SecondsOf(date), seconds), Set(kShift));
-  const Lanes whole = Divide<kDaySeconds / 128, kLargest, 36>(Right<7>(total));
-  const Lanes rest = Subtract(total, Multiply(whole, Set(kDaySeconds)));
-  const Lanes time = Choose(timed, PackSeconds(rest), And(date, Set(kTimeBits)));
-  days = AddWhere(timed, days, Subtract(whole, Set(kShiftDays)));
+  const DaySplit split = SplitSeconds(Add(SecondsOf(date), seconds));
+  const Lanes time = Choose(timed, PackSeconds(split.seconds), And(date, Set(kTimeBits)));
+  days = AddWhere(timed, days, split.days);
   const Lanes number = Add(DayNumberLanes(date), days);
   const Mask moved = Not(Equal(days, zero));
   const Lanes day = Choose(moved, SplitDayLanes(number), And(date, Set(kDayBits)));

@@ -1,6 +1,7 @@
 // The array forms for every machine: the scalar bodies inlined into loops.
 #include "datetime/date_operations.h"
 #include "datetime/kernels/date_kernels.h"
+#include "datetime/timestamp_operations.h"
 
 namespace kestra::datetime {
 namespace scalar {
@@ -38,6 +39,30 @@ ArrayResult NextDayArray(ldxdate* const* out, const ldxdate* const* in, std::siz
   });
 }
 
+ArrayResult AddIntervalArray(LdiDate* const* out, const LdiDate* const* in, std::size_t count,
+                             Operands<const LdiInter*> inters, std::int32_t sign) noexcept {
+  return RunFrom(0, count,
+                 [=](std::size_t i) { return AddInterval(*out[i], *in[i], *inters[i], sign); });
+}
+
+ArrayResult SubtractDatesArray(LdiInter* const* out, const LdiDate* const* x, std::size_t count,
+                               Operands<const LdiDate*> y) noexcept {
+  return RunFrom(0, count, [=](std::size_t i) {
+    return SubtractDates(*out[i], *x[i], *y[i], KES_INTERVAL_DAY_TO_SECOND);
+  });
+}
+
+ArrayResult CompareDatesArray(const LdiDate* const* x, std::size_t count,
+                              Operands<const LdiDate*> y, const LdiSession* session,
+                              std::int8_t* order) noexcept {
+  return RunFrom(0, count, [=](std::size_t i) {
+    int result = 0;
+    const std::uint32_t error = CompareDates(*x[i], *y[i], session, result);
+    if (error == 0) order[i] = static_cast<std::int8_t>(result);
+    return error;
+  });
+}
+
 }  // namespace scalar
 
 const DateKernels kScalarDateKernels = {"scalar",
@@ -46,6 +71,9 @@ const DateKernels kScalarDateKernels = {"scalar",
                                         scalar::AddDeltaArray,
                                         scalar::AddMonthsArray,
                                         scalar::LastDayArray,
-                                        scalar::NextDayArray};
+                                        scalar::NextDayArray,
+                                        scalar::AddIntervalArray,
+                                        scalar::SubtractDatesArray,
+                                        scalar::CompareDatesArray};
 
 }  // namespace kestra::datetime
