@@ -307,9 +307,12 @@ KES_API uint32_t LdiDateDateConvertarr(LdiDate *const *out, const LdiDate *const
                                        size_t *done) KES_NOEXCEPT;
 
 /* LdiDateRoundFS: the fraction rounded to precision digits, a half up; a carry goes on as far as
- * the year. Times of day begin again at midnight. A region's offset is kept.
- * Errors   1880 the precision; 1841 past the year 9999. */
-KES_API uint32_t LdiDateRoundFS(LdiDate *out, const LdiDate *in, uint32_t precision) KES_NOEXCEPT;
+ * the year. Times of day begin again at midnight. A carry that crosses a transition finds the offset
+ * of the region behind it: the instant moves by the rounding and no more.
+ * session  the zone file, which only the carry of a value with a region needs; may be null.
+ * Errors   1880 the precision; 1841 past the year 9999; those of the zone file. */
+KES_API uint32_t LdiDateRoundFS(LdiDate *out, const LdiDate *in, uint32_t precision,
+                                const LdiSession *session) KES_NOEXCEPT;
 
 /* LdiDateComparable: 0 when values of the two types can be compared, subtracted and converted into
  * each other without a current date: both have a date, or neither has. Else 1870, or 1866.

@@ -66,8 +66,17 @@ std::uint32_t Convert(LdiDate& out, const LdiDate& in, std::uint32_t type, std::
   if (!HasFraction(type)) {
     date.fraction = 0;
   } else if (date.fraction != 0) {
-    if (const std::uint32_t error = RoundFraction(date, precision)) return error;
+    if (const std::uint32_t error = RoundInZone(date, precision, ZonesOf(session))) return error;
   }
+  out = date;
+  return 0;
+}
+
+std::uint32_t RoundFS(LdiDate& out, const LdiDate& in, std::uint32_t precision,
+                      const LdiSession* session) noexcept {
+  if (precision > KES_DATETIME_MAX_PRECISION) return KES_DATETIME_BAD_FRACTION;
+  LdiDate date = in;
+  if (const std::uint32_t error = RoundInZone(date, precision, ZonesOf(session))) return error;
   out = date;
   return 0;
 }
@@ -102,10 +111,7 @@ uint32_t LdiDateToLDX(ldxdate* out, const LdiDate* in, const LdiSession* session
   return 0;
 }
 
-uint32_t LdiDateRoundFS(LdiDate* out, const LdiDate* in, uint32_t precision) noexcept {
-  if (precision > KES_DATETIME_MAX_PRECISION) return KES_DATETIME_BAD_FRACTION;
-  LdiDate date = *in;
-  if (const std::uint32_t error = RoundFraction(date, precision)) return error;
-  *out = date;
-  return 0;
+uint32_t LdiDateRoundFS(LdiDate* out, const LdiDate* in, uint32_t precision,
+                        const LdiSession* session) noexcept {
+  return RoundFS(*out, *in, precision, session);
 }

@@ -111,7 +111,6 @@ std::uint32_t Combine(LdiDate& out, const LdiParseContext& ctx, const ldxdate& p
     date.hour = static_cast<std::uint8_t>(end_of_day ? 0 : more.hour25);
     if (end_of_day && !AddToLocal(date, kDaySeconds, 0)) return KES_DATETIME_BAD_YEAR;
   }
-  if (const std::uint32_t error = RoundFraction(date, precision)) return error;
   if (HasZone(type)) {
     if (const std::uint32_t error = ReadZone(more, ctx.session, date)) return error;
     // A timestamp with local zone is shown in the session's, whatever the text said.
@@ -121,6 +120,7 @@ std::uint32_t Combine(LdiDate& out, const LdiParseContext& ctx, const ldxdate& p
       }
     }
   }
+  if (const std::uint32_t error = RoundInZone(date, precision, ZonesOf(ctx.session))) return error;
   out = date;
   return 0;
 }

@@ -50,14 +50,14 @@ std::uint32_t Apply(Way way, LdiDate& out, const LdiDate& in, std::uint32_t unit
   if (unit != KES_DATE_SS) {
     if (const std::uint32_t error = ApplyRule(way, date, unit, first)) return error;
   } else if (way == Way::kRound) {
-    if (const std::uint32_t error = RoundFraction(date, 0)) return error;
+    if (const std::uint32_t error = RoundInZone(date, 0, ZonesOf(session))) return error;
   } else {
     date.fraction = 0;
   }
   if (HasZone(date.type)) {
-    const Zone zone{.zones = session != nullptr ? session->zones : nullptr,
+    const Zone zone{.zones = ZonesOf(session),
                     .region = in.region,
-                    .minutes = ZoneMinutes(in),
+                    .minutes = ZoneMinutes(date),
                     .keeps = true};
     if (const std::uint32_t error = AttachZone(date, zone)) return error;
   }

@@ -127,7 +127,7 @@ std::uint32_t ReadClock(const std::uint8_t* from, LdiDate& date) noexcept {
 std::uint32_t ReadZone(const std::uint8_t* from, const LdiSession* session, Zone& zone) noexcept {
   const std::uint32_t word = std::uint32_t{from[0]} << 8 | from[1];
   if ((word & kRegionBit) != 0) {
-    zone = {.zones = session != nullptr ? session->zones : nullptr, .region = word & ~kRegionBit};
+    zone = {.zones = ZonesOf(session), .region = word & ~kRegionBit};
     return zone.region == 0 ? KES_DATETIME_BAD_ZONE_ID : 0;
   }
   const std::int32_t hour = from[0] - kHourBias;

@@ -17,7 +17,7 @@ namespace {
 
 // A caller's zone. 0, or 1882 for an offset out of range.
 std::uint32_t ReadZone(LdiZone in, const LdiSession* session, Zone& zone) noexcept {
-  zone = {.zones = session != nullptr ? session->zones : nullptr, .region = in.region};
+  zone = {.zones = ZonesOf(session), .region = in.region};
   if (in.region != 0) return 0;
   zone.minutes = in.hour * 60 + in.minute;
   const bool signs = (in.hour > 0 && in.minute < 0) || (in.hour < 0 && in.minute > 0);
@@ -233,7 +233,7 @@ uint32_t LdiDateExtractTZ(uint8_t* out, size_t size, size_t* length, const LdiDa
   if (!IsDatetimeType(in->type)) return KES_DATETIME_BAD_TYPE;
   if (!HasZone(in->type)) return KES_DATETIME_NO_FIELD;
   PlainWriter text;
-  const ltzfile* zones = session != nullptr ? session->zones : nullptr;
+  const ltzfile* zones = ZonesOf(session);
   if (const std::uint32_t error = PutField(text, *in, field, zones)) return error;
   return text.CopyTo(out, size, *length, handle);
 }

@@ -146,6 +146,17 @@ std::uint32_t ShowInZone(LdiDate& date, const Moment& utc, const Zone& zone) noe
   return 0;
 }
 
+std::uint32_t RoundInZone(LdiDate& date, std::uint32_t precision, const ltzfile* zones) noexcept {
+  const std::uint32_t fraction = RoundNanos(date.fraction, precision);
+  if (fraction < static_cast<std::uint32_t>(kNanos)) {
+    date.fraction = fraction;
+    return 0;
+  }
+  if (!HasZone(date.type) || date.region == 0) return RoundFraction(date, precision);
+  return ShowInZone(date, {UtcMoment(date).seconds + 1, 0},
+                    {.zones = zones, .region = date.region});
+}
+
 std::uint32_t UtcOf(const LdiDate& date, const LdiSession* session, Moment& utc) noexcept {
   if (HasZone(date.type)) {
     utc = UtcMoment(date);

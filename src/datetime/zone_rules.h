@@ -31,6 +31,9 @@ struct Zone {
   bool keeps = false;
 };
 Zone SessionZone(const LdiSession* session) noexcept;
+inline const ltzfile* ZonesOf(const LdiSession* session) noexcept {
+  return session != nullptr ? session->zones : nullptr;
+}
 
 // The offset of a zone at a UTC; 1841 outside the calendar.
 std::uint32_t OffsetAtUtc(const Zone& zone, const Moment& utc, std::int32_t& minutes) noexcept;
@@ -47,6 +50,11 @@ std::uint32_t AttachZone(LdiDate& date, const Zone& zone) noexcept;
 // Makes the record of a dated type show a UTC in a zone. 0, 1841 (also for a local time in the year
 // 0: moving it would change the instant), or an error of the zone file; nothing is changed then.
 std::uint32_t ShowInZone(LdiDate& date, const Moment& utc, const Zone& zone) noexcept;
+
+// Rounds the fraction to precision digits. A carry moves the instant by no more than that: a region
+// shows it at the offset in force then. 0, 1841, or an error of the zone file, which only a carry of
+// a value with a region asks; nothing is changed then.
+std::uint32_t RoundInZone(LdiDate& date, std::uint32_t precision, const ltzfile* zones) noexcept;
 
 // The name of a region in ASCII, in room bytes with its NUL. 0, 1804, 1881, 1882, 1877.
 std::uint32_t RegionName(const ltzfile* zones, std::uint32_t region, std::span<char> room) noexcept;

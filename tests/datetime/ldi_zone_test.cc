@@ -313,6 +313,61 @@ TEST_F(LdiInZones, RoundingFindsTheOffsetAgain) {
 }
 
 // 1:30 comes twice on this day: first at -04:00, then at -05:00.
+// The carry of a fraction crosses a transition: the instant moves by the rounding alone.
+TEST_F(LdiInZones, AFractionThatCarriesFindsTheOffsetBehindTheTransition) {
+  struct Case {
+    const char* local;
+    const char* abbreviation;
+    std::uint32_t precision;
+    const char* rounded;
+  };
+  constexpr Case kCases[] = {
+      {"2026-03-08 01:59:59.9999999", "EST", 3, "2026-03-08 03:00:00.000000000 -04:00"},
+      {"2026-03-08 01:59:59.9994", "EST", 3, "2026-03-08 01:59:59.999000000 -05:00"},
+      {"2026-11-01 01:59:59.9999999", "EDT", 3, "2026-11-01 01:00:00.000000000 -05:00"},
+      {"2026-11-01 01:59:59.9999999", "EST", 3, "2026-11-01 02:00:00.000000000 -05:00"},
+      {"2026-12-31 23:59:59.5", "EST", 0, "2027-01-01 00:00:00.000000000 -05:00"},
+  };
+  LdiParseContext ctx;
+  ASSERT_EQ(LdiParseContextInit(&ctx, nullptr, nullptr, &session_), 0u);
+  constexpr std::string_view kModel = "YYYY-MM-DD HH24:MI:SS.FF TZR TZD";
+  std::uint8_t format[64];
+  std::size_t length = 0;
+  ASSERT_EQ(
+      LdiParseForInput(format, sizeof format, &length,
+                       reinterpret_cast<const std::uint8_t*>(kModel.data()), kModel.size(), &ctx),
+      0u);
+  for (const Case& c : kCases) {
+    const std::string text =
+        std::string(c.local) + " America/New_York " + std::string(c.abbreviation);
+    const auto read = [&](std::uint32_t precision) {
+      LdiDate date{};
+      EXPECT_EQ(
+          LdiDateFromString(&date, reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
+                            format, length, KES_DATETIME_TIMESTAMP_TZ, precision, &ctx),
+          0u)
+          << text;
+      return date;
+    };
+    const LdiDate in = read(9);
+    LdiDate out;
+    ASSERT_EQ(LdiDateRoundFS(&out, &in, c.precision, &session_), 0u);
+    EXPECT_EQ(Plain(out), c.rounded) << text;
+    LdiDate converted;
+    ASSERT_EQ(LdiDateDateConvert(&converted, &in, in.type, c.precision, &session_), 0u);
+    EXPECT_EQ(Show(converted), Show(out)) << text;
+    EXPECT_EQ(Show(read(c.precision)), Show(out)) << text;
+    if (out.fraction == 0) {
+      ASSERT_EQ(LdiRound(&converted, &in, KES_DATE_SS, 0, &session_), 0u);
+      EXPECT_EQ(Show(converted), Show(out)) << text;
+    }
+    // Without a file only what carries needs to fail.
+    const std::uint32_t without = LdiDateRoundFS(&converted, &in, c.precision, nullptr);
+    EXPECT_EQ(without, out.fraction == 0 ? 1804u : 0u) << text;
+  }
+  LdiParseContextTerm(&ctx);
+}
+
 TEST_F(LdiInZones, ATimeThatComesTwiceKeepsItsOffset) {
   LdiInter none;
   ASSERT_EQ(LdiInterConstruct(&none, 0, 0, 0, 0, 0, 0, 0, 2, 0, KES_INTERVAL_MONTH), 0u);
