@@ -215,6 +215,8 @@ enum {
   KES_FAULT_UNUSED = 131072 /* a field that the type has not, or a zero byte, is not 0: 1866 */
 };
 KES_API uint32_t LdiDateCheck(const LdiDate *date) KES_NOEXCEPT;
+KES_API uint32_t LdiDateCheckarr(uint32_t *faults, const LdiDate *const *in, size_t count,
+                                 size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateFault(uint32_t faults) KES_NOEXCEPT;
 
 /* LdiDateCopy, LdiInterCopy: *out = *in. */
@@ -227,8 +229,13 @@ KES_API uint32_t LdiInterCopy(LdiInter *out, const LdiInter *in) KES_NOEXCEPT;
  * Errors   1866; those of LdiDateDateConvert. */
 KES_API uint32_t LdiDateFromLDX(LdiDate *out, const ldxdate *in, uint32_t type,
                                 const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiDateFromLDXarr(LdiDate *const *out, const ldxdate *const *in, size_t count,
+                                   uint32_t type, const LdiSession *session,
+                                   size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateToLDX(ldxdate *out, const LdiDate *in,
                               const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiDateToLDXarr(ldxdate *const *out, const LdiDate *const *in, size_t count,
+                                 const LdiSession *session, size_t *done) KES_NOEXCEPT;
 
 /* LdiDateToArray, LdiDateFromArray: the stored form.
  *
@@ -276,11 +283,21 @@ typedef struct LdiJulian {
  * LdiDays2Cal: year, month and day of a day number.
  * Errors   1854 the day number; 1852, 1880 the time; 1866 a time of day where a day is wanted. */
 KES_API uint32_t LdiDateToJulian(LdiJulian *out, const LdiDate *in) KES_NOEXCEPT;
+KES_API uint32_t LdiDateToJulianarr(LdiJulian *const *out, const LdiDate *const *in, size_t count,
+                                    size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiJulianToDate(LdiDate *out, const LdiJulian *in, uint32_t type,
                                  const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiJulianToDatearr(LdiDate *const *out, const LdiJulian *const *in, size_t count,
+                                    uint32_t type, const LdiSession *session,
+                                    size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateToJDays(int32_t *day, const LdiDate *in) KES_NOEXCEPT;
+KES_API uint32_t LdiDateToJDaysarr(int32_t *days, const LdiDate *const *in, size_t count,
+                                   size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiJDaysToDate(LdiDate *out, int32_t day, uint32_t type,
                                 const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiJDaysToDatearr(LdiDate *const *out, const int32_t *days, size_t count,
+                                   uint32_t type, const LdiSession *session,
+                                   size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDays2Cal(int32_t day, int32_t *year, uint32_t *month,
                              uint32_t *day_of_month) KES_NOEXCEPT;
 
@@ -288,7 +305,11 @@ KES_API uint32_t LdiDays2Cal(int32_t day, int32_t *year, uint32_t *month,
  * day, and back, rounded to the nanosecond. To the number: outlen as everywhere in number.h.
  * Errors   1854. */
 KES_API uint32_t LdiJulianToNumber(const LdiJulian *in, uint8_t *out, size_t *outlen) KES_NOEXCEPT;
+KES_API uint32_t LdiJulianToNumberarr(uint8_t *const *out, const LdiJulian *const *in, size_t count,
+                                      size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiJulianFromNumber(LdiJulian *out, const uint8_t *x, size_t xlen) KES_NOEXCEPT;
+KES_API uint32_t LdiJulianFromNumberarr(LdiJulian *const *out, const uint8_t *const *x,
+                                        size_t count, size_t *done) KES_NOEXCEPT;
 
 /* LdiDateDateConvert: a datetime to another type.
  *
@@ -313,6 +334,9 @@ KES_API uint32_t LdiDateDateConvertarr(LdiDate *const *out, const LdiDate *const
  * Errors   1880 the precision; 1841 past the year 9999; those of the zone file. */
 KES_API uint32_t LdiDateRoundFS(LdiDate *out, const LdiDate *in, uint32_t precision,
                                 const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiDateRoundFSarr(LdiDate *const *out, const LdiDate *const *in, size_t count,
+                                   uint32_t precision, const LdiSession *session,
+                                   size_t *done) KES_NOEXCEPT;
 
 /* LdiDateComparable: 0 when values of the two types can be compared, subtracted and converted into
  * each other without a current date: both have a date, or neither has. Else 1870, or 1866.

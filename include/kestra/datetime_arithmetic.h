@@ -43,12 +43,27 @@ KES_API uint32_t LdiDateInterSubtract(LdiDate *out, const LdiDate *in,
                                       const LdiInter *inter) KES_NOEXCEPT;
 KES_API uint32_t LdiDateInterAddTZ(LdiDate *out, const LdiDate *in, const LdiInter *inter,
                                    const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiDateInterAddTZarr(LdiDate *const *out, const LdiDate *const *in, size_t count,
+                                      const LdiInter *const *inter, const LdiSession *session,
+                                      uint32_t flags, size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateInterSubtractTZ(LdiDate *out, const LdiDate *in, const LdiInter *inter,
                                         const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiDateInterSubtractTZarr(LdiDate *const *out, const LdiDate *const *in,
+                                           size_t count, const LdiInter *const *inter,
+                                           const LdiSession *session, uint32_t flags,
+                                           size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateInterAddTZISO(LdiDate *out, const LdiDate *in, const LdiInter *inter,
                                       const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiDateInterAddTZISOarr(LdiDate *const *out, const LdiDate *const *in,
+                                         size_t count, const LdiInter *const *inter,
+                                         const LdiSession *session, uint32_t flags,
+                                         size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateInterSubtractTZISO(LdiDate *out, const LdiDate *in, const LdiInter *inter,
                                            const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiDateInterSubtractTZISOarr(LdiDate *const *out, const LdiDate *const *in,
+                                              size_t count, const LdiInter *const *inter,
+                                              const LdiSession *session, uint32_t flags,
+                                              size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateInterAddarr(LdiDate *const *out, const LdiDate *const *in, size_t count,
                                     const LdiInter *const *inter, uint32_t flags,
                                     size_t *done) KES_NOEXCEPT;
@@ -61,8 +76,15 @@ KES_API uint32_t LdiDateInterSubtractarr(LdiDate *const *out, const LdiDate *con
  * Errors   1866, 1867, 1870 year to month. */
 KES_API uint32_t LdiDateIntertimeAdd(LdiDate *out, const LdiDate *in, const LdiInter *inter,
                                      int32_t *days) KES_NOEXCEPT;
+KES_API uint32_t LdiDateIntertimeAddarr(LdiDate *const *out, const LdiDate *const *in, size_t count,
+                                        const LdiInter *const *inter, int32_t *days, uint32_t flags,
+                                        size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateIntertimeSubtract(LdiDate *out, const LdiDate *in, const LdiInter *inter,
                                           int32_t *days) KES_NOEXCEPT;
+KES_API uint32_t LdiDateIntertimeSubtractarr(LdiDate *const *out, const LdiDate *const *in,
+                                             size_t count, const LdiInter *const *inter,
+                                             int32_t *days, uint32_t flags,
+                                             size_t *done) KES_NOEXCEPT;
 
 /* LdiDateDateSubtract: x - y as an interval of a type. Day to second: exact, cut to the type's last
  * field. Year to month: the whole months from y to x (15 March - 16 January is one month), cut to
@@ -75,6 +97,10 @@ KES_API uint32_t LdiDateDateSubtract(LdiInter *out, const LdiDate *x, const LdiD
                                      uint32_t type) KES_NOEXCEPT;
 KES_API uint32_t LdiDateDateSubtractWithTZ(LdiInter *out, const LdiDate *x, const LdiDate *y,
                                            uint32_t type, const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiDateDateSubtractWithTZarr(LdiInter *const *out, const LdiDate *const *x,
+                                              size_t count, const LdiDate *const *y, uint32_t type,
+                                              const LdiSession *session, uint32_t flags,
+                                              size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateDateSubtractarr(LdiInter *const *out, const LdiDate *const *x, size_t count,
                                         const LdiDate *const *y, uint32_t type, uint32_t flags,
                                         size_t *done) KES_NOEXCEPT;
@@ -111,18 +137,29 @@ enum {
 /* LdiDateExtract: a field as a NUMBER, of the local time. LdiDateExtractTZ: a field of the zone as
  * text: the region's name, or +hh:mm where there is none; its abbreviation; hour and minute as
  * numbers with sign.
- * handle   null: ASCII; a handle with an EBCDIC set: that.
+ * handle   of the set that the text is in; null: ASCII.
+ * U        UTF-16 in the machine's byte order; size and length in units.
  * Errors   1866; 1878 the value has no such field; 1877; those of the zone file. */
 KES_API uint32_t LdiDateExtract(const LdiDate *in, uint32_t field, uint8_t *out,
                                 size_t *outlen) KES_NOEXCEPT;
+KES_API uint32_t LdiDateExtractarr(uint8_t *const *out, const LdiDate *const *in, size_t count,
+                                   uint32_t field, size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateExtractTZ(uint8_t *out, size_t size, size_t *length, const LdiDate *in,
                                   uint32_t field, const LdiSession *session,
                                   const lxhandle *handle) KES_NOEXCEPT;
+KES_API uint32_t LdiDateExtractTZU(uint16_t *out, size_t size, size_t *length, const LdiDate *in,
+                                   uint32_t field, const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiDateExtractTZarr(uint8_t *const *out, const LdiDate *const *in, size_t count,
+                                     const size_t *rooms, size_t *lengths, uint32_t field,
+                                     const LdiSession *session, const lxhandle *handle,
+                                     uint32_t flags, size_t *done) KES_NOEXCEPT;
 
 /* LdiDayofWeek: 1 to 7; 1 is the weekday first (0 Sunday to 6 Saturday; that of a territory is item
  * 97 of its handle).
  * Errors   1866 a time of day; 1846 first above 6. */
 KES_API uint32_t LdiDayofWeek(const LdiDate *in, uint32_t first, uint32_t *day) KES_NOEXCEPT;
+KES_API uint32_t LdiDayofWeekarr(uint32_t *days, const LdiDate *const *in, size_t count,
+                                 uint32_t first, size_t *done) KES_NOEXCEPT;
 
 /* LdiRound, LdiTruncate: to a unit, by the rules of ldxrnd and ldxtrn (date.h), on the local time;
  * also to SS (27), the whole second. Times of day round to hours (24, 25), minutes (26) and seconds
@@ -134,8 +171,14 @@ KES_API uint32_t LdiDayofWeek(const LdiDate *in, uint32_t first, uint32_t *day) 
  * Errors   1899 no rule for the unit; 1866; 1841; 1846; those of the zone file. */
 KES_API uint32_t LdiRound(LdiDate *out, const LdiDate *in, uint32_t unit, uint32_t first,
                           const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiRoundarr(LdiDate *const *out, const LdiDate *const *in, size_t count,
+                             uint32_t unit, uint32_t first, const LdiSession *session,
+                             size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiTruncate(LdiDate *out, const LdiDate *in, uint32_t unit, uint32_t first,
                              const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiTruncatearr(LdiDate *const *out, const LdiDate *const *in, size_t count,
+                                uint32_t unit, uint32_t first, const LdiSession *session,
+                                size_t *done) KES_NOEXCEPT;
 
 #ifdef __cplusplus
 }

@@ -80,6 +80,9 @@ KES_API uint32_t LdiParseForInputU(uint8_t *out, size_t size, size_t *length, co
 KES_API uint32_t LdiParseForInputType(uint8_t *out, size_t size, size_t *length,
                                       const uint8_t *text, size_t text_length, uint32_t type,
                                       LdiParseContext *ctx) KES_NOEXCEPT;
+KES_API uint32_t LdiParseForInputTypeU(uint8_t *out, size_t size, size_t *length,
+                                       const uint16_t *text, size_t units, uint32_t type,
+                                       LdiParseContext *ctx) KES_NOEXCEPT;
 KES_API uint32_t LdiParseForOutput(uint8_t *out, size_t size, size_t *length, const uint8_t *text,
                                    size_t text_length, LdiParseContext *ctx) KES_NOEXCEPT;
 KES_API uint32_t LdiParseForOutputU(uint8_t *out, size_t size, size_t *length, const uint16_t *text,
@@ -98,11 +101,13 @@ typedef struct LdiFormatItem {
 KES_API uint32_t LdiGetFormatItem(LdiFormatItem *item, const uint8_t *format, size_t length,
                                   size_t *offset) KES_NOEXCEPT;
 
-/* LdiUnparse: a model that compiles to this format again, in the set that its literals are in.
+/* LdiUnparse: a model that compiles to this format again, in the set of the handle.
  * LdiMaxSize: a size that every text written with it fits into, in bytes of the set of texts.
  * Errors   1821; 1877. */
 KES_API uint32_t LdiUnparse(uint8_t *out, size_t size, size_t *length, const uint8_t *format,
                             size_t format_length, LdiParseContext *ctx) KES_NOEXCEPT;
+KES_API uint32_t LdiUnparseU(uint16_t *out, size_t size, size_t *length, const uint8_t *format,
+                             size_t format_length, LdiParseContext *ctx) KES_NOEXCEPT;
 KES_API uint32_t LdiMaxSize(size_t *size, const uint8_t *format, size_t format_length,
                             LdiParseContext *ctx) KES_NOEXCEPT;
 
@@ -162,11 +167,19 @@ KES_API uint32_t LdiDateFromStringarr(LdiDate *const *out, const uint8_t *const 
  * Errors   1877; those of LdiDateCheck and of the zone file. */
 KES_API uint32_t LdiDateFromLiteral(LdiDate *out, const uint8_t *text, size_t length, uint32_t type,
                                     const LdiSession *session, const lxhandle *handle) KES_NOEXCEPT;
+KES_API uint32_t LdiDateFromLiteralarr(LdiDate *const *out, const uint8_t *const *texts,
+                                       size_t count, const size_t *lengths, uint32_t type,
+                                       const LdiSession *session, const lxhandle *handle,
+                                       uint32_t flags, size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateFromLiteralU(LdiDate *out, const uint16_t *text, size_t units,
                                      uint32_t type, const LdiSession *session) KES_NOEXCEPT;
 KES_API uint32_t LdiDateToLiteral(uint8_t *out, size_t size, size_t *length, const LdiDate *in,
                                   uint32_t precision, const LdiSession *session,
                                   const lxhandle *handle) KES_NOEXCEPT;
+KES_API uint32_t LdiDateToLiteralarr(uint8_t *const *out, const LdiDate *const *in, size_t count,
+                                     const size_t *rooms, size_t *lengths, uint32_t precision,
+                                     const LdiSession *session, const lxhandle *handle,
+                                     uint32_t flags, size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateToLiteralU(uint16_t *out, size_t size, size_t *length, const LdiDate *in,
                                    uint32_t precision, const LdiSession *session) KES_NOEXCEPT;
 

@@ -31,21 +31,28 @@ typedef struct LdiZone {
 /* LdiZoneFromText: a zone from its text: [+|-]h[h][:mm], Z, UTC or GMT (offset 0), LOCAL (the
  * offset of the machine's clock now), or a region of the file, in any case.
  *
- * handle   null: ASCII; a handle with an EBCDIC set: that.
+ * handle   of the set that the text is in; null: ASCII.
+ * U        UTF-16 in the machine's byte order; size and length in units.
  * zones    may be null: then there are no regions.
  * Errors   1874, 1875 the offset; 1882 no such region; 1804 a region without a file.
  *
  * LdiZoneToText: the region's name, else +hh:mm.   Errors  1877; 1804, 1881, 1882. */
 KES_API uint32_t LdiZoneFromText(LdiZone *out, const uint8_t *text, size_t length,
                                  const lxhandle *handle, const ltzfile *zones) KES_NOEXCEPT;
+KES_API uint32_t LdiZoneFromTextU(LdiZone *out, const uint16_t *text, size_t units,
+                                  const ltzfile *zones) KES_NOEXCEPT;
 KES_API uint32_t LdiZoneToText(uint8_t *out, size_t size, size_t *length, LdiZone zone,
                                const lxhandle *handle, const ltzfile *zones) KES_NOEXCEPT;
+KES_API uint32_t LdiZoneToTextU(uint16_t *out, size_t size, size_t *length, LdiZone zone,
+                                const ltzfile *zones) KES_NOEXCEPT;
 
 /* LdiSessionInit: a session in UTC with a zone file, or without one (null).
  * LdiSessionSetZone: its time zone, from text as LdiZoneFromText reads it. */
 KES_API uint32_t LdiSessionInit(LdiSession *out, const ltzfile *zones) KES_NOEXCEPT;
 KES_API uint32_t LdiSessionSetZone(LdiSession *session, const uint8_t *text, size_t length,
                                    const lxhandle *handle) KES_NOEXCEPT;
+KES_API uint32_t LdiSessionSetZoneU(LdiSession *session, const uint16_t *text,
+                                    size_t units) KES_NOEXCEPT;
 
 /* LdiDateCurrent: the present time of a type, to the microsecond, rounded to precision digits, in
  * the zone of the session.
@@ -71,18 +78,28 @@ KES_API uint32_t LdiTimeZoneAdjustarr(LdiDate *const *out, const LdiDate *const 
  * Errors   1866 a value that has a zone; else as LdiTimeZoneAdjust. */
 KES_API uint32_t LdiTimeZoneShift(LdiDate *out, const LdiDate *in, LdiZone from, LdiZone to,
                                   const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiTimeZoneShiftarr(LdiDate *const *out, const LdiDate *const *in, size_t count,
+                                     LdiZone from, LdiZone to, const LdiSession *session,
+                                     size_t *done) KES_NOEXCEPT;
 
 /* LdiT2TZ: gives a value without a zone one; the local time stays, but in a gap. A date becomes a
  * timestamp with zone. LdiTZ2T: drops the zone; the local time stays.
  * Errors   1866 the value has a zone already, or has none; else as LdiTimeZoneAdjust. */
 KES_API uint32_t LdiT2TZ(LdiDate *out, const LdiDate *in, LdiZone zone,
                          const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiT2TZarr(LdiDate *const *out, const LdiDate *const *in, size_t count,
+                            const LdiZone *zones, const LdiSession *session, uint32_t flags,
+                            size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiTZ2T(LdiDate *out, const LdiDate *in) KES_NOEXCEPT;
+KES_API uint32_t LdiTZ2Tarr(LdiDate *const *out, const LdiDate *const *in, size_t count,
+                            size_t *done) KES_NOEXCEPT;
 
 /* LdiFixTSLTZ: shows a timestamp with local zone in the session's zone, after that has changed.
  * Errors   1866 another type; 1841; those of the zone file. */
 KES_API uint32_t LdiFixTSLTZ(LdiDate *out, const LdiDate *in,
                              const LdiSession *session) KES_NOEXCEPT;
+KES_API uint32_t LdiFixTSLTZarr(LdiDate *const *out, const LdiDate *const *in, size_t count,
+                                const LdiSession *session, size_t *done) KES_NOEXCEPT;
 
 /* ---- a new release of the zone file ---- */
 
@@ -95,9 +112,17 @@ KES_API uint32_t LdiFixTSLTZ(LdiDate *out, const LdiDate *in,
  * Errors    as LdiDateFromArray; 1882 the region is not in one of the files. */
 KES_API uint32_t LdiDateTimeUpgrade(LdiDate *out, const LdiDate *in, const ltzfile *to,
                                     int *changed) KES_NOEXCEPT;
+KES_API uint32_t LdiDateTimeUpgradearr(LdiDate *const *out, const LdiDate *const *in, size_t count,
+                                       const ltzfile *to, uint8_t *changed,
+                                       size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiDateTimeArrayUpgrade(uint8_t *bytes, size_t length, uint32_t type,
                                          const ltzfile *from, const ltzfile *to,
                                          int *changed) KES_NOEXCEPT;
+KES_API uint32_t LdiDateTimeArrayUpgradearr(uint8_t *const *bytes, size_t count,
+                                            const size_t *lengths, uint32_t type,
+                                            const ltzfile *from, const ltzfile *to,
+                                            uint8_t *changed, uint32_t flags,
+                                            size_t *done) KES_NOEXCEPT;
 
 /* LdiTZGetDelta: what changed between two files, the block that ltzGetDelta makes, copied to the
  * caller's memory (8-byte aligned). LdiTZGetDeltaSize: its bytes.
@@ -119,6 +144,8 @@ KES_API uint32_t LdiTZGetDeltaBitmap(uint8_t *bitmap, const ltzdelta *delta) KES
 KES_API uint32_t LdiTZGetDeltaMinAffectedTime(LdiDate *out, const ltzdelta *delta) KES_NOEXCEPT;
 KES_API uint32_t LdiTZIsDateAffected(const LdiDate *date, const ltzdelta *delta,
                                      int *affected) KES_NOEXCEPT;
+KES_API uint32_t LdiTZIsDateAffectedarr(uint8_t *affected, const LdiDate *const *in, size_t count,
+                                        const ltzdelta *delta, size_t *done) KES_NOEXCEPT;
 
 /* ---- the file ---- */
 

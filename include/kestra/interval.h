@@ -62,6 +62,8 @@ enum {
   KES_INTERVAL_FAULT_FRACTION = 256 /* 1880 */
 };
 KES_API uint32_t LdiInterCheck(const LdiInter *inter) KES_NOEXCEPT;
+KES_API uint32_t LdiInterCheckarr(uint32_t *faults, const LdiInter *const *in, size_t count,
+                                  size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterFault(uint32_t faults) KES_NOEXCEPT;
 
 /* LdiDefaultCheck: completes and checks the precisions of an interval type: a default becomes its
@@ -78,13 +80,22 @@ KES_API uint32_t LdiDefaultCheck(uint32_t type, uint32_t *leading_precision,
 enum { KES_INTERVAL_BYTES = 11 };
 KES_API uint32_t LdiInterToArray(uint8_t *bytes, size_t size, size_t *length,
                                  const LdiInter *in) KES_NOEXCEPT;
+KES_API uint32_t LdiInterToArrayarr(uint8_t *const *bytes, const LdiInter *const *in, size_t count,
+                                    const size_t *rooms, size_t *lengths, uint32_t flags,
+                                    size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterFromArray(LdiInter *out, const uint8_t *bytes, size_t length,
                                    uint32_t type) KES_NOEXCEPT;
+KES_API uint32_t LdiInterFromArrayarr(LdiInter *const *out, const uint8_t *const *bytes,
+                                      size_t count, const size_t *lengths, uint32_t type,
+                                      uint32_t flags, size_t *done) KES_NOEXCEPT;
 
 /* LdiInterComparable: 0 when the types are of one family, else 1870, or 1867.
  * LdiInterCompare: *order is -1, 0 or 1 as x is shorter than, equal to or longer than y, with sign. */
 KES_API uint32_t LdiInterComparable(uint32_t x_type, uint32_t y_type) KES_NOEXCEPT;
 KES_API uint32_t LdiInterCompare(const LdiInter *x, const LdiInter *y, int *order) KES_NOEXCEPT;
+KES_API uint32_t LdiInterComparearr(int8_t *order, const LdiInter *const *x, size_t count,
+                                    const LdiInter *const *y, uint32_t flags,
+                                    size_t *done) KES_NOEXCEPT;
 
 /* LdiInterInterConvert: to another type of the family, as a cast does: what is smaller than the last
  * field is cut, the fraction is rounded to its precision half away from zero.
@@ -93,15 +104,26 @@ KES_API uint32_t LdiInterCompare(const LdiInter *x, const LdiInter *y, int *orde
 KES_API uint32_t LdiInterInterConvert(LdiInter *out, const LdiInter *in, uint32_t type,
                                       uint32_t leading_precision,
                                       uint32_t fraction_precision) KES_NOEXCEPT;
+KES_API uint32_t LdiInterInterConvertarr(LdiInter *const *out, const LdiInter *const *in,
+                                         size_t count, uint32_t type, uint32_t leading_precision,
+                                         uint32_t fraction_precision, size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterRoundFS(LdiInter *out, const LdiInter *in,
                                  uint32_t fraction_precision) KES_NOEXCEPT;
+KES_API uint32_t LdiInterRoundFSarr(LdiInter *const *out, const LdiInter *const *in, size_t count,
+                                    uint32_t fraction_precision, size_t *done) KES_NOEXCEPT;
 
 /* LdiInterInterAdd, LdiInterInterSubtract: x + y, x - y. The type of the result has the fields of
  * both operands and all between them (hour plus minute to second is hour to second).
  * Errors   1867, 1870; 1873 a leading field above 999999999. */
 KES_API uint32_t LdiInterInterAdd(LdiInter *out, const LdiInter *x, const LdiInter *y) KES_NOEXCEPT;
+KES_API uint32_t LdiInterInterAddarr(LdiInter *const *out, const LdiInter *const *x, size_t count,
+                                     const LdiInter *const *y, uint32_t flags,
+                                     size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterInterSubtract(LdiInter *out, const LdiInter *x,
                                        const LdiInter *y) KES_NOEXCEPT;
+KES_API uint32_t LdiInterInterSubtractarr(LdiInter *const *out, const LdiInter *const *x,
+                                          size_t count, const LdiInter *const *y, uint32_t flags,
+                                          size_t *done) KES_NOEXCEPT;
 
 /* LdiInterMultiply, LdiInterDivide: an interval times or by a NUMBER (number.h). LdiIIntMult: times
  * an integer. The result is year to month or day to second, whatever type the operand has, so that
@@ -109,9 +131,17 @@ KES_API uint32_t LdiInterInterSubtract(LdiInter *out, const LdiInter *x,
  * Errors   1867; 1873 overflow, infinities included; 1884 division by zero. */
 KES_API uint32_t LdiInterMultiply(LdiInter *out, const LdiInter *in, const uint8_t *x,
                                   size_t xlen) KES_NOEXCEPT;
+KES_API uint32_t LdiInterMultiplyarr(LdiInter *const *out, const LdiInter *const *in, size_t count,
+                                     const uint8_t *const *x, uint32_t flags,
+                                     size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterDivide(LdiInter *out, const LdiInter *in, const uint8_t *x,
                                 size_t xlen) KES_NOEXCEPT;
+KES_API uint32_t LdiInterDividearr(LdiInter *const *out, const LdiInter *const *in, size_t count,
+                                   const uint8_t *const *x, uint32_t flags,
+                                   size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiIIntMult(LdiInter *out, const LdiInter *in, int32_t factor) KES_NOEXCEPT;
+KES_API uint32_t LdiIIntMultarr(LdiInter *const *out, const LdiInter *const *in, size_t count,
+                                const int32_t *factors, uint32_t flags, size_t *done) KES_NOEXCEPT;
 
 /* LdiInterFromNumber: x units to an interval of a type of the unit's family, rounded to the month or
  * the nanosecond, then cut to the type's fields. unit: KES_INTERVAL_YEAR..KES_INTERVAL_SECOND.
@@ -120,15 +150,23 @@ KES_API uint32_t LdiIIntMult(LdiInter *out, const LdiInter *in, int32_t factor) 
  * Errors   1867, 1870, 1873. */
 KES_API uint32_t LdiInterFromNumber(LdiInter *out, const uint8_t *x, size_t xlen, uint32_t unit,
                                     uint32_t type) KES_NOEXCEPT;
+KES_API uint32_t LdiInterFromNumberarr(LdiInter *const *out, const uint8_t *const *x, size_t count,
+                                       uint32_t unit, uint32_t type, size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterToNumber(const LdiInter *in, uint32_t unit, uint8_t *out,
                                   size_t *outlen) KES_NOEXCEPT;
+KES_API uint32_t LdiInterToNumberarr(uint8_t *const *out, const LdiInter *const *in, size_t count,
+                                     uint32_t unit, size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterToTN(const LdiInter *in, uint8_t *out, size_t *outlen) KES_NOEXCEPT;
+KES_API uint32_t LdiInterToTNarr(uint8_t *const *out, const LdiInter *const *in, size_t count,
+                                 size_t *done) KES_NOEXCEPT;
 
 /* LdiInterExtract: one field as a NUMBER with the interval's sign; seconds with their fraction.
  * field    KES_INTERVAL_YEAR..KES_INTERVAL_SECOND.
  * Errors   1867; 1878 a field of the other family, or that the type has not. */
 KES_API uint32_t LdiInterExtract(const LdiInter *in, uint32_t field, uint8_t *out,
                                  size_t *outlen) KES_NOEXCEPT;
+KES_API uint32_t LdiInterExtractarr(uint8_t *const *out, const LdiInter *const *in, size_t count,
+                                    uint32_t field, size_t *done) KES_NOEXCEPT;
 
 /* LdiInterFromTZ: the offset of a zone as an interval hour to minute. LdiInterToTZ: back, from any
  * type of the family day to second.
@@ -144,7 +182,7 @@ KES_API uint32_t LdiInterToTZ(const LdiInter *in, int32_t *zone_hour,
  * LdiInterToStringISO: as an ISO 8601 duration: P2Y11M, -P3DT4H5M6.123S; zero is P0M or PT0S.
  *
  * out, size  destination. length receives the bytes (U: the 16-bit units) written; no terminator.
- * handle     null: ASCII; a handle with an EBCDIC set: that.
+ * handle     of the set that the text is in; null: ASCII.
  * U          UTF-16 in the machine's byte order.
  * Errors     1867; 1873 the leading field needs more digits; 1880; 1877 no room. */
 enum { KES_INTERVAL_TEXT = 64 }; /* room that every text fits into */
@@ -161,6 +199,10 @@ KES_API uint32_t LdiInterToStringarr(uint8_t *const *out, const LdiInter *const 
                                      size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterToStringISO(uint8_t *out, size_t size, size_t *length, const LdiInter *in,
                                      const lxhandle *handle) KES_NOEXCEPT;
+KES_API uint32_t LdiInterToStringISOarr(uint8_t *const *out, const LdiInter *const *in,
+                                        size_t count, const size_t *rooms, size_t *lengths,
+                                        const lxhandle *handle, uint32_t flags,
+                                        size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterToStringISOU(uint16_t *out, size_t size, size_t *length,
                                       const LdiInter *in) KES_NOEXCEPT;
 
@@ -189,6 +231,11 @@ KES_API uint32_t LdiInterFromStringPrec(LdiInter *out, const uint8_t *text, size
                                         uint32_t type, uint32_t leading_precision,
                                         uint32_t fraction_precision,
                                         const lxhandle *handle) KES_NOEXCEPT;
+KES_API uint32_t LdiInterFromStringPrecarr(LdiInter *const *out, const uint8_t *const *texts,
+                                           size_t count, const size_t *lengths, uint32_t type,
+                                           uint32_t leading_precision, uint32_t fraction_precision,
+                                           const lxhandle *handle, uint32_t flags,
+                                           size_t *done) KES_NOEXCEPT;
 KES_API uint32_t LdiInterFromStringPrecU(LdiInter *out, const uint16_t *text, size_t length,
                                          uint32_t type, uint32_t leading_precision,
                                          uint32_t fraction_precision) KES_NOEXCEPT;

@@ -13,7 +13,8 @@
  * A zone id is 1..8191. The ids 1124, 1125, 1127, 1474, 1636, 2150 and 2662 mean id & 511.
  * A datetime given or returned here is a timestamp (type KES_DATETIME_TIMESTAMP).
  * Names and abbreviations are in ASCII, or in EBCDIC when the handle's character set is; a null
- * handle means ASCII. The work area is the NLS context that memory comes from; null: the default
+ * handle means ASCII, and so does one with two-byte units, in which a NUL ends no text
+ * (LdiZoneFromText and LdiZoneToText take those). The work area is the NLS context that memory comes from; null: the default
  * callbacks.
  *
  * Threads: a file is only read; any number of threads may share it. */

@@ -2,6 +2,7 @@
 // nanoseconds on the clock, which leaves the date alone as long as midnight is not crossed.
 //
 // Tests: tests/datetime/ldi_arithmetic_test.cc, tests/datetime/ldi_laws_test.cc.
+#include "datetime/array_form.h"
 #include "datetime/datetime_value.h"
 #include "datetime/interval_value.h"
 #include "datetime/kernels/date_kernels.h"
@@ -144,9 +145,27 @@ uint32_t LdiDateInterAddTZ(LdiDate* out, const LdiDate* in, const LdiInter* inte
   return AddInZone(*out, *in, *inter, 1, MissingDay::kLastOfMonth, session);
 }
 
+uint32_t LdiDateInterAddTZarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                              const LdiInter* const* inter, const LdiSession* session,
+                              uint32_t flags, size_t* done) noexcept {
+  const Operands other(inter, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return AddInZone(*out[i], *in[i], *other[i], 1, MissingDay::kLastOfMonth, session);
+  });
+}
+
 uint32_t LdiDateInterSubtractTZ(LdiDate* out, const LdiDate* in, const LdiInter* inter,
                                 const LdiSession* session) noexcept {
   return AddInZone(*out, *in, *inter, -1, MissingDay::kLastOfMonth, session);
+}
+
+uint32_t LdiDateInterSubtractTZarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                                   const LdiInter* const* inter, const LdiSession* session,
+                                   uint32_t flags, size_t* done) noexcept {
+  const Operands other(inter, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return AddInZone(*out[i], *in[i], *other[i], -1, MissingDay::kLastOfMonth, session);
+  });
 }
 
 uint32_t LdiDateInterAddTZISO(LdiDate* out, const LdiDate* in, const LdiInter* inter,
@@ -154,9 +173,27 @@ uint32_t LdiDateInterAddTZISO(LdiDate* out, const LdiDate* in, const LdiInter* i
   return AddInZone(*out, *in, *inter, 1, MissingDay::kError, session);
 }
 
+uint32_t LdiDateInterAddTZISOarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                                 const LdiInter* const* inter, const LdiSession* session,
+                                 uint32_t flags, size_t* done) noexcept {
+  const Operands other(inter, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return AddInZone(*out[i], *in[i], *other[i], 1, MissingDay::kError, session);
+  });
+}
+
 uint32_t LdiDateInterSubtractTZISO(LdiDate* out, const LdiDate* in, const LdiInter* inter,
                                    const LdiSession* session) noexcept {
   return AddInZone(*out, *in, *inter, -1, MissingDay::kError, session);
+}
+
+uint32_t LdiDateInterSubtractTZISOarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                                      const LdiInter* const* inter, const LdiSession* session,
+                                      uint32_t flags, size_t* done) noexcept {
+  const Operands other(inter, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return AddInZone(*out[i], *in[i], *other[i], -1, MissingDay::kError, session);
+  });
 }
 
 uint32_t LdiDateInterAddarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
@@ -175,7 +212,25 @@ uint32_t LdiDateIntertimeAdd(LdiDate* out, const LdiDate* in, const LdiInter* in
   return AddClock(*out, *in, *inter, 1, days);
 }
 
+uint32_t LdiDateIntertimeAddarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                                const LdiInter* const* inter, int32_t* days, uint32_t flags,
+                                size_t* done) noexcept {
+  const Operands other(inter, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return AddClock(*out[i], *in[i], *other[i], 1, days != nullptr ? days + i : nullptr);
+  });
+}
+
 uint32_t LdiDateIntertimeSubtract(LdiDate* out, const LdiDate* in, const LdiInter* inter,
                                   int32_t* days) noexcept {
   return AddClock(*out, *in, *inter, -1, days);
+}
+
+uint32_t LdiDateIntertimeSubtractarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                                     const LdiInter* const* inter, int32_t* days, uint32_t flags,
+                                     size_t* done) noexcept {
+  const Operands other(inter, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return AddClock(*out[i], *in[i], *other[i], -1, days != nullptr ? days + i : nullptr);
+  });
 }

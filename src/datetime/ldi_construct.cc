@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "datetime/array_form.h"
 #include "datetime/datetime_value.h"
 #include "datetime/zone_rules.h"
 #include "kestra/datetime.h"
@@ -130,6 +131,14 @@ uint32_t LdiDateFault(uint32_t faults) noexcept {
   if (faults & KES_FAULT_SECOND) return KES_DATETIME_BAD_SECOND;
   if (faults & KES_FAULT_FRACTION) return KES_DATETIME_BAD_FRACTION;
   return faults != 0 ? KES_DATETIME_NO_REGION : 0;
+}
+
+uint32_t LdiDateCheckarr(uint32_t* faults, const LdiDate* const* in, size_t count,
+                         size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) {
+    faults[i] = DateFaults(*in[i]);
+    return 0u;
+  });
 }
 
 uint32_t LdiDateConstruct(LdiDate* out, int32_t year, uint32_t month, uint32_t day, uint32_t hour,

@@ -7,7 +7,7 @@
 namespace kestra::datetime {
 namespace {
 
-// A value of the type date from a DATE, and back. Neither has a zone.
+// A value of the type date from a DATE. Neither has a zone.
 LdiDate FromDate(const ldxdate& in) noexcept {
   LdiDate date{};
   date.year = in.year;
@@ -72,6 +72,13 @@ std::uint32_t Convert(LdiDate& out, const LdiDate& in, std::uint32_t type, std::
   return 0;
 }
 
+std::uint32_t ToDate(ldxdate& out, const LdiDate& in, const LdiSession* session) noexcept {
+  LdiDate date;
+  if (const std::uint32_t error = Convert(date, in, KES_DATETIME_DATE, 0, session)) return error;
+  out = {date.year, date.month, date.day, date.hour, date.minute, date.second, 0};
+  return 0;
+}
+
 std::uint32_t RoundFS(LdiDate& out, const LdiDate& in, std::uint32_t precision,
                       const LdiSession* session) noexcept {
   if (precision > KES_DATETIME_MAX_PRECISION) return KES_DATETIME_BAD_FRACTION;
@@ -104,14 +111,29 @@ uint32_t LdiDateFromLDX(LdiDate* out, const ldxdate* in, uint32_t type,
   return Convert(*out, FromDate(*in), type, 0, session);
 }
 
+uint32_t LdiDateFromLDXarr(LdiDate* const* out, const ldxdate* const* in, size_t count,
+                           uint32_t type, const LdiSession* session, size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) {
+    return Convert(*out[i], FromDate(*in[i]), type, 0, session);
+  });
+}
+
 uint32_t LdiDateToLDX(ldxdate* out, const LdiDate* in, const LdiSession* session) noexcept {
-  LdiDate date;
-  if (const std::uint32_t error = Convert(date, *in, KES_DATETIME_DATE, 0, session)) return error;
-  *out = {date.year, date.month, date.day, date.hour, date.minute, date.second, 0};
-  return 0;
+  return ToDate(*out, *in, session);
+}
+
+uint32_t LdiDateToLDXarr(ldxdate* const* out, const LdiDate* const* in, size_t count,
+                         const LdiSession* session, size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) { return ToDate(*out[i], *in[i], session); });
 }
 
 uint32_t LdiDateRoundFS(LdiDate* out, const LdiDate* in, uint32_t precision,
                         const LdiSession* session) noexcept {
   return RoundFS(*out, *in, precision, session);
+}
+
+uint32_t LdiDateRoundFSarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                           uint32_t precision, const LdiSession* session, size_t* done) noexcept {
+  return RunArray(count, done,
+                  [&](std::size_t i) { return RoundFS(*out[i], *in[i], precision, session); });
 }

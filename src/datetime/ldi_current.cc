@@ -23,6 +23,13 @@ LdiDate Timestamp(const os::BrokenDown& parts) noexcept {
   return date;
 }
 
+std::uint32_t SetSessionZone(LdiSession& session, const LdiZone& zone) noexcept {
+  session.zone_hour = zone.hour;
+  session.zone_minute = zone.minute;
+  session.region = zone.region;
+  return 0;
+}
+
 }  // namespace
 
 std::int32_t AcceptedOffset(const os::BrokenDown& local, const os::BrokenDown& utc) noexcept {
@@ -87,11 +94,12 @@ uint32_t LdiSessionInit(LdiSession* out, const ltzfile* zones) noexcept {
 uint32_t LdiSessionSetZone(LdiSession* session, const uint8_t* text, size_t length,
                            const lxhandle* handle) noexcept {
   LdiZone zone;
-  if (const std::uint32_t error = LdiZoneFromText(&zone, text, length, handle, session->zones)) {
-    return error;
-  }
-  session->zone_hour = zone.hour;
-  session->zone_minute = zone.minute;
-  session->region = zone.region;
-  return 0;
+  const std::uint32_t error = LdiZoneFromText(&zone, text, length, handle, session->zones);
+  return error != 0 ? error : SetSessionZone(*session, zone);
+}
+
+uint32_t LdiSessionSetZoneU(LdiSession* session, const uint16_t* text, size_t units) noexcept {
+  LdiZone zone;
+  const std::uint32_t error = LdiZoneFromTextU(&zone, text, units, session->zones);
+  return error != 0 ? error : SetSessionZone(*session, zone);
 }

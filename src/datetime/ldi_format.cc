@@ -10,9 +10,7 @@
 #include "datetime/datetime_model.h"
 #include "datetime/datetime_text.h"
 #include "datetime/format_choice.h"
-#include "datetime/text_set.h"
 #include "datetime/utf16_text.h"
-#include "kestra/convert.h"
 
 namespace kestra::datetime {
 namespace {
@@ -136,17 +134,6 @@ std::uint32_t CheckValue(const LdiDate& date, std::uint32_t precision) noexcept 
   return LdiDateFault(LdiDateCheck(&date));
 }
 
-// Text of the context's set to two-byte units, in bytes. False: no room.
-bool ToUnits(const ldxctx& ctx, std::span<const std::uint8_t> text, std::span<std::uint8_t> out,
-             std::size_t& used) noexcept {
-  if (ctx.handle == nullptr || KeepsUtf8(ctx)) {
-    return Utf8ToUnits(text, OrderOfUnits(ctx), out, used);
-  }
-  used =
-      lxgcnv(out.data(), UnitSet(ctx), out.size(), text.data(), TextSet(ctx), text.size(), ctx.nls);
-  return ctx.nls->error != KES_NLS_DESTINATION_FULL;
-}
-
 std::uint32_t FormatUnits(std::span<std::uint8_t> out, std::size_t& used, const LdiDate& date,
                           std::span<const std::uint8_t> format, std::uint32_t precision,
                           LdiParseContext& ctx) noexcept {
@@ -154,7 +141,7 @@ std::uint32_t FormatUnits(std::span<std::uint8_t> out, std::size_t& used, const 
   Formatter formatter(ctx, date, precision, bytes);
   if (const std::uint32_t error = formatter.Format(format)) return error;
   std::size_t length = 0;
-  if (!ToUnits(ctx.date, {bytes, formatter.used()}, out, length)) return KES_DATETIME_NO_ROOM;
+  if (!TextToUnits(ctx.date, {bytes, formatter.used()}, out, length)) return KES_DATETIME_NO_ROOM;
   used = length;
   return 0;
 }

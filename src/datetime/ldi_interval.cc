@@ -1,6 +1,7 @@
 // Making, checking, storing, comparing and converting intervals.
 #include <cstring>
 
+#include "datetime/array_form.h"
 #include "datetime/interval_value.h"
 #include "kestra/interval.h"
 
@@ -76,6 +77,57 @@ std::uint8_t Biased(std::int32_t field) noexcept {
   return static_cast<std::uint8_t>(field + kFieldBias);
 }
 
+std::uint32_t Store(std::uint8_t* bytes, std::size_t size, std::size_t& length,
+                    const LdiInter& in) noexcept {
+  if (const std::uint32_t faults = Faults(in)) return LdiInterFault(faults);
+  const bool year_month = IsYearMonth(in.type);
+  const std::size_t needed = year_month ? kYearMonthBytes : kDaySecondBytes;
+  if (needed > size) return KES_DATETIME_NO_ROOM;
+  LdiInter full;
+  // Never out of range: the leading field only gets smaller.
+  static_cast<void>(SetAmount(full, AmountOf(in), FullType(in.type)));
+  StoreBiased(bytes, full.field[0]);
+  bytes[4] = Biased(full.field[1]);
+  if (!year_month) {
+    bytes[5] = Biased(full.field[2]);
+    bytes[6] = Biased(full.field[3]);
+    StoreBiased(bytes + 7, full.field[kNanosField]);
+  }
+  length = needed;
+  return 0;
+}
+
+std::uint32_t Load(LdiInter& out, const std::uint8_t* bytes, std::size_t length,
+                   std::uint32_t type) noexcept {
+  if (!IsIntervalType(type)) return KES_DATETIME_BAD_INTERVAL;
+  const bool year_month = IsYearMonth(type);
+  if (length != (year_month ? kYearMonthBytes : kDaySecondBytes)) return KES_DATETIME_FAILED;
+  LdiInter full{};
+  full.type = static_cast<std::uint8_t>(FullType(type));
+  full.field[0] = LoadBiased(bytes);
+  full.field[1] = bytes[4] - kFieldBias;
+  if (!year_month) {
+    full.field[2] = bytes[5] - kFieldBias;
+    full.field[3] = bytes[6] - kFieldBias;
+    full.field[kNanosField] = LoadBiased(bytes + 7);
+  }
+  if (const std::uint32_t faults = Faults(full)) return LdiInterFault(faults);
+  return SetAmount(out, AmountOf(full), type);
+}
+
+std::uint32_t CheckFamilies(std::uint32_t x_type, std::uint32_t y_type) noexcept {
+  if (!IsIntervalType(x_type) || !IsIntervalType(y_type)) return KES_DATETIME_BAD_INTERVAL;
+  return IsYearMonth(x_type) == IsYearMonth(y_type) ? 0 : KES_DATETIME_NOT_COMPARABLE;
+}
+
+std::uint32_t Compare(const LdiInter& x, const LdiInter& y, std::int8_t& order) noexcept {
+  if (const std::uint32_t error = CheckFamilies(x.type, y.type)) return error;
+  const Amount a = AmountOf(x);
+  const Amount b = AmountOf(y);
+  order = static_cast<std::int8_t>((b < a) - (a < b));
+  return 0;
+}
+
 }  // namespace
 }  // namespace kestra::datetime
 
@@ -112,6 +164,14 @@ uint32_t LdiInterFault(uint32_t faults) noexcept {
   return 0;
 }
 
+uint32_t LdiInterCheckarr(uint32_t* faults, const LdiInter* const* in, size_t count,
+                          size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) {
+    faults[i] = Faults(*in[i]);
+    return 0u;
+  });
+}
+
 uint32_t LdiDefaultCheck(uint32_t type, uint32_t* leading_precision,
                          uint32_t* fraction_precision) noexcept {
   std::uint32_t leading = *leading_precision;
@@ -123,53 +183,45 @@ uint32_t LdiDefaultCheck(uint32_t type, uint32_t* leading_precision,
 }
 
 uint32_t LdiInterToArray(uint8_t* bytes, size_t size, size_t* length, const LdiInter* in) noexcept {
-  if (const std::uint32_t faults = Faults(*in)) return LdiInterFault(faults);
-  const bool year_month = IsYearMonth(in->type);
-  const std::size_t needed = year_month ? kYearMonthBytes : kDaySecondBytes;
-  if (needed > size) return KES_DATETIME_NO_ROOM;
-  LdiInter full;
-  // Never out of range: the leading field only gets smaller.
-  static_cast<void>(SetAmount(full, AmountOf(*in), FullType(in->type)));
-  StoreBiased(bytes, full.field[0]);
-  bytes[4] = Biased(full.field[1]);
-  if (!year_month) {
-    bytes[5] = Biased(full.field[2]);
-    bytes[6] = Biased(full.field[3]);
-    StoreBiased(bytes + 7, full.field[kNanosField]);
-  }
-  *length = needed;
-  return 0;
+  return Store(bytes, size, *length, *in);
+}
+
+uint32_t LdiInterToArrayarr(uint8_t* const* bytes, const LdiInter* const* in, size_t count,
+                            const size_t* rooms, size_t* lengths, uint32_t flags,
+                            size_t* done) noexcept {
+  const Operands room(rooms, flags);
+  return RunArray(count, done,
+                  [&](std::size_t i) { return Store(bytes[i], room[i], lengths[i], *in[i]); });
 }
 
 uint32_t LdiInterFromArray(LdiInter* out, const uint8_t* bytes, size_t length,
                            uint32_t type) noexcept {
-  if (!IsIntervalType(type)) return KES_DATETIME_BAD_INTERVAL;
-  const bool year_month = IsYearMonth(type);
-  if (length != (year_month ? kYearMonthBytes : kDaySecondBytes)) return KES_DATETIME_FAILED;
-  LdiInter full{};
-  full.type = static_cast<std::uint8_t>(FullType(type));
-  full.field[0] = LoadBiased(bytes);
-  full.field[1] = bytes[4] - kFieldBias;
-  if (!year_month) {
-    full.field[2] = bytes[5] - kFieldBias;
-    full.field[3] = bytes[6] - kFieldBias;
-    full.field[kNanosField] = LoadBiased(bytes + 7);
-  }
-  if (const std::uint32_t faults = Faults(full)) return LdiInterFault(faults);
-  return SetAmount(*out, AmountOf(full), type);
+  return Load(*out, bytes, length, type);
+}
+
+uint32_t LdiInterFromArrayarr(LdiInter* const* out, const uint8_t* const* bytes, size_t count,
+                              const size_t* lengths, uint32_t type, uint32_t flags,
+                              size_t* done) noexcept {
+  const Operands length(lengths, flags);
+  return RunArray(count, done,
+                  [&](std::size_t i) { return Load(*out[i], bytes[i], length[i], type); });
 }
 
 uint32_t LdiInterComparable(uint32_t x_type, uint32_t y_type) noexcept {
-  if (!IsIntervalType(x_type) || !IsIntervalType(y_type)) return KES_DATETIME_BAD_INTERVAL;
-  return IsYearMonth(x_type) == IsYearMonth(y_type) ? 0 : KES_DATETIME_NOT_COMPARABLE;
+  return CheckFamilies(x_type, y_type);
 }
 
 uint32_t LdiInterCompare(const LdiInter* x, const LdiInter* y, int* order) noexcept {
-  if (const std::uint32_t error = LdiInterComparable(x->type, y->type)) return error;
-  const Amount a = AmountOf(*x);
-  const Amount b = AmountOf(*y);
-  *order = (b < a) - (a < b);
-  return 0;
+  std::int8_t result = 0;
+  const std::uint32_t error = Compare(*x, *y, result);
+  if (error == 0) *order = result;
+  return error;
+}
+
+uint32_t LdiInterComparearr(int8_t* order, const LdiInter* const* x, size_t count,
+                            const LdiInter* const* y, uint32_t flags, size_t* done) noexcept {
+  const Operands other(y, flags);
+  return RunArray(count, done, [&](std::size_t i) { return Compare(*x[i], *other[i], order[i]); });
 }
 
 uint32_t LdiInterInterConvert(LdiInter* out, const LdiInter* in, uint32_t type,
@@ -177,6 +229,21 @@ uint32_t LdiInterInterConvert(LdiInter* out, const LdiInter* in, uint32_t type,
   return Convert(*out, *in, type, leading_precision, fraction_precision);
 }
 
+uint32_t LdiInterInterConvertarr(LdiInter* const* out, const LdiInter* const* in, size_t count,
+                                 uint32_t type, uint32_t leading_precision,
+                                 uint32_t fraction_precision, size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) {
+    return Convert(*out[i], *in[i], type, leading_precision, fraction_precision);
+  });
+}
+
 uint32_t LdiInterRoundFS(LdiInter* out, const LdiInter* in, uint32_t fraction_precision) noexcept {
   return Convert(*out, *in, in->type, KES_DATETIME_MAX_PRECISION, fraction_precision);
+}
+
+uint32_t LdiInterRoundFSarr(LdiInter* const* out, const LdiInter* const* in, size_t count,
+                            uint32_t fraction_precision, size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) {
+    return Convert(*out[i], *in[i], in[i]->type, KES_DATETIME_MAX_PRECISION, fraction_precision);
+  });
 }

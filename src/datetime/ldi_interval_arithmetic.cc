@@ -2,6 +2,7 @@
 // (interval_value.h), the result is written into the fields of its type.
 //
 // Tests: tests/datetime/ldi_interval_test.cc.
+#include "datetime/array_form.h"
 #include "datetime/interval_value.h"
 #include "kestra/interval.h"
 #include "kestra/number.h"
@@ -53,6 +54,11 @@ std::uint32_t SetUnits(LdiInter& out, Int128 units, std::uint32_t type) noexcept
   return SetAmount(out, amount, type);
 }
 
+std::uint32_t MultiplyWhole(LdiInter& out, const LdiInter& in, std::int32_t factor) noexcept {
+  if (!IsIntervalType(in.type)) return KES_DATETIME_BAD_INTERVAL;
+  return SetUnits(out, UnitsOf(in) * factor, FullType(in.type));
+}
+
 // How many of the smallest units of its family a field's unit is.
 std::int64_t UnitSize(std::uint32_t unit) noexcept {
   if (unit == KES_INTERVAL_YEAR) return 12;
@@ -74,8 +80,20 @@ uint32_t LdiInterInterAdd(LdiInter* out, const LdiInter* x, const LdiInter* y) n
   return Add(*out, *x, *y, 1);
 }
 
+uint32_t LdiInterInterAddarr(LdiInter* const* out, const LdiInter* const* x, size_t count,
+                             const LdiInter* const* y, uint32_t flags, size_t* done) noexcept {
+  const Operands other(y, flags);
+  return RunArray(count, done, [&](std::size_t i) { return Add(*out[i], *x[i], *other[i], 1); });
+}
+
 uint32_t LdiInterInterSubtract(LdiInter* out, const LdiInter* x, const LdiInter* y) noexcept {
   return Add(*out, *x, *y, -1);
+}
+
+uint32_t LdiInterInterSubtractarr(LdiInter* const* out, const LdiInter* const* x, size_t count,
+                                  const LdiInter* const* y, uint32_t flags, size_t* done) noexcept {
+  const Operands other(y, flags);
+  return RunArray(count, done, [&](std::size_t i) { return Add(*out[i], *x[i], *other[i], -1); });
 }
 
 uint32_t LdiInterMultiply(LdiInter* out, const LdiInter* in, const uint8_t* x,
@@ -90,6 +108,13 @@ uint32_t LdiInterMultiply(LdiInter* out, const LdiInter* in, const uint8_t* x,
   return SetUnits(*out, units, FullType(in->type));
 }
 
+uint32_t LdiInterMultiplyarr(LdiInter* const* out, const LdiInter* const* in, size_t count,
+                             const uint8_t* const* x, uint32_t flags, size_t* done) noexcept {
+  const Operands number(x, flags);
+  return RunArray(count, done,
+                  [&](std::size_t i) { return LdiInterMultiply(out[i], in[i], number[i], 0); });
+}
+
 uint32_t LdiInterDivide(LdiInter* out, const LdiInter* in, const uint8_t* x, size_t xlen) noexcept {
   if (!IsIntervalType(in->type)) return KES_DATETIME_BAD_INTERVAL;
   if (lnxsgn(x, xlen) == 0) return KES_DATETIME_BY_ZERO;
@@ -98,9 +123,22 @@ uint32_t LdiInterDivide(LdiInter* out, const LdiInter* in, const uint8_t* x, siz
   return SetUnits(*out, units, FullType(in->type));
 }
 
+uint32_t LdiInterDividearr(LdiInter* const* out, const LdiInter* const* in, size_t count,
+                           const uint8_t* const* x, uint32_t flags, size_t* done) noexcept {
+  const Operands number(x, flags);
+  return RunArray(count, done,
+                  [&](std::size_t i) { return LdiInterDivide(out[i], in[i], number[i], 0); });
+}
+
 uint32_t LdiIIntMult(LdiInter* out, const LdiInter* in, int32_t factor) noexcept {
-  if (!IsIntervalType(in->type)) return KES_DATETIME_BAD_INTERVAL;
-  return SetUnits(*out, UnitsOf(*in) * factor, FullType(in->type));
+  return MultiplyWhole(*out, *in, factor);
+}
+
+uint32_t LdiIIntMultarr(LdiInter* const* out, const LdiInter* const* in, size_t count,
+                        const int32_t* factors, uint32_t flags, size_t* done) noexcept {
+  const Operands factor(factors, flags);
+  return RunArray(count, done,
+                  [&](std::size_t i) { return MultiplyWhole(*out[i], *in[i], factor[i]); });
 }
 
 uint32_t LdiInterFromNumber(LdiInter* out, const uint8_t* x, size_t xlen, uint32_t unit,
@@ -111,11 +149,23 @@ uint32_t LdiInterFromNumber(LdiInter* out, const uint8_t* x, size_t xlen, uint32
   return SetUnits(*out, units, type);
 }
 
+uint32_t LdiInterFromNumberarr(LdiInter* const* out, const uint8_t* const* x, size_t count,
+                               uint32_t unit, uint32_t type, size_t* done) noexcept {
+  return RunArray(count, done,
+                  [&](std::size_t i) { return LdiInterFromNumber(out[i], x[i], 0, unit, type); });
+}
+
 uint32_t LdiInterToNumber(const LdiInter* in, uint32_t unit, uint8_t* out,
                           size_t* outlen) noexcept {
   if (const std::uint32_t error = CheckUnit(unit, in->type)) return error;
   StoreQuotient(UnitsOf(*in), UnitSize(unit), out, outlen);
   return 0;
+}
+
+uint32_t LdiInterToNumberarr(uint8_t* const* out, const LdiInter* const* in, size_t count,
+                             uint32_t unit, size_t* done) noexcept {
+  return RunArray(count, done,
+                  [&](std::size_t i) { return LdiInterToNumber(in[i], unit, out[i], nullptr); });
 }
 
 uint32_t LdiInterToTN(const LdiInter* in, uint8_t* out, size_t* outlen) noexcept {
@@ -125,6 +175,11 @@ uint32_t LdiInterToTN(const LdiInter* in, uint8_t* out, size_t* outlen) noexcept
   const std::int32_t unit = !IsYearMonth(in->type) ? kFieldSeconds[last] : last == 0 ? 12 : 1;
   lnxmin(count / unit, out, outlen);
   return 0;
+}
+
+uint32_t LdiInterToTNarr(uint8_t* const* out, const LdiInter* const* in, size_t count,
+                         size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) { return LdiInterToTN(in[i], out[i], nullptr); });
 }
 
 uint32_t LdiInterExtract(const LdiInter* in, uint32_t field, uint8_t* out,
@@ -141,6 +196,12 @@ uint32_t LdiInterExtract(const LdiInter* in, uint32_t field, uint8_t* out,
     lnxmin(in->field[kIntervalTypes[field].first], out, outlen);
   }
   return 0;
+}
+
+uint32_t LdiInterExtractarr(uint8_t* const* out, const LdiInter* const* in, size_t count,
+                            uint32_t field, size_t* done) noexcept {
+  return RunArray(count, done,
+                  [&](std::size_t i) { return LdiInterExtract(in[i], field, out[i], nullptr); });
 }
 
 uint32_t LdiInterFromTZ(LdiInter* out, int32_t zone_hour, int32_t zone_minute) noexcept {

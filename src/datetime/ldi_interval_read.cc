@@ -317,6 +317,17 @@ uint32_t LdiInterFromStringPrec(LdiInter* out, const uint8_t* text, size_t lengt
   return ReadWithPrecisions(plain.view(), type, leading_precision, fraction_precision, *out);
 }
 
+uint32_t LdiInterFromStringPrecarr(LdiInter* const* out, const uint8_t* const* texts, size_t count,
+                                   const size_t* lengths, uint32_t type, uint32_t leading_precision,
+                                   uint32_t fraction_precision, const lxhandle* handle,
+                                   uint32_t flags, size_t* done) noexcept {
+  const Operands length(lengths, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return LdiInterFromStringPrec(out[i], texts[i], length[i], type, leading_precision,
+                                  fraction_precision, handle);
+  });
+}
+
 uint32_t LdiInterFromStringPrecU(LdiInter* out, const uint16_t* text, size_t length, uint32_t type,
                                  uint32_t leading_precision, uint32_t fraction_precision) noexcept {
   const PlainText plain(text, length);

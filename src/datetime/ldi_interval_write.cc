@@ -123,6 +123,15 @@ uint32_t LdiInterToStringISO(uint8_t* out, size_t size, size_t* length, const Ld
   return text.CopyTo(out, size, *length, handle);
 }
 
+uint32_t LdiInterToStringISOarr(uint8_t* const* out, const LdiInter* const* in, size_t count,
+                                const size_t* rooms, size_t* lengths, const lxhandle* handle,
+                                uint32_t flags, size_t* done) noexcept {
+  const Operands room(rooms, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return LdiInterToStringISO(out[i], room[i], &lengths[i], in[i], handle);
+  });
+}
+
 uint32_t LdiInterToStringISOU(uint16_t* out, size_t size, size_t* length,
                               const LdiInter* in) noexcept {
   PlainWriter text;

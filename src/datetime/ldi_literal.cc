@@ -1,6 +1,7 @@
 // SQL literals and ISO 8601 texts of datetimes.
 //
 // Tests: tests/datetime/ldi_text_test.cc; fuzz/ldi_text_fuzz.cc.
+#include "datetime/array_form.h"
 #include "datetime/datetime_text.h"
 #include "kestra/datetime_zone.h"
 
@@ -222,6 +223,15 @@ uint32_t LdiDateFromLiteral(LdiDate* out, const uint8_t* text, size_t length, ui
   return Read(*out, plain.view(), type, session);
 }
 
+uint32_t LdiDateFromLiteralarr(LdiDate* const* out, const uint8_t* const* texts, size_t count,
+                               const size_t* lengths, uint32_t type, const LdiSession* session,
+                               const lxhandle* handle, uint32_t flags, size_t* done) noexcept {
+  const Operands length(lengths, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return LdiDateFromLiteral(out[i], texts[i], length[i], type, session, handle);
+  });
+}
+
 uint32_t LdiDateFromLiteralU(LdiDate* out, const uint16_t* text, size_t units, uint32_t type,
                              const LdiSession* session) noexcept {
   const PlainText plain(text, units);
@@ -234,6 +244,16 @@ uint32_t LdiDateToLiteral(uint8_t* out, size_t size, size_t* length, const LdiDa
   PlainWriter text;
   if (const std::uint32_t error = Write(text, *in, precision, session)) return error;
   return text.CopyTo(out, size, *length, handle);
+}
+
+uint32_t LdiDateToLiteralarr(uint8_t* const* out, const LdiDate* const* in, size_t count,
+                             const size_t* rooms, size_t* lengths, uint32_t precision,
+                             const LdiSession* session, const lxhandle* handle, uint32_t flags,
+                             size_t* done) noexcept {
+  const Operands room(rooms, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return LdiDateToLiteral(out[i], room[i], &lengths[i], in[i], precision, session, handle);
+  });
 }
 
 uint32_t LdiDateToLiteralU(uint16_t* out, size_t size, size_t* length, const LdiDate* in,

@@ -47,7 +47,7 @@ std::uint32_t Compile(std::span<std::uint8_t> out, std::size_t& length,
 
 std::uint32_t CompileUnits(std::span<std::uint8_t> out, std::size_t& length,
                            const std::uint16_t* text, std::size_t units, Use use,
-                           LdiParseContext& ctx) noexcept {
+                           std::uint32_t type, LdiParseContext& ctx) noexcept {
   ctx.date.error = 0;
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(text);
   std::size_t remaining = 2 * units;
@@ -57,58 +57,7 @@ std::uint32_t CompileUnits(std::span<std::uint8_t> out, std::size_t& length,
   state.repeat = use == Use::kOutput ? 1 : 0;
   while (ldxsnfcom(&ctx.date, &bytes, &remaining, &to, &space, &state) != 0) {
   }
-  return Finish(ctx, out.first(out.size() - space), use, 0, length);
-}
-
-// Writes bytes of the context's set; false when they do not fit.
-class SetWriter {
- public:
-  SetWriter(std::span<std::uint8_t> out, const State& state) noexcept : out_(out), state_(state) {}
-  void Put(std::uint8_t byte) noexcept {
-    if (used_ < out_.size()) out_[used_] = byte;
-    ++used_;
-  }
-  void PutAscii(std::string_view text) noexcept {
-    for (const char c : text) Put(state_.ascii[static_cast<std::size_t>(c)]);
-  }
-  std::size_t used() const noexcept { return used_; }
-  bool fits() const noexcept { return used_ <= out_.size(); }
-
- private:
-  std::span<std::uint8_t> out_;
-  const State& state_;
-  std::size_t used_ = 0;
-};
-
-std::string_view DatetimeName(std::uint32_t code) noexcept {
-  for (const DatetimeElement& element : kDatetimeElements) {
-    if (element.code == code) return element.name;
-  }
-  return {};
-}
-
-// The name of an element of dates, with its letters as the modifier wants them.
-void PutElementName(SetWriter& out, std::uint32_t code, std::uint32_t modifier) noexcept {
-  const ElementTable& table = kAsciiElements;
-  for (const ElementRow& row : table.rows) {
-    if (row.code != code) continue;
-    const std::string_view name(reinterpret_cast<const char*>(row.name), row.length);
-    const std::uint32_t letters = modifier & kLettersMask;
-    std::size_t seen = 0;
-    for (const char c : name) {
-      const bool letter = c >= 'A' && c <= 'Z';
-      const bool small = letter && (letters == kLower || (letters == kCapitalised && seen > 0));
-      const char written = static_cast<char>(small ? c | 0x20 : c);
-      out.PutAscii({&written, 1});
-      seen += letter ? 1 : 0;
-    }
-    const std::uint32_t suffix = modifier & kSuffixMask;
-    const bool small = letters != kUpper;
-    if (suffix == kOrdinal) out.PutAscii(small ? "th" : "TH");
-    if (suffix == kSpelled) out.PutAscii(small ? "sp" : "SP");
-    if (suffix == kSpelledOrdinal) out.PutAscii(small ? "spth" : "SPTH");
-    return;
-  }
+  return Finish(ctx, out.first(out.size() - space), use, type, length);
 }
 
 // The widest of a group of names, blanks of fill mode included.
@@ -260,13 +209,19 @@ uint32_t LdiParseForInput(uint8_t* out, size_t size, size_t* length, const uint8
 
 uint32_t LdiParseForInputU(uint8_t* out, size_t size, size_t* length, const uint16_t* text,
                            size_t units, LdiParseContext* ctx) noexcept {
-  return CompileUnits({out, size}, *length, text, units, Use::kInput, *ctx);
+  return CompileUnits({out, size}, *length, text, units, Use::kInput, 0, *ctx);
 }
 
 uint32_t LdiParseForInputType(uint8_t* out, size_t size, size_t* length, const uint8_t* text,
                               size_t text_length, uint32_t type, LdiParseContext* ctx) noexcept {
   if (!IsDatetimeType(type)) return KES_DATETIME_BAD_TYPE;
   return Compile({out, size}, *length, {text, text_length}, Use::kInput, type, *ctx);
+}
+
+uint32_t LdiParseForInputTypeU(uint8_t* out, size_t size, size_t* length, const uint16_t* text,
+                               size_t units, uint32_t type, LdiParseContext* ctx) noexcept {
+  if (!IsDatetimeType(type)) return KES_DATETIME_BAD_TYPE;
+  return CompileUnits({out, size}, *length, text, units, Use::kInput, type, *ctx);
 }
 
 uint32_t LdiParseForOutput(uint8_t* out, size_t size, size_t* length, const uint8_t* text,
@@ -276,7 +231,7 @@ uint32_t LdiParseForOutput(uint8_t* out, size_t size, size_t* length, const uint
 
 uint32_t LdiParseForOutputU(uint8_t* out, size_t size, size_t* length, const uint16_t* text,
                             size_t units, LdiParseContext* ctx) noexcept {
-  return CompileUnits({out, size}, *length, text, units, Use::kOutput, *ctx);
+  return CompileUnits({out, size}, *length, text, units, Use::kOutput, 0, *ctx);
 }
 
 uint32_t LdiGetFormatItem(LdiFormatItem* item, const uint8_t* format, size_t length,
@@ -287,39 +242,6 @@ uint32_t LdiGetFormatItem(LdiFormatItem* item, const uint8_t* format, size_t len
   if (!NextItem(left, found)) return kDamaged;
   *offset = length - left.size();
   *item = found;
-  return 0;
-}
-
-uint32_t LdiUnparse(uint8_t* out, size_t size, size_t* length, const uint8_t* format,
-                    size_t format_length, LdiParseContext* ctx) noexcept {
-  SetWriter writer({out, size}, StateOf(ctx->date));
-  std::span<const std::uint8_t> left(format, format_length);
-  LdiFormatItem item;
-  bool fill = true;
-  while (!left.empty()) {
-    if (!NextItem(left, item)) return kDamaged;
-    if (item.code == KES_DATETIME_LITERAL_ITEM) {
-      const bool quoted = item.modifier == kQuoted;
-      if (quoted) writer.PutAscii("\"");
-      for (std::size_t i = 0; i < item.literal_length; ++i) writer.Put(item.literal[i]);
-      if (quoted) writer.PutAscii("\"");
-      continue;
-    }
-    const std::string_view name = DatetimeName(item.code);
-    if (!name.empty()) {
-      writer.PutAscii(name);
-      continue;
-    }
-    if (((item.modifier & kFill) != 0) != fill) {
-      writer.PutAscii("FM");
-      fill = !fill;
-    }
-    const std::uint32_t code =
-        item.code == KES_DATETIME_NYYYY ? std::uint32_t{KES_DATE_NYYYY} : item.code;
-    PutElementName(writer, code, item.modifier);
-  }
-  if (!writer.fits()) return KES_DATETIME_NO_ROOM;
-  *length = writer.used();
   return 0;
 }
 

@@ -1,6 +1,7 @@
 // Rounding and truncating datetimes: the date and clock by the rules of DATE, the fraction goes.
 //
 // Tests: tests/datetime/ldi_zone_test.cc.
+#include "datetime/array_form.h"
 #include "datetime/date_operations.h"
 #include "datetime/datetime_value.h"
 #include "datetime/zone_rules.h"
@@ -75,7 +76,21 @@ uint32_t LdiRound(LdiDate* out, const LdiDate* in, uint32_t unit, uint32_t first
   return Apply(Way::kRound, *out, *in, unit, first, session);
 }
 
+uint32_t LdiRoundarr(LdiDate* const* out, const LdiDate* const* in, size_t count, uint32_t unit,
+                     uint32_t first, const LdiSession* session, size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) {
+    return Apply(Way::kRound, *out[i], *in[i], unit, first, session);
+  });
+}
+
 uint32_t LdiTruncate(LdiDate* out, const LdiDate* in, uint32_t unit, uint32_t first,
                      const LdiSession* session) noexcept {
   return Apply(Way::kTruncate, *out, *in, unit, first, session);
+}
+
+uint32_t LdiTruncatearr(LdiDate* const* out, const LdiDate* const* in, size_t count, uint32_t unit,
+                        uint32_t first, const LdiSession* session, size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) {
+    return Apply(Way::kTruncate, *out[i], *in[i], unit, first, session);
+  });
 }

@@ -130,6 +130,16 @@ uint32_t LdiDateDateSubtractWithTZ(LdiInter* out, const LdiDate* x, const LdiDat
   return SubtractInSession(*out, *x, *y, type, session);
 }
 
+uint32_t LdiDateDateSubtractWithTZarr(LdiInter* const* out, const LdiDate* const* x, size_t count,
+                                      const LdiDate* const* y, uint32_t type,
+                                      const LdiSession* session, uint32_t flags,
+                                      size_t* done) noexcept {
+  const Operands other(y, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return SubtractInSession(*out[i], *x[i], *other[i], type, session);
+  });
+}
+
 uint32_t LdiDateDateSubtractarr(LdiInter* const* out, const LdiDate* const* x, size_t count,
                                 const LdiDate* const* y, uint32_t type, uint32_t flags,
                                 size_t* done) noexcept {

@@ -4,6 +4,7 @@
 // Tests: tests/datetime/ldi_zone_test.cc.
 #include <cstring>
 
+#include "datetime/array_form.h"
 #include "datetime/datetime_value.h"
 #include "datetime/zone_rules.h"
 #include "kestra/datetime_zone.h"
@@ -60,6 +61,16 @@ uint32_t LdiDateTimeUpgrade(LdiDate* out, const LdiDate* in, const ltzfile* to,
   return 0;
 }
 
+uint32_t LdiDateTimeUpgradearr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                               const ltzfile* to, uint8_t* changed, size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) {
+    int differs = 0;
+    const std::uint32_t error = LdiDateTimeUpgrade(out[i], in[i], to, &differs);
+    if (error == 0 && changed != nullptr) changed[i] = static_cast<std::uint8_t>(differs);
+    return error;
+  });
+}
+
 uint32_t LdiDateTimeArrayUpgrade(uint8_t* bytes, size_t length, uint32_t type, const ltzfile* from,
                                  const ltzfile* to, int* changed) noexcept {
   LdiSession session{};
@@ -81,6 +92,19 @@ uint32_t LdiDateTimeArrayUpgrade(uint8_t* bytes, size_t length, uint32_t type, c
   }
   if (changed != nullptr) *changed = differs ? 1 : 0;
   return 0;
+}
+
+uint32_t LdiDateTimeArrayUpgradearr(uint8_t* const* bytes, size_t count, const size_t* lengths,
+                                    uint32_t type, const ltzfile* from, const ltzfile* to,
+                                    uint8_t* changed, uint32_t flags, size_t* done) noexcept {
+  const Operands length(lengths, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    int differs = 0;
+    const std::uint32_t error =
+        LdiDateTimeArrayUpgrade(bytes[i], length[i], type, from, to, &differs);
+    if (error == 0 && changed != nullptr) changed[i] = static_cast<std::uint8_t>(differs);
+    return error;
+  });
 }
 
 uint32_t LdiTZGetDelta(void* out, size_t size, size_t* length, lxcontext* work, const ltzfile* from,
@@ -152,4 +176,14 @@ uint32_t LdiTZIsDateAffected(const LdiDate* date, const ltzdelta* delta, int* af
   }
   *affected = hit ? 1 : 0;
   return 0;
+}
+
+uint32_t LdiTZIsDateAffectedarr(uint8_t* affected, const LdiDate* const* in, size_t count,
+                                const ltzdelta* delta, size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) {
+    int hit = 0;
+    const std::uint32_t error = LdiTZIsDateAffected(in[i], delta, &hit);
+    if (error == 0) affected[i] = static_cast<std::uint8_t>(hit);
+    return error;
+  });
 }

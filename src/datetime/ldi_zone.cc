@@ -81,8 +81,37 @@ std::uint32_t PutRegion(PlainWriter& out, const ltzfile* zones, std::uint32_t re
   return 0;
 }
 
+std::uint32_t PutZone(PlainWriter& out, const LdiZone& zone, const ltzfile* zones) noexcept {
+  if (zone.region != 0) return PutRegion(out, zones, zone.region);
+  PutZoneOffset(out, zone.hour * 60 + zone.minute);
+  return 0;
+}
+
+std::uint32_t ReadZoneText(LdiZone& out, std::string_view text, const ltzfile* zones) noexcept {
+  if (text.empty()) return KES_DATETIME_NO_REGION;
+  if (text[0] == '+' || text[0] == '-' || IsDigit(text[0])) {
+    return ReadOffset(PlainReader(text), out);
+  }
+  if (IsWord(text, "Z") || IsWord(text, "UTC") || IsWord(text, "GMT")) {
+    out = {};
+    return 0;
+  }
+  if (IsWord(text, "LOCAL")) {
+    LdiDate now;
+    if (const std::uint32_t error = sLdiGetLazyDt_int(now, nullptr, 0)) return error;
+    out = {now.zone_hour, now.zone_minute, 0};
+    return 0;
+  }
+  std::uint32_t region = 0;
+  if (const std::uint32_t error = FindRegion(zones, text, region)) return error;
+  out = {0, 0, static_cast<std::uint16_t>(region)};
+  return 0;
+}
+
 std::uint32_t PutField(PlainWriter& out, const LdiDate& date, std::uint32_t field,
                        const ltzfile* zones) noexcept {
+  if (!IsDatetimeType(date.type)) return KES_DATETIME_BAD_TYPE;
+  if (!HasZone(date.type)) return KES_DATETIME_NO_FIELD;
   switch (field) {
     case KES_FIELD_REGION:
       return PutRegionName(out, date, zones);
@@ -140,36 +169,27 @@ using namespace kestra::datetime;
 uint32_t LdiZoneFromText(LdiZone* out, const uint8_t* text, size_t length, const lxhandle* handle,
                          const ltzfile* zones) noexcept {
   const PlainText plain(text, length, handle);
-  const std::string_view view = plain.view();
-  if (view.empty()) return KES_DATETIME_NO_REGION;
-  if (view[0] == '+' || view[0] == '-' || IsDigit(view[0])) {
-    return ReadOffset(PlainReader(view), *out);
-  }
-  if (IsWord(view, "Z") || IsWord(view, "UTC") || IsWord(view, "GMT")) {
-    *out = {};
-    return 0;
-  }
-  if (IsWord(view, "LOCAL")) {
-    LdiDate now;
-    if (const std::uint32_t error = sLdiGetLazyDt_int(now, nullptr, 0)) return error;
-    *out = {now.zone_hour, now.zone_minute, 0};
-    return 0;
-  }
-  std::uint32_t region = 0;
-  if (const std::uint32_t error = FindRegion(zones, view, region)) return error;
-  *out = {0, 0, static_cast<std::uint16_t>(region)};
-  return 0;
+  return ReadZoneText(*out, plain.view(), zones);
+}
+
+uint32_t LdiZoneFromTextU(LdiZone* out, const uint16_t* text, size_t units,
+                          const ltzfile* zones) noexcept {
+  const PlainText plain(text, units);
+  return ReadZoneText(*out, plain.view(), zones);
 }
 
 uint32_t LdiZoneToText(uint8_t* out, size_t size, size_t* length, LdiZone zone,
                        const lxhandle* handle, const ltzfile* zones) noexcept {
   PlainWriter text;
-  if (zone.region != 0) {
-    if (const std::uint32_t error = PutRegion(text, zones, zone.region)) return error;
-  } else {
-    PutZoneOffset(text, zone.hour * 60 + zone.minute);
-  }
+  if (const std::uint32_t error = PutZone(text, zone, zones)) return error;
   return text.CopyTo(out, size, *length, handle);
+}
+
+uint32_t LdiZoneToTextU(uint16_t* out, size_t size, size_t* length, LdiZone zone,
+                        const ltzfile* zones) noexcept {
+  PlainWriter text;
+  if (const std::uint32_t error = PutZone(text, zone, zones)) return error;
+  return text.CopyTo(out, size, *length);
 }
 
 uint32_t LdiTimeZoneAdjust(LdiDate* out, const LdiDate* in, LdiZone zone,
@@ -197,6 +217,14 @@ uint32_t LdiT2TZ(LdiDate* out, const LdiDate* in, LdiZone zone,
   return 0;
 }
 
+uint32_t LdiT2TZarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                    const LdiZone* zones, const LdiSession* session, uint32_t flags,
+                    size_t* done) noexcept {
+  const Operands zone(zones, flags);
+  return RunArray(count, done,
+                  [&](std::size_t i) { return LdiT2TZ(out[i], in[i], zone[i], session); });
+}
+
 uint32_t LdiTZ2T(LdiDate* out, const LdiDate* in) noexcept {
   if (!IsDatetimeType(in->type) || !HasZone(in->type)) return KES_DATETIME_BAD_TYPE;
   LdiDate date = *in;
@@ -204,6 +232,11 @@ uint32_t LdiTZ2T(LdiDate* out, const LdiDate* in) noexcept {
   date.type = HasDate(in->type) ? KES_DATETIME_TIMESTAMP : KES_DATETIME_TIME;
   *out = date;
   return 0;
+}
+
+uint32_t LdiTZ2Tarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                    size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) { return LdiTZ2T(out[i], in[i]); });
 }
 
 uint32_t LdiTimeZoneShift(LdiDate* out, const LdiDate* in, LdiZone from, LdiZone to,
@@ -217,6 +250,14 @@ uint32_t LdiTimeZoneShift(LdiDate* out, const LdiDate* in, LdiZone from, LdiZone
   return 0;
 }
 
+uint32_t LdiTimeZoneShiftarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                             LdiZone from, LdiZone to, const LdiSession* session,
+                             size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) {
+    return LdiTimeZoneShift(out[i], in[i], from, to, session);
+  });
+}
+
 uint32_t LdiFixTSLTZ(LdiDate* out, const LdiDate* in, const LdiSession* session) noexcept {
   if (in->type != KES_DATETIME_TIMESTAMP_LTZ) return KES_DATETIME_BAD_TYPE;
   LdiDate date = *in;
@@ -227,13 +268,32 @@ uint32_t LdiFixTSLTZ(LdiDate* out, const LdiDate* in, const LdiSession* session)
   return 0;
 }
 
+uint32_t LdiFixTSLTZarr(LdiDate* const* out, const LdiDate* const* in, size_t count,
+                        const LdiSession* session, size_t* done) noexcept {
+  return RunArray(count, done, [&](std::size_t i) { return LdiFixTSLTZ(out[i], in[i], session); });
+}
+
 uint32_t LdiDateExtractTZ(uint8_t* out, size_t size, size_t* length, const LdiDate* in,
                           uint32_t field, const LdiSession* session,
                           const lxhandle* handle) noexcept {
-  if (!IsDatetimeType(in->type)) return KES_DATETIME_BAD_TYPE;
-  if (!HasZone(in->type)) return KES_DATETIME_NO_FIELD;
   PlainWriter text;
-  const ltzfile* zones = ZonesOf(session);
-  if (const std::uint32_t error = PutField(text, *in, field, zones)) return error;
+  if (const std::uint32_t error = PutField(text, *in, field, ZonesOf(session))) return error;
   return text.CopyTo(out, size, *length, handle);
+}
+
+uint32_t LdiDateExtractTZU(uint16_t* out, size_t size, size_t* length, const LdiDate* in,
+                           uint32_t field, const LdiSession* session) noexcept {
+  PlainWriter text;
+  if (const std::uint32_t error = PutField(text, *in, field, ZonesOf(session))) return error;
+  return text.CopyTo(out, size, *length);
+}
+
+uint32_t LdiDateExtractTZarr(uint8_t* const* out, const LdiDate* const* in, size_t count,
+                             const size_t* rooms, size_t* lengths, uint32_t field,
+                             const LdiSession* session, const lxhandle* handle, uint32_t flags,
+                             size_t* done) noexcept {
+  const Operands room(rooms, flags);
+  return RunArray(count, done, [&](std::size_t i) {
+    return LdiDateExtractTZ(out[i], room[i], &lengths[i], in[i], field, session, handle);
+  });
 }

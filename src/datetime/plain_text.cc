@@ -4,42 +4,50 @@
 
 #include "core/os/code_pages.h"
 #include "datetime/datetime_value.h"
+#include "datetime/utf16_text.h"
 #include "nls/lxh_ebcdic.h"
 
 namespace kestra::datetime {
 namespace {
 
-constexpr char kNoAscii = '\xFF';
+char AsciiOf(std::uint32_t c) noexcept { return c < 0x80 ? static_cast<char>(c) : '\xFF'; }
 
-std::string_view Trim(std::string_view text) noexcept {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  return text;
+bool HasTwoByteUnits(const lxhandle* handle) noexcept {
+  return handle != nullptr && (handle->flags & KES_CHARSET_UTF16) != 0;
 }
 
 }  // namespace
 
+// character(i) is the i-th character of a text.
+template <typename Character>
+void PlainText::Fill(std::size_t length, const Character& character) noexcept {
+  while (length != 0 && character(length - 1) == ' ') --length;  // columns are padded
+  std::size_t begin = 0;
+  while (begin < length && character(begin) == ' ') ++begin;
+  if (length - begin > kRoom) return;
+  for (std::size_t i = begin; i < length; ++i) buffer_[i - begin] = character(i);
+  text_ = {buffer_, length - begin};
+}
+
 PlainText::PlainText(const std::uint8_t* text, std::size_t length,
                      const lxhandle* handle) noexcept {
-  const bool ebcdic = nls::lxhebc(handle, nullptr);
-  const std::uint8_t blank = ebcdic ? 0x40 : ' ';
-  while (length > kRoom && text[length - 1] == blank) --length;  // columns are padded
-  if (length == 0 || length > kRoom) return;
-  std::memcpy(buffer_, text, length);
-  if (ebcdic) os::slste2a({reinterpret_cast<std::uint8_t*>(buffer_), length});
-  for (std::size_t i = 0; i < length; ++i) {
-    if (static_cast<unsigned char>(buffer_[i]) >= 0x80) buffer_[i] = kNoAscii;
+  if (HasTwoByteUnits(handle)) {
+    const UnitOrder order = OrderOfSet(*handle);
+    if (length % 2 != 0) return;  // half a unit: no text
+    Fill(length / 2, [&](std::size_t i) { return AsciiOf(UnitAt(text + 2 * i, order)); });
+  } else if (nls::lxhebc(handle, nullptr)) {
+    Fill(length, [&](std::size_t i) {
+      std::uint8_t byte = text[i];
+      os::slste2a({&byte, 1});
+      return AsciiOf(byte);
+    });
+  } else {
+    Fill(length, [&](std::size_t i) { return AsciiOf(text[i]); });
   }
-  text_ = Trim({buffer_, length});
 }
 
 PlainText::PlainText(const std::uint16_t* text, std::size_t length) noexcept {
-  while (length > kRoom && text[length - 1] == u' ') --length;
-  if (length == 0 || length > kRoom) return;
-  for (std::size_t i = 0; i < length; ++i) {
-    buffer_[i] = text[i] < 0x80 ? static_cast<char>(text[i]) : kNoAscii;
-  }
-  text_ = Trim({buffer_, length});
+  Fill(length, [&](std::size_t i) { return AsciiOf(text[i]); });
 }
 
 void PlainWriter::PutNumber(std::uint64_t value, unsigned digits) noexcept {
@@ -65,10 +73,19 @@ void PlainWriter::PutShortFraction(std::uint32_t nanos) noexcept {
 
 std::uint32_t PlainWriter::CopyTo(std::uint8_t* out, std::size_t size, std::size_t& length,
                                   const lxhandle* handle) const noexcept {
-  if (length_ > size) return KES_DATETIME_NO_ROOM;
-  std::memcpy(out, buffer_, length_);
-  if (nls::lxhebc(handle, nullptr)) os::slsta2e({out, length_});
-  length = length_;
+  const bool units = HasTwoByteUnits(handle);
+  const std::size_t needed = units ? 2 * length_ : length_;
+  if (needed > size) return KES_DATETIME_NO_ROOM;
+  if (units) {
+    const UnitOrder order = OrderOfSet(*handle);
+    for (std::size_t i = 0; i < length_; ++i) {
+      PutUnit(out + 2 * i, static_cast<std::uint8_t>(buffer_[i]), order);
+    }
+  } else {
+    std::memcpy(out, buffer_, length_);
+    if (nls::lxhebc(handle, nullptr)) os::slsta2e({out, length_});
+  }
+  length = needed;
   return 0;
 }
 

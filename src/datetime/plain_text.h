@@ -1,5 +1,6 @@
 // Text of digits, signs and English words, as intervals and literals are written with: read from and
-// written to ASCII, EBCDIC or UTF-16 through a small ASCII buffer.
+// written to a handle's set, which has the characters of ASCII as ASCII, as EBCDIC or as two-byte
+// units, through a small ASCII buffer.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +21,7 @@ constexpr char ToUpper(char c) noexcept {
 inline constexpr std::size_t kPlainRoom = 320;
 
 // What is read: a copy in ASCII, blanks at both ends removed. A character that ASCII has not is the
-// byte FF. A text that does not fit is no literal: it is left empty.
+// byte FF. What does not fit is no literal: it is left empty.
 class PlainText {
  public:
   PlainText(const std::uint8_t* text, std::size_t length, const lxhandle* handle) noexcept;
@@ -29,6 +30,9 @@ class PlainText {
 
  private:
   static constexpr std::size_t kRoom = kPlainRoom;
+  template <typename Character>
+  void Fill(std::size_t length, const Character& character) noexcept;
+
   char buffer_[kRoom];
   std::string_view text_;
 };

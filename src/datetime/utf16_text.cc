@@ -1,5 +1,7 @@
 #include "datetime/utf16_text.h"
 
+#include "datetime/text_set.h"
+#include "kestra/convert.h"
 #include "nls/handle_parts.h"
 
 namespace kestra::datetime {
@@ -12,18 +14,6 @@ constexpr std::uint32_t kPastUnits = 0x10000;
 
 constexpr bool IsHigh(std::uint32_t unit) noexcept { return (unit & 0xFC00u) == 0xD800u; }
 constexpr bool IsLow(std::uint32_t unit) noexcept { return (unit & 0xFC00u) == 0xDC00u; }
-
-std::uint32_t UnitAt(const std::uint8_t* p, UnitOrder order) noexcept {
-  return order == UnitOrder::kLittle ? p[0] | std::uint32_t{p[1]} << 8
-                                     : p[1] | std::uint32_t{p[0]} << 8;
-}
-
-void PutUnit(std::uint8_t* p, std::uint32_t unit, UnitOrder order) noexcept {
-  const auto low = static_cast<std::uint8_t>(unit);
-  const auto high = static_cast<std::uint8_t>(unit >> 8);
-  p[0] = order == UnitOrder::kLittle ? low : high;
-  p[1] = order == UnitOrder::kLittle ? high : low;
-}
 
 std::uint8_t* PutUtf8(std::uint8_t* out, std::uint32_t c) noexcept {
   const auto tail = [](std::uint32_t bits) {
@@ -72,9 +62,13 @@ Decoded DecodeUtf8(std::span<const std::uint8_t> text) noexcept {
 
 }  // namespace
 
+UnitOrder OrderOfSet(const lxhandle& handle) noexcept {
+  return handle.charset_id == kLittleEndianId ? UnitOrder::kLittle : UnitOrder::kBig;
+}
+
 UnitOrder OrderOfUnits(const ldxctx& ctx) noexcept {
   if (ctx.handle == nullptr || !StateOf(ctx).two_byte_units) return kPlatformOrder;
-  return ctx.handle->charset_id == kLittleEndianId ? UnitOrder::kLittle : UnitOrder::kBig;
+  return OrderOfSet(*ctx.handle);
 }
 
 const lxobject* UnitSet(const ldxctx& ctx) noexcept {
@@ -122,6 +116,17 @@ bool Utf8ToUnits(std::span<const std::uint8_t> text, UnitOrder order, std::span<
     i += decoded.length;
   }
   return true;
+}
+
+bool TextToUnits(const ldxctx& ctx, std::span<const std::uint8_t> text, std::span<std::uint8_t> out,
+                 std::size_t& used) noexcept {
+  if (ctx.handle == nullptr || KeepsUtf8(ctx)) {
+    return Utf8ToUnits(text, OrderOfUnits(ctx), out, used);
+  }
+  const std::span<std::uint8_t> room = out.subspan(used);
+  used += lxgcnv(room.data(), UnitSet(ctx), room.size(), text.data(), TextSet(ctx), text.size(),
+                 ctx.nls);
+  return ctx.nls->error != KES_NLS_DESTINATION_FULL;
 }
 
 std::size_t UnitBytes(std::span<const std::uint8_t> text) noexcept {

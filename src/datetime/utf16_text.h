@@ -15,6 +15,8 @@ enum class UnitOrder : std::uint8_t { kLittle, kBig };
 inline constexpr UnitOrder kPlatformOrder =
     __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? UnitOrder::kLittle : UnitOrder::kBig;
 
+// The order of a set of two-byte units.
+UnitOrder OrderOfSet(const lxhandle& handle) noexcept;
 // The order of the handle's set when that has two-byte units, else the platform's.
 UnitOrder OrderOfUnits(const ldxctx& ctx) noexcept;
 
@@ -24,6 +26,17 @@ const lxobject* UnitSet(const ldxctx& ctx) noexcept;
 // The context's set is UTF-8, or two-byte units, for which UTF-8 stands.
 bool KeepsUtf8(const ldxctx& ctx) noexcept;
 
+inline std::uint32_t UnitAt(const std::uint8_t* p, UnitOrder order) noexcept {
+  return order == UnitOrder::kLittle ? p[0] | std::uint32_t{p[1]} << 8
+                                     : p[1] | std::uint32_t{p[0]} << 8;
+}
+inline void PutUnit(std::uint8_t* p, std::uint32_t unit, UnitOrder order) noexcept {
+  const auto low = static_cast<std::uint8_t>(unit);
+  const auto high = static_cast<std::uint8_t>(unit >> 8);
+  p[0] = order == UnitOrder::kLittle ? low : high;
+  p[1] = order == UnitOrder::kLittle ? high : low;
+}
+
 // Units to UTF-8; room for kUtf8PerUnit bytes each. Surrogates without their other half, and half a
 // unit at the end, become U+FFFD.
 std::size_t UnitsToUtf8(std::span<const std::uint8_t> units, UnitOrder order,
@@ -32,6 +45,10 @@ std::size_t UnitsToUtf8(std::span<const std::uint8_t> units, UnitOrder order,
 // UTF-8 to units, from used bytes of out on. Bytes that are no character become U+FFFD. False: they
 // do not fit.
 bool Utf8ToUnits(std::span<const std::uint8_t> text, UnitOrder order, std::span<std::uint8_t> out,
+                 std::size_t& used) noexcept;
+
+// Text of the context's set to units, from used bytes of out on. False: no room.
+bool TextToUnits(const ldxctx& ctx, std::span<const std::uint8_t> text, std::span<std::uint8_t> out,
                  std::size_t& used) noexcept;
 
 // Bytes of the units that UTF-8 text, well formed but for its end, stands for.
