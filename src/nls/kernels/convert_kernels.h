@@ -41,8 +41,8 @@ inline std::uint32_t FindByteCell(const ByteEncodeTable& table, std::uint32_t co
   return block < table.block_count ? table.cells[std::size_t{block} * 64 + (code_point & 63)] : 0u;
 }
 
-// The rows of the first bytes 80..FF, collected for long texts: the cell of the first trail byte,
-// that byte, and the number of trail bytes (0: no row).
+// The rows of the first bytes 80..FF of pairs, collected for long texts: the cell of the first trail
+// byte, that byte, and the number of trail bytes (0: no row).
 struct LeadRows {
   std::uint32_t cell[128];
   std::uint8_t first[128];
@@ -138,7 +138,7 @@ inline void CollectLeadRows(const MultibyteDecodeTable& table, LeadRows& rows) n
   for (std::size_t i = 0; i < 128; ++i) {
     const std::uint32_t row = LoadAt<std::uint16_t>(table.leads, 2 * (i + 128)) - 1u;
     rows.cell[i] = rows.first[i] = rows.count[i] = 0;
-    if (row >= table.row_count) continue;
+    if (row >= table.row_count || (table.classes[i + 128] & 3u) != 1) continue;
     const std::uint8_t* entry = table.rows + std::size_t{8} * row;
     if (entry[0] > entry[1]) continue;
     rows.cell[i] = LoadAt<std::uint32_t>(entry, 4);
@@ -193,11 +193,12 @@ struct ConvertKernels {
 };
 
 extern const ConvertKernels kScalarConvertKernels;
-// By level. AVX2 lacks the byte compression that the others are built on and has no kernels.
+// By level.
 #if defined(__x86_64__) && defined(__GNUC__)
+extern const ConvertKernels kAvx2ConvertKernels;
 extern const ConvertKernels kAvx512ConvertKernels;
 inline const ConvertKernels* const kConvertKernels[] = {
-    &kScalarConvertKernels, &kScalarConvertKernels, &kAvx512ConvertKernels};
+    &kScalarConvertKernels, &kAvx2ConvertKernels, &kAvx512ConvertKernels};
 #else
 inline const ConvertKernels* const kConvertKernels[] = {
     &kScalarConvertKernels, &kScalarConvertKernels, &kScalarConvertKernels};

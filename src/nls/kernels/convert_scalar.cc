@@ -1,15 +1,19 @@
 // The kernels in plain C++: the reference for the others, eight bytes at a time where that is easy.
 #include <bit>
 #include <cstring>
+#include <type_traits>
 
-#include "nls/kernels/convert_kernels.h"
+#include "nls/kernels/scalar.h"
 #include "nls/lxg_unicode_codec.h"
 
-namespace kestra::nls::kernels {
+namespace kestra::nls::kernels::scalar {
 namespace {
 
 using convert::Decoded;
 using convert::kReplacementCharacter;
+
+// Pieces of loops. Called, they would pass the loop's pointers through memory.
+#define KES_INLINE [[gnu::always_inline]] inline
 
 constexpr std::uint64_t kHighBits = 0x8080808080808080;
 
@@ -18,6 +22,8 @@ std::uint64_t LoadWord(const void* p) noexcept {
   std::memcpy(&word, p, sizeof word);
   return word;
 }
+
+}  // namespace
 
 std::size_t CopyAscii(const std::uint8_t* in, std::size_t size, std::uint8_t* out) noexcept {
   std::size_t i = 0;
@@ -68,99 +74,224 @@ std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count, std::uint8_t
   return i;
 }
 
-// Eight bytes are stored for each character, so the last ones are left to the caller.
-constexpr std::size_t kStoreSize = 8;
+namespace {
 
-template <typename Decoder, typename Encoder>
-Progress ConvertPlain(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
-                      std::size_t room) noexcept {
-  Progress done;
-  const std::uint8_t* end = in + size;
-  while (done.consumed < size && room - done.written >= kStoreSize) {
-    const Decoded character = Decoder{}.Next(in + done.consumed, end);
-    if (character.code_point >= kReplacementCharacter) [[unlikely]] {
-      if (character.code_point == kReplacementCharacter ||
-          character.code_point > convert::kMaxCodePoint) {
-        break;
-      }
-    }
-    const convert::Encoded encoded = Encoder::Encode(character.code_point);
-    std::memcpy(out + done.written, &encoded.bytes, kStoreSize);
-    done.consumed += character.length;
-    done.written += encoded.length;
-    ++done.characters;
+// Four units below 800 in a word, one or two bytes each, without a branch: in most languages letters
+// of the two kinds follow each other as they like. Both forms are computed for all four at once; a
+// byte more than the result is written.
+KES_INLINE std::uint8_t* PutFour(std::uint8_t* q, std::uint64_t units) noexcept {
+  constexpr std::uint64_t kOnes = 0x0001000100010001;
+  const std::uint64_t two = (units + 0x7F80 * kOnes) >> 15 & kOnes;
+  const std::uint64_t pairs =
+      (units >> 6 & 0x1F * kOnes) | (units & 0x3F * kOnes) << 8 | 0x80C0 * kOnes;
+  std::uint64_t bytes = units ^ ((units ^ pairs) & two * 0xFFFF);
+  std::uint64_t more = two;
+  for (int i = 0; i < 4; ++i) {
+    const auto pair = static_cast<std::uint16_t>(bytes);
+    std::memcpy(q, &pair, sizeof pair);
+    q += 1 + (more & 1);
+    bytes >>= 16;
+    more >>= 16;
   }
-  return done;
+  return q;
 }
 
-// Four ASCII units at a time on top of the plain loop.
+constexpr std::uint64_t kNotShort = 0xF800F800F800F800;
+
+// Any unit but a surrogate; four bytes are written.
+KES_INLINE std::uint8_t* PutUnit(std::uint8_t* q, std::uint32_t unit) noexcept {
+  const convert::Encoded encoded = convert::Utf8Encoder::EncodeUnit(unit);
+  const auto bytes = static_cast<std::uint32_t>(encoded.bytes);
+  std::memcpy(q, &bytes, sizeof bytes);
+  return q + encoded.length;
+}
+
+// The character at p, at most four bytes of which are written. False: it is left to the caller.
 template <std::endian kOrder>
-Progress Utf16ToUtf8(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
-                     std::size_t room) noexcept {
+KES_INLINE bool PutUtf16(const std::uint8_t*& p, const std::uint8_t* end, std::uint8_t*& q,
+                         std::size_t& pairs) noexcept {
+  const std::uint32_t unit = convert::Utf16Decoder<kOrder>::Unit(p);
+  if (!convert::IsSurrogate(unit)) [[likely]] {
+    if (unit == kReplacementCharacter) return false;
+    q = PutUnit(q, unit);
+    p += 2;
+    return true;
+  }
+  if (convert::IsLowSurrogate(unit) || end - p < 4) return false;
+  const std::uint32_t low = convert::Utf16Decoder<kOrder>::Unit(p + 2);
+  if (!convert::IsLowSurrogate(low)) return false;
+  const auto bytes = static_cast<std::uint32_t>(
+      convert::Utf8Encoder::Encode(convert::JoinSurrogates(unit, low)).bytes);
+  std::memcpy(q, &bytes, sizeof bytes);
+  q += 4;
+  p += 4;
+  ++pairs;
+  return true;
+}
+
+// Four units in the platform's order.
+template <std::endian kOrder>
+KES_INLINE std::uint64_t LoadFour(const std::uint8_t* p) noexcept {
+  const std::uint64_t word = LoadWord(p);
+  if constexpr (kOrder == std::endian::native) return word;
+  return (word >> 8 & 0x00FF00FF00FF00FF) | (word & 0x00FF00FF00FF00FF) << 8;
+}
+
+// Sixteen units at a time: ASCII at once, others without asking for room. Fewer units would make
+// the question whether they are ASCII hard to predict.
+template <std::endian kOrder>
+KES_INLINE Progress Utf16ToUtf8(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
+                                std::size_t room) noexcept {
   constexpr std::uint64_t kNotAscii =
       kOrder == std::endian::native ? 0xFF80FF80FF80FF80 : 0x80FF80FF80FF80FF;
   constexpr std::size_t kLowByte = kOrder == std::endian::big ? 1 : 0;
-  constexpr std::size_t kBatch = 64;
-  Progress done;
-  size &= ~std::size_t{1};
-  while (done.consumed < size) {
-    while (size - done.consumed >= 8 && room - done.written >= 4 &&
-           (LoadWord(in + done.consumed) & kNotAscii) == 0) {
-      for (std::size_t i = 0; i < 4; ++i) {
-        out[done.written + i] = in[done.consumed + 2 * i + kLowByte];
-      }
-      done.consumed += 8;
-      done.written += 4;
-      done.characters += 4;
+  constexpr std::ptrdiff_t kUnits = 16;
+  const std::uint8_t* p = in;
+  const std::uint8_t* const end = in + (size & ~std::size_t{1});
+  std::uint8_t* q = out;
+  std::uint8_t* const out_end = out + room;
+  std::size_t pairs = 0;
+  bool plain = true;
+  while (plain && end - p >= 2 * kUnits && out_end - q >= 4 * kUnits) {
+    std::uint8_t units[2 * kUnits];
+    std::memcpy(units, p, sizeof units);
+    if (((LoadWord(units) | LoadWord(units + 8) | LoadWord(units + 16) | LoadWord(units + 24)) &
+         kNotAscii) == 0) {
+      std::uint8_t letters[kUnits];
+      for (std::size_t i = 0; i < kUnits; ++i) letters[i] = units[2 * i + kLowByte];
+      std::memcpy(q, letters, sizeof letters);
+      p += 2 * kUnits;
+      q += kUnits;
+      continue;
     }
-    // A pair may straddle the end of the batch: then it stops in front of it.
-    const std::size_t batch = size - done.consumed < kBatch ? size - done.consumed : kBatch;
-    const Progress step = ConvertPlain<convert::Utf16Decoder<kOrder>, convert::Utf8Encoder>(
-        in + done.consumed, batch, out + done.written, room - done.written);
-    done.consumed += step.consumed;
-    done.written += step.written;
-    done.characters += step.characters;
-    if (step.consumed + 2 < batch || step.consumed == 0) break;
+    const std::uint8_t* const stop = p + 2 * kUnits;
+    while (plain && p < stop) {
+      const std::uint64_t four = stop - p >= 8 ? LoadFour<kOrder>(p) : kNotShort;
+      if ((four & kNotShort) == 0) {
+        q = PutFour(q, four);
+        p += 8;
+        continue;
+      }
+      for (int i = 0; plain && p < stop && i < 4; ++i) plain = PutUtf16<kOrder>(p, end, q, pairs);
+    }
   }
-  return done;
+  while (plain && p < end && out_end - q >= 4) plain = PutUtf16<kOrder>(p, end, q, pairs);
+  const auto consumed = static_cast<std::size_t>(p - in);
+  return {consumed, static_cast<std::size_t>(q - out), consumed / 2 - pairs};
+}
+
+// Gives the character of two or three bytes that the four bytes at p begin with to `put`, and goes
+// on behind it if that takes it. False also for U+FFFD and for anything else. Each length is a branch
+// that the processor foresees in most texts: a length that is computed is waited for.
+template <typename Put>
+KES_INLINE bool TakeShort(const std::uint8_t*& p, const Put& put) noexcept {
+  const std::uint32_t bytes = LoadAt<std::uint32_t>(p, 0);
+  if ((bytes & 0xC0E0) == 0x80C0) {
+    if ((bytes & 0x1E) == 0 || !put((bytes & 0x1F) << 6 | (bytes >> 8 & 0x3F))) return false;
+    p += 2;
+    return true;
+  }
+  if ((bytes & 0xC0C0F0) == 0x8080E0) {
+    const std::uint32_t unit = (bytes & 0x0F) << 12 | (bytes >> 2 & 0xFC0) | (bytes >> 16 & 0x3F);
+    if (unit < 0x800 || convert::IsSurrogate(unit) || unit == kReplacementCharacter) return false;
+    if (!put(unit)) return false;
+    p += 3;
+    return true;
+  }
+  return false;
+}
+
+// How many of the eight bytes are ASCII in front of the first other one.
+std::size_t CountAscii(std::uint64_t word) noexcept {
+  const std::uint64_t other = word & kHighBits;
+  return other == 0 ? 8 : static_cast<std::size_t>(std::countr_zero(other)) / 8;
 }
 
 template <std::endian kOrder>
-Progress Utf8ToUtf16(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
-                     std::size_t room) noexcept {
+void StoreUnit(std::uint8_t* q, std::uint32_t unit) noexcept {
+  auto bytes = static_cast<std::uint16_t>(unit);
+  if constexpr (kOrder != std::endian::native) bytes = __builtin_bswap16(bytes);
+  std::memcpy(q, &bytes, sizeof bytes);
+}
+
+// ASCII eight bytes at a time up to the first other one, then characters up to the next ASCII.
+template <std::endian kOrder>
+KES_INLINE Progress Utf8ToUtf16(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
+                                std::size_t room) noexcept {
   constexpr std::size_t kLowByte = kOrder == std::endian::big ? 1 : 0;
-  constexpr std::size_t kBatch = 64;
-  Progress done;
-  while (done.consumed < size) {
-    while (size - done.consumed >= 8 && room - done.written >= 16 &&
-           (LoadWord(in + done.consumed) & kHighBits) == 0) {
-      for (std::size_t i = 0; i < 8; ++i) {
-        out[done.written + 2 * i + kLowByte] = in[done.consumed + i];
-        out[done.written + 2 * i + (1 - kLowByte)] = 0;
-      }
-      done.consumed += 8;
-      done.written += 16;
-      done.characters += 8;
+  const std::uint8_t* p = in;
+  const std::uint8_t* const end = in + size;
+  std::uint8_t* q = out;
+  std::uint8_t* const out_end = out + (room & ~std::size_t{1});
+  std::size_t pairs = 0;
+  const auto put = [&q](std::uint32_t unit) {
+    StoreUnit<kOrder>(q, unit);
+    q += 2;
+    return true;
+  };
+  bool plain = true;
+  while (plain) {
+    while (end - p >= 8 && out_end - q >= 16) {
+      const std::size_t letters = CountAscii(LoadWord(p));
+      std::uint8_t units[16] = {};
+      for (std::size_t i = 0; i < 8; ++i) units[2 * i + kLowByte] = p[i];
+      std::memcpy(q, units, sizeof units);
+      p += letters;
+      q += 2 * letters;
+      if (letters < 8) break;
     }
-    const std::size_t batch = size - done.consumed < kBatch ? size - done.consumed : kBatch;
-    const Progress step = ConvertPlain<convert::Utf8Decoder, convert::Utf16Encoder<kOrder>>(
-        in + done.consumed, batch, out + done.written, room - done.written);
-    done.consumed += step.consumed;
-    done.written += step.written;
-    done.characters += step.characters;
-    if (step.consumed + 3 < batch || step.consumed == 0) break;
+    while (end - p >= 4 && *p >= 0x80 && out_end - q >= 4) {
+      if (TakeShort(p, put)) [[likely]]
+        continue;
+      const Decoded four = *p >= 0xF0 ? convert::Utf8Decoder{}.Next(p, end) : Decoded{};
+      plain = four.length == 4 && four.code_point <= convert::kMaxCodePoint;
+      if (!plain) break;
+      put(convert::HighSurrogate(four.code_point));
+      put(convert::LowSurrogate(four.code_point));
+      p += 4;
+      ++pairs;
+    }
+    if (end - p < 8 || out_end - q < 16) break;
   }
-  return done;
+  while (plain && p < end && *p < 0x80 && out_end - q >= 2) put(*p++);
+  const auto written = static_cast<std::size_t>(q - out);
+  return {static_cast<std::size_t>(p - in), written, written / 2 - pairs};
 }
 
 template <std::endian kOrder>
-std::size_t Utf16ToUnits(const std::uint8_t* in, std::size_t count, std::uint16_t* out) noexcept {
+KES_INLINE std::size_t Utf16ToUnits(const std::uint8_t* in, std::size_t count,
+                                    std::uint16_t* out) noexcept {
   for (std::size_t i = 0; i < count; ++i) {
     const std::uint32_t unit = convert::Utf16Decoder<kOrder>::Unit(in + 2 * i);
     if (convert::IsSurrogate(unit) || unit == kReplacementCharacter) return i;
     out[i] = static_cast<std::uint16_t>(unit);
   }
   return count;
+}
+
+}  // namespace
+
+Progress Utf16BeToUtf8(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
+                       std::size_t room) noexcept {
+  return Utf16ToUtf8<std::endian::big>(in, size, out, room);
+}
+Progress Utf16LeToUtf8(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
+                       std::size_t room) noexcept {
+  return Utf16ToUtf8<std::endian::little>(in, size, out, room);
+}
+Progress Utf8ToUtf16Be(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
+                       std::size_t room) noexcept {
+  return Utf8ToUtf16<std::endian::big>(in, size, out, room);
+}
+Progress Utf8ToUtf16Le(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
+                       std::size_t room) noexcept {
+  return Utf8ToUtf16<std::endian::little>(in, size, out, room);
+}
+std::size_t Utf16BeToUnits(const std::uint8_t* in, std::size_t count, std::uint16_t* out) noexcept {
+  return Utf16ToUnits<std::endian::big>(in, count, out);
+}
+std::size_t Utf16LeToUnits(const std::uint8_t* in, std::size_t count, std::uint16_t* out) noexcept {
+  return Utf16ToUnits<std::endian::little>(in, count, out);
 }
 
 std::size_t NarrowCodePoints(const std::uint32_t* in, std::size_t count,
@@ -190,12 +321,16 @@ std::size_t SingleToUnits(const std::uint16_t* code_points, const std::uint8_t* 
   return size;
 }
 
-std::size_t UnitsToSingle(const ByteEncodeTable& table, const std::uint16_t* in, std::size_t count,
+// Tables are taken by value where bytes are written: for all the compiler knows, these might change
+// the caller's.
+std::size_t UnitsToSingle(const ByteEncodeTable& given, const std::uint16_t* in, std::size_t count,
                           std::uint8_t* out) noexcept {
+  const ByteEncodeTable table = given;
   for (std::size_t i = 0; i < count; ++i) {
     const std::uint32_t unit = in[i];
-    out[i] = static_cast<std::uint8_t>(FindByteCell(table, unit));
-    if (out[i] == 0 && (unit != 0 || !table.maps_nul)) return i;
+    const std::uint32_t byte = FindByteCell(table, unit);
+    if (byte == 0 && (unit != 0 || !table.maps_nul)) return i;
+    out[i] = static_cast<std::uint8_t>(byte);
   }
   return count;
 }
@@ -203,60 +338,125 @@ std::size_t UnitsToSingle(const ByteEncodeTable& table, const std::uint16_t* in,
 Progress SingleToUtf8(const std::uint16_t* code_points, bool, const std::uint8_t* in,
                       std::size_t size, std::uint8_t* out, std::size_t room) noexcept {
   std::size_t i = 0;
-  std::size_t written = 0;
-  for (; i < size && room - written >= kStoreSize; ++i) {
-    const std::uint32_t code_point = code_points[in[i]];
-    if (code_point >= kReplacementCharacter || convert::IsSurrogate(code_point)) break;
-    const convert::Encoded encoded = convert::Utf8Encoder::EncodeUnit(code_point);
-    std::memcpy(out + written, &encoded.bytes, kStoreSize);
-    written += encoded.length;
-  }
-  return {i, written, i};
-}
-
-Progress Utf8ToSingle(const ByteEncodeTable& table, bool, const std::uint8_t* in, std::size_t size,
-                      std::uint8_t* out, std::size_t room) noexcept {
-  std::size_t at = 0;
-  std::size_t made = 0;
-  while (at < size && made < room) {
-    const Decoded character = convert::Utf8Decoder{}.Next(in + at, in + size);
-    if (character.code_point == 0 || character.code_point >= kReplacementCharacter) break;
-    const std::uint32_t byte = FindByteCell(table, character.code_point);
-    if (byte == 0) break;
-    out[made++] = static_cast<std::uint8_t>(byte);
-    at += character.length;
-  }
-  return {at, made, made};
-}
-
-Progress MultibyteToUnits(const MultibyteDecodeTable& table, const std::uint8_t* in,
-                          std::size_t size, std::uint16_t* out, std::size_t room) noexcept {
-  std::size_t at = 0;
-  std::size_t made = 0;
-  while (at < size && made < room) {
-    const std::uint32_t first = in[at];
-    std::uint32_t unit = table.code_points[first];
-    std::size_t length = 1;
-    if (unit == nlb::charset::kNoCharacter) {
-      if ((table.classes[first] & 3u) != 1 || size - at < 2 || table.row_count == 0) break;
-      const std::uint32_t row = Load16(table.leads, std::size_t{2} * first);
-      const std::uint32_t cell = row == 0 ? kNoCell : FindRowCell(table, row - 1, in[at + 1]);
-      if (cell == kNoCell) break;
-      unit = LoadCell(table, cell);
-      length = 2;
+  std::uint8_t* q = out;
+  std::uint8_t* const out_end = out + room;
+  while (i < size && out_end - q >= 12) {
+    std::uint64_t four = kNotShort;
+    if (size - i >= 4) {
+      four = 0;
+      for (std::size_t k = 0; k < 4; ++k) {
+        four |= std::uint64_t{code_points[in[i + k]]} << (16 * k);
+      }
     }
-    if (unit == 0 && length == 2) break;
+    if ((four & kNotShort) == 0) {
+      q = PutFour(q, four);
+      i += 4;
+      continue;
+    }
+    const std::uint32_t unit = code_points[in[i]];
     if (unit >= kReplacementCharacter || convert::IsSurrogate(unit)) break;
+    q = PutUnit(q, unit);
+    ++i;
+  }
+  return {i, static_cast<std::size_t>(q - out), i};
+}
+
+Progress Utf8ToSingle(const ByteEncodeTable& given, bool ascii, const std::uint8_t* in,
+                      std::size_t size, std::uint8_t* out, std::size_t room) noexcept {
+  const ByteEncodeTable table = given;
+  const std::uint8_t* p = in;
+  const std::uint8_t* const end = in + size;
+  std::uint8_t* q = out;
+  std::uint8_t* const out_end = out + room;
+  const auto put = [&q, &table](std::uint32_t code_point) {
+    const std::uint32_t byte = FindByteCell(table, code_point);
+    *q = static_cast<std::uint8_t>(byte);
+    q += byte != 0 ? 1 : 0;
+    return byte != 0;
+  };
+  while (end - p >= 4 && q < out_end) {
+    if (ascii && *p < 0x80 && end - p >= 8 && out_end - q >= 8) {
+      const std::uint64_t word = LoadWord(p);
+      const std::size_t letters = CountAscii(word);
+      std::memcpy(q, &word, sizeof word);
+      p += letters;
+      q += letters;
+      continue;
+    }
+    if (*p >= 0x80) {
+      if (!TakeShort(p, put)) break;
+    } else {
+      if (!put(*p)) break;
+      ++p;
+    }
+  }
+  const auto made = static_cast<std::size_t>(q - out);
+  return {static_cast<std::size_t>(p - in), made, made};
+}
+
+namespace {
+
+// The unit of the pair at p; 0: it is none, or none of the basic plane.
+template <typename Cell>
+KES_INLINE std::uint32_t FindPair(const MultibyteDecodeTable& table,
+                                  const std::uint8_t* p) noexcept {
+  std::uint32_t cell;
+  if (table.lead_rows != nullptr && p[0] >= 0x80) {
+    const std::size_t lead = p[0] - 0x80u;
+    const std::uint32_t trail = p[1] - std::uint32_t{table.lead_rows->first[lead]};
+    cell = table.lead_rows->cell[lead] + trail;
+    if (trail >= table.lead_rows->count[lead] || cell >= table.cell_count) return 0;
+  } else {
+    if ((table.classes[p[0]] & 3u) != 1) return 0;
+    const std::uint32_t row = Load16(table.leads, std::size_t{2} * p[0]);
+    cell = row == 0 ? kNoCell : FindRowCell(table, row - 1, p[1]);
+    if (cell == kNoCell) return 0;
+  }
+  return LoadAt<Cell>(table.cells, sizeof(Cell) * std::size_t{cell});
+}
+
+template <typename Cell>
+Progress ReadMultibyte(const MultibyteDecodeTable& given, const std::uint8_t* in, std::size_t size,
+                       std::uint16_t* out, std::size_t room) noexcept {
+  const MultibyteDecodeTable table = given;
+  const bool has_pairs = table.row_count != 0;
+  std::size_t at = 0;
+  std::size_t made = 0;
+  while (at < size && made < room) {
+    std::uint32_t unit = in[at];
+    std::size_t length = 1;
+    if (!table.ascii || unit >= 0x80) {
+      unit = table.code_points[unit];
+      if (unit == nlb::charset::kNoCharacter) {
+        if (size - at < 2 || !has_pairs) break;
+        unit = FindPair<Cell>(table, in + at);
+        if (unit == 0) break;
+        length = 2;
+      }
+      if (unit >= kReplacementCharacter || convert::IsSurrogate(unit)) break;
+    }
     out[made++] = static_cast<std::uint16_t>(unit);
     at += length;
   }
   return {at, made, made};
 }
 
+}  // namespace
+
+Progress MultibyteToUnits(const MultibyteDecodeTable& table, const std::uint8_t* in,
+                          std::size_t size, std::uint16_t* out, std::size_t room) noexcept {
+  return table.wide ? ReadMultibyte<std::uint32_t>(table, in, size, out, room)
+                    : ReadMultibyte<std::uint16_t>(table, in, size, out, room);
+}
+
+namespace {
+
 template <std::uint32_t kWidth>
 Progress UnitsToWidth(MultibyteEncodeTable table, const std::uint16_t* in, std::size_t count,
                       std::uint8_t* out) noexcept {
-  table.width = kWidth;  // by value: stores to out cannot change it
+  using Cell = std::conditional_t<kWidth == 2, std::uint16_t, std::uint32_t>;
+  table.width = kWidth;
+  const std::uint32_t* const bases = table.bases != nullptr ? table.bases->base : nullptr;
   std::uint8_t* q = out;
   std::size_t i = 0;
   while (i < count) {
@@ -270,7 +470,10 @@ Progress UnitsToWidth(MultibyteEncodeTable table, const std::uint16_t* in, std::
     }
     const std::size_t stop = count - i < 8 ? count : i + 8;
     for (; i < stop; ++i) {
-      const std::uint32_t number = FindEncodeCell(table, in[i]);
+      const std::uint32_t number =
+          bases != nullptr
+              ? LoadAt<Cell>(table.cells, sizeof(Cell) * std::size_t{bases[in[i] >> 6] + in[i]})
+              : FindEncodeCell(table, in[i]);
       if (number == 0) [[unlikely]]
         return {i, static_cast<std::size_t>(q - out), i};
       // The first byte is the highest of the number; what lies behind the last is overwritten.
@@ -291,32 +494,25 @@ Progress UnitsToWidth(MultibyteEncodeTable table, const std::uint16_t* in, std::
   return {i, static_cast<std::size_t>(q - out), i};
 }
 
+}  // namespace
+
 Progress UnitsToMultibyte(const MultibyteEncodeTable& table, const std::uint16_t* in,
                           std::size_t count, std::uint8_t* out, std::size_t) noexcept {
   return table.width == 2 ? UnitsToWidth<2>(table, in, count, out)
                           : UnitsToWidth<4>(table, in, count, out);
 }
 
-}  // namespace
+}  // namespace kestra::nls::kernels::scalar
+
+namespace kestra::nls::kernels {
 
 constinit const ConvertKernels kScalarConvertKernels = {
-    CopyAscii,
-    CopyUnshifted,
-    WidenAscii,
-    NarrowAscii,
-    Utf16ToUtf8<std::endian::big>,
-    Utf16ToUtf8<std::endian::little>,
-    Utf8ToUtf16<std::endian::big>,
-    Utf8ToUtf16<std::endian::little>,
-    Utf16ToUnits<std::endian::big>,
-    Utf16ToUnits<std::endian::little>,
-    NarrowCodePoints,
-    SingleToUnits,
-    UnitsToSingle,
-    SingleToUtf8,
-    Utf8ToSingle,
-    MultibyteToUnits,
-    UnitsToMultibyte,
+    scalar::CopyAscii,        scalar::CopyUnshifted,    scalar::WidenAscii,
+    scalar::NarrowAscii,      scalar::Utf16BeToUtf8,    scalar::Utf16LeToUtf8,
+    scalar::Utf8ToUtf16Be,    scalar::Utf8ToUtf16Le,    scalar::Utf16BeToUnits,
+    scalar::Utf16LeToUnits,   scalar::NarrowCodePoints, scalar::SingleToUnits,
+    scalar::UnitsToSingle,    scalar::SingleToUtf8,     scalar::Utf8ToSingle,
+    scalar::MultibyteToUnits, scalar::UnitsToMultibyte,
 };
 
 }  // namespace kestra::nls::kernels
