@@ -137,7 +137,8 @@ KES_API uint32_t LdiDateToStringarr(uint8_t *const *out, const LdiDate *const *i
                                     uint32_t flags, size_t *done) KES_NOEXCEPT;
 
 /* LdiDateFromString: the datetime of a type that a text says. Missing fields are as in date_format.h;
- * a missing zone is the session's. TZR with TZH: the region, whose offset has to be that one, or
+ * a missing zone is the session's. After an error of the text ctx->date.error_offset tells where in
+ * it, in bytes; 0: as a whole. TZR with TZH: the region, whose offset has to be that one, or
  * has to have been it at a time that comes twice.
  * precision  of the fraction, which is rounded to it.
  * Errors     those of the reader of dates; 1878 an element that the type has not; 1874, 1875, 1879;

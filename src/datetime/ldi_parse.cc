@@ -177,13 +177,15 @@ std::uint32_t ReadBytes(LdiDate& out, std::span<const std::uint8_t> text,
     ldxdate parts{};
     Fault fault = ReadText(ctx.date, text, format, full_years, fields);
     if (!fault) fault = CombineFields(ctx.date, fields, parts);
-    return fault ? fault.number : Combine(out, ctx, parts, more, type, precision);
+    if (!fault) fault.number = Combine(out, ctx, parts, more, type, precision);
+    return fault;
   };
-  const std::uint32_t error = attempt(false);
-  if (error == 0) return 0;
+  const Fault fault = attempt(false);
+  if (!fault) return 0;
   const RetryFacts facts = FactsOf(format);
-  if (!facts.short_year || facts.exact) return error;
-  return attempt(true) == 0 ? 0 : error;
+  if (facts.short_year && !facts.exact && !attempt(true)) return 0;
+  ctx.date.error_offset = fault.offset;
+  return fault.number;
 }
 
 std::uint32_t ReadUnits(LdiDate& out, std::span<const std::uint8_t> units,
