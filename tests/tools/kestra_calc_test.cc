@@ -65,6 +65,17 @@ const Case kCases[] = {
      1,
      "8100000000000000000000000000000000000000000000000000000000000000000000000000\n\n4\n",
      "line 2: the result needs"},
+    // Of several items each has its own place, also in a row without any result.
+    {{"--columns", "a*a, a+b, b"},
+     "1,2\n,\n99999999999999999999999,1\n,3\n",
+     1,
+     "1,3,2\n,,\n,100000000000000000000000,1\n,,3\n",
+     "line 3: the result needs"},
+    {{"--columns", "a*a, a+b", "--json"},
+     ",\n99999999999999999999999,1\n",
+     1,
+     "[null,null]\n[null,\"100000000000000000000000\"]\n",
+     "line 2: the result needs"},
     // Values too far apart for one block.
     {{"--columns", "a+a"},
      "1e40\n1e-20\n3",

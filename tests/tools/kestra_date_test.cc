@@ -1,7 +1,9 @@
-// kestra date: what is printed, exit codes, messages with a caret, columns of CSV files.
+// kestra date: what is printed, exit codes, messages with a caret, columns of CSV files; timestamps,
+// zones and intervals.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -10,7 +12,9 @@
 namespace kestra::test {
 namespace {
 
-const ChildEnvironment kHome = {{"KESTRA_HOME", KESTRA_BUILD_DIR "/home"}};
+// The machine's zone is the one of values without a zone.
+const ChildEnvironment kHome = {{"KESTRA_HOME", KESTRA_BUILD_DIR "/home"},
+                                {"TZ", "America/New_York"}};
 
 struct Case {
   std::vector<std::string> arguments;
@@ -74,9 +78,14 @@ const Case kCases[] = {
     {{"--language", "GERMN"}, "", 2, "", "did you mean GERMAN"},
     {{"--language", "GERMAN_AUSTRIO"}, "", 2, "", "did you mean AUSTRIA"},
     {{"--calendar", "JAPANISE"}, "", 2, "", "did you mean JAPANESE"},
-    {{"--format", "YYYY-XX", "2019-02-28"}, "", 2, "", "error 1821"},
-    {{"--format", "YYYY-XX", "2019-02-28"}, "", 2, "", "\n  YYYY-XX\n       ^\n"},
-    {{"--parse", "YYYY Q", "2019 1"}, "", 1, "", "error 1820"},
+    {{"--format", "YYYY-ZZ", "2019-02-28"}, "", 2, "", "error 1821"},
+    {{"--format", "YYYY-ZZ", "2019-02-28"}, "", 2, "", "\n  YYYY-ZZ\n       ^\n"},
+    {{"--parse", "YYYY Q", "2019 1"},
+     "",
+     2,
+     "",
+     "error 1820: this element can only be written\n  YYYY Q\n       ^\n"},
+    {{"--parse", "YYYY DDSP", "--column", "1"}, "2019 1\n", 2, "", "\n  YYYY DDSP\n       ^\n"},
     {{"--parse", "YYYY-MM-DD", "2019-13-01"}, "", 1, "", "error 1843"},
     {{"--column", "due", "--add-months", "1", "--format", "YYYY-MM-DD"},
      "id,due,x\n1,2019-01-31,\"a,b\"\n2,,\"say \"\"no\"\"\"\n",
@@ -91,10 +100,104 @@ const Case kCases[] = {
     {{"--column", "dew"}, "id,due\n1,2019-01-31\n", 2, "", "the columns are id, due"},
     {{"--column", "1", "2019-01-01"}, "", 2, "", "takes no date"},
     {{"--column", "1", "-i", "/nowhere/at/all"}, "", 4, "", "/nowhere/at/all"},
+    {{"--column", "1", "-t", "||"}, "a||b\n", 2, "", "is not one byte"},
 };
 
-TEST(KestraDate, AnswersAndExitCodes) {
-  for (const Case& c : kCases) {
+// Timestamps, zones, intervals.
+const Case kTimestamps[] = {
+    {{"2019-02-28T12:30:00.250", "-44-03-15 01:02:03.000000001"},
+     "",
+     0,
+     "2019-02-28 12:30:00.25\n-0044-03-15 01:02:03.000000001\n",
+     ""},
+    {{"20260701T120000Z", "TIMESTAMP '2026-07-01 12:00:00.5 europe/berlin'"},
+     "",
+     0,
+     "2026-07-01 12:00:00 +00:00\n2026-07-01 12:00:00.5 Europe/Berlin\n",
+     ""},
+    // A day on the clock, and 24 hours; a gap moves on; an overlap keeps the offset.
+    {{"2026-03-07 12:00 America/New_York", "--add", "1"},
+     "",
+     0,
+     "2026-03-08 12:00:00 America/New_York\n",
+     ""},
+    {{"2026-03-07 12:00 America/New_York", "--add", "P1D"},
+     "",
+     0,
+     "2026-03-08 13:00:00 America/New_York\n",
+     ""},
+    {{"2026-03-07 02:30:00.5 America/New_York", "--add-days", "1"},
+     "",
+     0,
+     "2026-03-08 03:30:00.5 America/New_York\n",
+     ""},
+    {{"2026-11-01 00:30 America/New_York", "--add", "PT1H", "--add-days", "0", "-f", "HH24:MI TZD"},
+     "",
+     0,
+     "01:30 EDT\n",
+     ""},
+    {{"2026-03-07 02:30:00.25", "--add", "1-1", "--subtract", "PT0.25S"},
+     "",
+     0,
+     "2027-04-07 02:30:00\n",
+     ""},
+    {{"2026-01-31", "--add", "0-1", "--subtract", "3 04:05:06.5"},
+     "",
+     0,
+     "2026-02-24 19:54:53.5\n",
+     ""},
+    {{"--trunc", "SS", "2026-07-01 12:00:00.9"}, "", 0, "2026-07-01 12:00:00\n", ""},
+    {{"--round", "MI", "2026-07-01 12:00:30.9+02:00"}, "", 0, "2026-07-01 12:01:00 +02:00\n", ""},
+    {{"--minus", "2024-02-29T00:00:00.5+02:00", "2026-07-01T12:00Z"},
+     "",
+     0,
+     "+853 13:59:59.5\n",
+     ""},
+    {{"--minus", "2026-03-09", "2026-03-08"}, "", 0, "-1 00:00:00\n", ""},
+    {{"--minus", "2026-03-08 00:00 America/New_York", "2026-03-09"}, "", 0, "+0 23:00:00\n", ""},
+    {{"--to", "+05:45", "2026-07-01T12:00"}, "", 0, "2026-07-01 21:45:00 +05:45\n", ""},
+    {{"--zone", "Europe/Berlin", "--to", "UTC", "--trunc", "DD", "2026-07-01 01:00"},
+     "",
+     0,
+     "2026-06-30 00:00:00 +00:00\n",
+     ""},
+    {{"2026-07-01", "-f", "DD.MM.YYYY HH24:MI:SS.FF2 TZH:TZM TZR TZD"},
+     "",
+     0,
+     "01.07.2026 00:00:00.00 -04:00 America/New_York EDT\n",
+     ""},
+    {{"--parse", "DD Mon YYYY HH24:MI:SSXFF TZR", "1 Jul 2026 12:00:00.125 Asia/Tokyo"},
+     "",
+     0,
+     "2026-07-01 12:00:00.125 Asia/Tokyo\n",
+     ""},
+    {{"--parse", "YYYY-MM-DD HH24:MI TZH:TZM", "2026-07-01 12:00 +16:00"}, "", 1, "", "error 1874"},
+    {{"--parse", "YYYY-MM-DD HH24:MI:SSXFF", "2026-07-01 12:00:00.x"},
+     "",
+     1,
+     "",
+     "\n                      ^\n"},
+    {{"2026-07-01 12:00 Europe/Berln"}, "", 2, "", "did you mean Europe/Berlin?"},
+    {{"--to", "berlin", "2026-07-01"}, "", 2, "", "did you mean Europe/Berlin?"},
+    {{"--to", "+15:01", "2026-07-01"}, "", 2, "", "offset beyond 15 hours"},
+    {{"--zone", "", "2026-07-01"}, "", 2, "", "the value is empty"},
+    {{std::string(10'000, 'Z')}, "", 2, "", "ZZZ ... ZZZ"},
+    {{"12:00:00"}, "", 2, "", "no date or timestamp"},
+    {{"2026-07-01T12:00:00.1234567890"}, "", 2, "", "more than nine digits"},
+    {{"--add", "P1H", "2026-01-01"}, "", 2, "", "no interval such as P1DT2H"},
+    {{"--add", "P1D", "9999-12-31"}, "", 1, "", "error 1841"},
+    {{"--minus", "2026-01-01", "--add", "1"}, "", 2, "", "--minus has to be the last step"},
+    {{"--file", "/etc/passwd", "2026-01-01"}, "", 3, "", "it is damaged"},
+    {{"--column", "at", "--to", "Europe/Berlin", "--format", "YYYY-MM-DD HH24:MI:SSXFF1 TZD"},
+     "id,at\n1,2026-07-01T12:00:00.5Z\n2,\n3,2026-07-01 12:00 Mars\n4,2026-12-01T12:00Z\n",
+     1,
+     "id,at\n1,2026-07-01 14:00:00.5 CEST\n2,\n3,2026-07-01 12:00 Mars\n4,2026-12-01 13:00:00.0 "
+     "CET\n",
+     "line 4, column 2: '2026-07-01 12:00 Mars' error 1882: unknown time zone 'Mars'"},
+};
+
+void RunAll(std::span<const Case> cases) {
+  for (const Case& c : cases) {
     std::vector<std::string> arguments = {"date"};
     arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
     const ChildResult result = RunTool("kestra", arguments, c.input, kHome);
@@ -103,6 +206,16 @@ TEST(KestraDate, AnswersAndExitCodes) {
     EXPECT_EQ(result.out, c.out);
     EXPECT_NE(result.err.find(c.err), std::string::npos) << result.err;
   }
+}
+TEST(KestraDate, AnswersAndExitCodes) { RunAll(kCases); }
+TEST(KestraDate, TimestampsZonesAndIntervals) { RunAll(kTimestamps); }
+
+TEST(KestraDate, JsonOfAnIntervalInBothNotations) {
+  const ChildResult result = RunTool(
+      "kestra", {"date", "--json", "--minus", "2026-01-01", "2026-01-02 00:00:00.5"}, "", kHome);
+  const auto answer = nlohmann::json::parse(result.out);
+  EXPECT_EQ(answer["result"], "+1 00:00:00.5");
+  EXPECT_EQ(answer["iso"], "P1DT0.5S");
 }
 
 TEST(KestraDate, ExplainsAModel) {
@@ -118,13 +231,33 @@ TEST(KestraDate, ExplainsAModel) {
   EXPECT_EQ(answer["elements"][7]["writes"], "May");
 }
 
+TEST(KestraDate, ExplainsTheElementsOfTimestamps) {
+  const ChildResult result =
+      RunTool("kestra",
+              {"date", "--json", "--explain", "NYYYY SSXFF3 TZR TZD DDSP DL HH25",
+               "2026-07-01 12:00:00.25 Asia/Tokyo"},
+              "", kHome);
+  const auto answer = nlohmann::json::parse(result.out);
+  std::string all;
+  for (const auto& element : answer["elements"]) {
+    if (element["means"] == "text as it stands") continue;
+    all += element["means"].get<std::string>() + "=" + element["writes"].get<std::string>() +
+           (element["reads"] ? "" : "!") + "\n";
+  }
+  EXPECT_EQ(all,
+            "year, - before our era=2026\nsecond=00\ndecimal sign=.\n"
+            "fraction of the second, 3 digits=250\ntime zone, or its offset=Asia/Tokyo\n"
+            "abbreviation of the time zone=JST\nday of the month, in words=ONE!\n"
+            "the language's long date=Wednesday, July 1, 2026\nhour, 0 to 24=12\n");
+}
+
 TEST(KestraDate, ShowsWhereAModelIsWrong) {
   const ChildResult unknown =
-      RunTool("kestra", {"date", "--explain", "YYYY-MM-XX", "2019-05-02"}, "", kHome);
+      RunTool("kestra", {"date", "--explain", "YYYY-MM-ZZ", "2019-05-02"}, "", kHome);
   EXPECT_EQ(unknown.exit_code, 1);
   EXPECT_NE(unknown.out.find("error 1821"), std::string::npos);
-  EXPECT_NE(unknown.out.find("\n  YYYY-MM-XX\n          ^\n"), std::string::npos) << unknown.out;
-  const ChildResult both = RunTool("kestra", {"date", "--explain", "HH12 HH24"}, "", kHome);
+  EXPECT_NE(unknown.out.find("\n  YYYY-MM-ZZ\n          ^\n"), std::string::npos) << unknown.out;
+  const ChildResult both = RunTool("kestra", {"date", "--explain", "Q HH12 HH24"}, "", kHome);
   EXPECT_EQ(both.exit_code, 1);
   EXPECT_NE(both.out.find("error 1813"), std::string::npos) << both.out;
   // An element that cannot be written is pointed at too.

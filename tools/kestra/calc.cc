@@ -228,8 +228,7 @@ int Calculate(const CalcOptions& options, bool json) {
   if (options.columns) {
     if (options.expression.empty()) throw ToolError(kUsage, "--columns takes an expression");
     if (options.bytes) throw ToolError(kUsage, "--columns has no --bytes");
-    return CalculateColumns({Joined(options.expression), options.file,
-                             options.separator.empty() ? '\0' : options.separator[0],
+    return CalculateColumns({Joined(options.expression), options.file, options.separator,
                              options.column, printer.model(), json});
   }
   Calculator calculator;

@@ -3,7 +3,6 @@
 #include "calc_columns.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -14,14 +13,11 @@
 #include "calc/column_expression.h"
 #include "command.h"
 #include "csv_reader.h"
-#include "support/progress.h"
-#include "support/terminal.h"
 
 namespace kestra::tools {
 namespace {
 
 constexpr std::size_t kBlockRows = 16384;
-constexpr std::uint64_t kMostWarnings = 20;
 
 // The values of one column in a block: packed NUMBERs, null pointers for missing ones.
 struct Values {
@@ -43,13 +39,10 @@ std::string LetterName(std::size_t i) {
 class ColumnRun {
  public:
   explicit ColumnRun(const ColumnOptions& options)
-      : options_(options),
-        reader_(options.file),
-        progress_("calc", static_cast<std::size_t>(reader_.input().size()), true,
-                  Progress::Unit::kBytes) {}
+      : options_(options), reader_(options.file, options.separator, "calc") {}
 
   int Run() {
-    if (!ReadHeader()) throw ToolError(kInputOutput, reader_.input().name() + ": no rows");
+    if (!ReadHeader()) throw ToolError(kInputOutput, reader_.name() + ": no rows");
     Parse();
     bool more = true;
     while (more) {
@@ -62,31 +55,13 @@ class ColumnRun {
       if (rows_ == kBlockRows || !more) Flush();
     }
     WriteTotals();
-    if (warnings_ > kMostWarnings) Warn(fmt::format("{} more", warnings_ - kMostWarnings));
-    return warnings_ == 0 ? kDone : kFound;
+    return reader_.Finish();
   }
 
  private:
-  void Warn(const std::string& message) const {
-    fmt::print(stderr, "{} {}: {}\n", Styled(STDERR_FILENO, Style::kRed, "kestra:"),
-               reader_.input().name(), Printable(message));
-  }
-  void Complain(const std::string& message) {
-    if (++warnings_ <= kMostWarnings) Warn(message);
-  }
-
   // The first record: names, or a row when all of its fields are numbers.
   bool ReadHeader() {
     if (!reader_.Next()) return false;
-    separator_ = options_.separator;
-    if (separator_ == '\0') {
-      separator_ = ',';
-      for (const char c : {';', '\t'}) {
-        const bool has_comma = reader_.record().find(',') != std::string_view::npos;
-        if (!has_comma && reader_.record().find(c) != std::string_view::npos) separator_ = c;
-      }
-    }
-    reader_.set_separator(separator_);
     const auto& fields = reader_.Fields();
     has_pending_record_ = std::all_of(fields.begin(), fields.end(), [](std::string_view field) {
       return field.empty() || IsNumber(field);
@@ -152,18 +127,14 @@ class ColumnRun {
     for (Values& column : values_) {
       column.numbers[rows_] = nullptr;
       column.lengths[rows_] = 0;
-      if (column.field >= fields.size()) {
-        Complain(fmt::format("line {}: no column {} ({})", reader_.line(), column.field + 1,
-                             column.name));
-        continue;
-      }
-      const std::string_view field = fields[column.field];
-      if (field.empty()) continue;
       std::string problem;
-      const std::optional<Number> number = Number::ParseExact(field, &problem);
+      std::optional<Number> number;
+      if (column.field < fields.size()) {
+        if (fields[column.field].empty()) continue;
+        number = Number::ParseExact(fields[column.field], &problem);
+      }
       if (!number) {
-        Complain(fmt::format("line {}, column {} ({}): '{}' {}", reader_.line(), column.field + 1,
-                             column.name, field, problem));
+        reader_.ComplainOfField(column.field, column.name, problem);
         continue;
       }
       std::uint8_t* place = column.area.data() + rows_ * KES_NUMBER_BYTES;
@@ -179,8 +150,6 @@ class ColumnRun {
     rows_ = 0;
     std::fwrite(output_.data(), 1, output_.size(), stdout);
     output_.clear();
-    progress_.Step(static_cast<std::size_t>(reader_.consumed() - seen_));
-    seen_ = reader_.consumed();
   }
 
   int Load(std::size_t first, std::size_t count) {
@@ -202,28 +171,35 @@ class ColumnRun {
 
   void Compute(std::size_t first, std::size_t count) {
     std::vector<const ldsbvector*> results(items_.size());
-    int status = Load(first, count);
-    for (std::size_t i = 0; i < items_.size() && status == KES_DSB_OK; ++i) {
-      status = EvaluateColumn(*items_[i].root, columns_, &results[i]);
+    const int loaded = Load(first, count);
+    int status = loaded;
+    // In a row of its own an item that fails has no result; the others have theirs.
+    for (std::size_t i = 0; loaded == KES_DSB_OK && i < items_.size(); ++i) {
+      const int item = EvaluateColumn(*items_[i].root, columns_, &results[i]);
+      if (item == KES_DSB_OK) continue;
+      results[i] = nullptr;
+      status = item;
+      if (item != KES_DSB_RANGE || count > 1) break;
     }
-    if (status == KES_DSB_OK) {
-      totals_only_ ? AddTotals(results, first, count) : WriteRows(results, count);
-    } else if (status != KES_DSB_RANGE) {
+    if (status != KES_DSB_OK && status != KES_DSB_RANGE) {
       throw ToolError(kInputOutput, fmt::format("out of memory (status {})", status));
-    } else if (count > 1) {
+    }
+    if (status == KES_DSB_RANGE && count > 1) {
       Compute(first, count / 2);
       Compute(first + count / 2, count - count / 2);
-    } else {
-      Complain(
-          fmt::format("line {}: the result needs more digits than a NUMBER holds", lines_[first]));
-      if (!totals_only_) output_ += options_.json ? "null\n" : "\n";
+      return;
     }
+    if (status == KES_DSB_RANGE) {
+      reader_.Complain(
+          fmt::format("line {}: the result needs more digits than a NUMBER holds", lines_[first]));
+    }
+    totals_only_ ? AddTotals(results, first, count) : WriteRows(results, count);
   }
 
   void AddTotals(const std::vector<const ldsbvector*>& results, std::size_t first,
                  std::size_t count) {
     for (std::size_t i = 0; i < items_.size(); ++i) {
-      if (totals_[i]->Add(*results[i]) == KES_DSB_OK) continue;
+      if (results[i] == nullptr || totals_[i]->Add(*results[i]) == KES_DSB_OK) continue;
       throw ToolError(kFound,
                       fmt::format("lines {} to {}: {} needs more digits than a NUMBER holds",
                                   lines_[first], lines_[first + count - 1], items_[i].text));
@@ -235,12 +211,13 @@ class ColumnRun {
   }
 
   void WriteRows(const std::vector<const ldsbvector*>& results, std::size_t count) {
-    numbers_.resize(count * items_.size());
+    numbers_.assign(count * items_.size(), nullptr);
     lengths_.resize(count * items_.size());
     area_.resize(count * items_.size() * KES_NUMBER_PREFIXED_BYTES);
     std::uint8_t* next = area_.data();
     for (std::size_t i = 0; i < items_.size(); ++i) {
       std::size_t used = 0;
+      if (results[i] == nullptr) continue;
       ldsbvget_pons(nullptr, results[i], 0, count, numbers_.data() + i * count,
                     lengths_.data() + i * count, next, count * KES_NUMBER_PREFIXED_BYTES, &used);
       next += used;
@@ -248,7 +225,7 @@ class ColumnRun {
     for (std::size_t row = 0; row < count; ++row) {
       if (options_.json && items_.size() > 1) output_ += '[';
       for (std::size_t i = 0; i < items_.size(); ++i) {
-        if (i != 0) output_ += options_.json ? ',' : separator_;
+        if (i != 0) output_ += options_.json ? ',' : reader_.separator();
         WriteNumber(numbers_[i * count + row], lengths_[i * count + row]);
       }
       output_ += options_.json && items_.size() > 1 ? "]\n" : "\n";
@@ -293,8 +270,6 @@ class ColumnRun {
 
   const ColumnOptions& options_;
   CsvReader reader_;
-  Progress progress_;
-  char separator_ = ',';
   bool has_pending_record_ = false;  // the first record is a row
   std::vector<std::string> header_;
   std::vector<Values> values_;
@@ -305,8 +280,6 @@ class ColumnRun {
   std::size_t rows_ = 0;
   std::vector<std::uint64_t> lines_ = std::vector<std::uint64_t>(kBlockRows);
   std::vector<std::uint8_t> nulls_ = std::vector<std::uint8_t>(kBlockRows / 8);
-  std::uint64_t seen_ = 0;
-  std::uint64_t warnings_ = 0;
   std::vector<const std::uint8_t*> numbers_;
   std::vector<std::uint16_t> lengths_;
   std::vector<std::uint8_t> area_;

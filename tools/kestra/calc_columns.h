@@ -12,7 +12,7 @@ namespace kestra::tools {
 struct ColumnOptions {
   std::string expression;
   std::string file = "-";
-  char separator = '\0';             // none: a comma, or what the first line has
+  std::string separator;             // empty: a comma, or what the first line has
   std::vector<std::size_t> columns;  // from 1; empty: all
   const lnxmodel* model = nullptr;   // how results are written; null: plain
   bool json = false;

@@ -43,6 +43,10 @@ struct Command {
   std::function<int()> (*setup)(CLI::App& app, const Globals& globals);
 };
 
+// For options whose empty value is a slip, such as a variable of a script that is not set.
+inline const CLI::Validator kNotEmpty(
+    [](std::string& value) { return value.empty() ? std::string("the value is empty") : ""; }, "");
+
 // The text under the options of --help.
 inline std::string Examples(std::initializer_list<const char*> lines) {
   std::string text = "Examples:\n";
@@ -59,7 +63,6 @@ extern const Command kTerritoriesCommand;
 extern const Command kInspectCommand;
 extern const Command kCalcCommand;
 extern const Command kDateCommand;
-extern const Command kTimestampCommand;
 extern const Command kTzCommand;
 
 }  // namespace kestra::tools

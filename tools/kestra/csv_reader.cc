@@ -1,16 +1,19 @@
 #include "csv_reader.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 
 #include "command.h"
+#include "support/terminal.h"
 
 namespace kestra::tools {
 namespace {
 
 constexpr std::size_t kLongestRecord = std::size_t{1} << 20;
+constexpr std::uint64_t kMostComplaints = 20;
 constexpr std::string_view kBlanks = " \t\r\v\f";
 
 std::string_view Trimmed(std::string_view text, char separator) {
@@ -45,9 +48,24 @@ std::size_t RecordEnd(std::string_view text, bool& in_quotes, std::size_t from) 
   return std::string_view::npos;
 }
 
+char SeparatorOf(std::string_view record) {
+  for (const char c : {',', '\t', ';'}) {
+    if (record.find(c) != std::string_view::npos) return c;
+  }
+  return ',';
+}
+
 }  // namespace
 
-CsvReader::CsvReader(const std::string& path) : input_(path), buffer_(2 * kLongestRecord) {}
+CsvReader::CsvReader(const std::string& path, const std::string& separator, std::string_view what)
+    : input_(path),
+      progress_(what, static_cast<std::size_t>(input_.size()), true, Progress::Unit::kBytes),
+      buffer_(2 * kLongestRecord),
+      separator_(separator.empty() ? '\0' : separator[0]) {
+  if (separator.size() > 1) {
+    throw ToolError(kUsage, fmt::format("--separator '{}' is not one byte", separator));
+  }
+}
 
 bool CsvReader::Fill() {
   std::copy(buffer_.begin() + static_cast<std::ptrdiff_t>(begin_),
@@ -57,6 +75,7 @@ bool CsvReader::Fill() {
   const std::size_t read =
       input_.Read({reinterpret_cast<std::uint8_t*>(buffer_.data()) + end_, buffer_.size() - end_});
   end_ += read;
+  progress_.Step(read);
   return read != 0;
 }
 
@@ -92,14 +111,39 @@ bool CsvReader::Next() {
     next_line_ += 1 + static_cast<std::uint64_t>(std::count(record_, record_ + size, '\n'));
     const std::size_t used = size + (last ? 0 : 1);
     begin_ += used;
-    consumed_ += used;
     if (record_size_ != 0 && record_[record_size_ - 1] == '\r') --record_size_;
     if (line_ == 1 && record().substr(0, 3) == "\xEF\xBB\xBF") {  // a byte-order mark
       record_ += 3;
       record_size_ -= 3;
     }
   } while (record().find_first_not_of(kBlanks) == std::string_view::npos);
+  if (separator_ == '\0') separator_ = SeparatorOf(record());
   return true;
+}
+
+void CsvReader::Warn(const std::string& message) const {
+  fmt::print(stderr, "{} {}: {}\n", Styled(STDERR_FILENO, Style::kRed, "kestra:"), name(),
+             PrintableMessage(message));
+}
+
+void CsvReader::Complain(const std::string& message) {
+  if (++complaints_ <= kMostComplaints) Warn(message);
+}
+
+void CsvReader::ComplainOfField(std::size_t field, std::string_view name,
+                                std::string_view problem) {
+  const std::string label = name.empty() ? "" : fmt::format(" ({})", name);
+  if (field >= fields_.size()) {
+    Complain(fmt::format("line {}: no column {}{}", line_, field + 1, label));
+  } else {
+    Complain(fmt::format("line {}, column {}{}: '{}' {}", line_, field + 1, label, fields_[field],
+                         problem));
+  }
+}
+
+int CsvReader::Finish() const {
+  if (complaints_ > kMostComplaints) Warn(fmt::format("{} more", complaints_ - kMostComplaints));
+  return complaints_ == 0 ? kDone : kFound;
 }
 
 std::string_view CsvReader::Unquoted(std::string_view field) {
@@ -134,6 +178,22 @@ const std::vector<std::string_view>& CsvReader::Fields() {
     if (end == std::string_view::npos) return fields_;
     rest.remove_prefix(end + 1);
   }
+}
+
+void AppendCsvField(std::string& out, std::string_view field, char separator) {
+  const bool blank_ends = !field.empty() && (field.front() == ' ' || field.back() == ' ');
+  const char special[] = {separator, '"', '\n', '\r'};
+  if (!blank_ends &&
+      field.find_first_of(std::string_view(special, sizeof special)) == std::string_view::npos) {
+    out += field;
+    return;
+  }
+  out += '"';
+  for (const char c : field) {
+    if (c == '"') out += '"';
+    out += c;
+  }
+  out += '"';
 }
 
 }  // namespace kestra::tools

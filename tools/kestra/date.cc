@@ -1,35 +1,31 @@
-// kestra date: dates written, read, and calculated with; models explained; columns of CSV files.
+// kestra date: dates and timestamps written, read, and calculated with; models explained; columns of
+// CSV files.
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "command.h"
 #include "date_column.h"
+#include "date_explain.h"
 #include "date_steps.h"
 #include "date_tool.h"
 #include "names.h"
-#include "support/table.h"
 #include "support/terminal.h"
 
 namespace kestra::tools {
 namespace {
 
-constexpr char kPlainModel[] = "YYYY-MM-DD HH24:MI:SS";
-
 struct DateOptions {
+  DateSettings settings;
   std::vector<std::string> dates;
   std::string format;
   std::string parse;
-  std::string language;
-  std::string calendar;
   std::string explain;
   std::string column;
   std::string file = "-";
   std::string separator;
-  bool last_day = false;  // a step, as those whose values are not kept here
 };
 
 // A model or a text that is wrong, shown with a caret at the fault.
@@ -40,7 +36,9 @@ struct Wrong {
 };
 
 template <typename Compile>
-std::string CompileOption(const char* option, const std::string& model, const Compile& compile) {
+std::optional<DateModel> CompileOption(const char* option, const std::string& model,
+                                       const Compile& compile) {
+  if (model.empty()) return std::nullopt;
   try {
     return compile(model);
   } catch (const DateFault& fault) {
@@ -49,136 +47,68 @@ std::string CompileOption(const char* option, const std::string& model, const Co
   }
 }
 
-// What a suffix of the element adds to its meaning.
-std::string Meaning(const ModelPiece& piece) {
-  std::string meaning = ElementMeaning(piece.code);
-  if (piece.code < KES_DATE_LITERAL && piece.compiled.size() == 2) {
-    constexpr const char* kSuffixes[] = {"", ", ordinal", ", in words", ", ordinal in words"};
-    meaning += kSuffixes[piece.compiled[1] & 3];
-  }
-  return meaning;
-}
-
-// What an element writes; a fault of it lies where it begins in the model.
-std::string WritePiece(DateTool& tool, const ldxdate& date, const ModelPiece& piece,
-                       std::size_t begin) {
+LdiDate ReadPlain(DateTool& tool, const std::string& text) {
   try {
-    return piece.compiled.empty() ? "" : tool.Write(date, piece.compiled);
+    return tool.Read(text);
   } catch (const DateFault& fault) {
-    throw DateFault(fault.number(), begin);
+    throw ToolError(
+        kUsage, fmt::format("'{}' is not a date as 2019-02-28, 2019-02-28 12:30:00 or "
+                            "2019-02-28T12:30:00.5+01:00 ({}); --parse tells how to read others",
+                            text, fault.what()));
   }
 }
 
-int Explain(DateTool& tool, const std::string& model, const ldxdate& date, bool json) {
-  nlohmann::ordered_json answer = {{"model", model}};
-  Table table({{"MODEL"}, {"MEANS"}, {"WRITES"}, {"READS"}});
-  std::string problem;
-  std::size_t at = 0;
+LdiDate ReadArgument(DateTool& tool, const std::string& text, const DateOptions& options,
+                     const std::optional<DateModel>& reading) {
+  if (!reading || text == "now" || text == "today") return ReadPlain(tool, text);
   try {
-    ldxscan state = {};
-    state.repeat = 1;
-    ModelPiece piece;
-    while (at < model.size() && tool.NextPiece(model, at, state, piece)) {
-      const std::string text = WritePiece(tool, date, piece, at - piece.text.size());
-      const bool reads = IsReadable(piece.code);
-      table.Add({Printable(piece.text), Meaning(piece), Printable("'" + text + "'"),
-                 reads ? "yes" : "no"});
-      answer["elements"].push_back(
-          {{"model", piece.text}, {"means", Meaning(piece)}, {"writes", text}, {"reads", reads}});
-    }
-    answer["writes"] = tool.Write(date, tool.CompileForOutput(model));
-    tool.Compile(model);  // what excludes each other is told here
-  } catch (const DateFault& fault) {
-    problem = fmt::format("{}\n{}", fault.what(), WithCaret(model, fault.offset()));
-    answer["error"] = {{"number", fault.number()},
-                       {"text", DateErrorText(fault.number())},
-                       {"offset", fault.offset()}};
-  }
-  if (json) {
-    PrintJson(answer);
-  } else {
-    if (answer.contains("elements")) table.Print(stdout);
-    if (!problem.empty()) {
-      fmt::print("\n{}\n", problem);
-    } else if (answer.contains("writes")) {
-      fmt::print("\n{}\n", Printable(answer["writes"].get<std::string>()));
-    }
-  }
-  return problem.empty() ? kDone : kFound;
-}
-
-ldxdate ReadArgument(DateTool& tool, const DateOptions& options, const std::string& reading,
-                     const std::string& text) {
-  ldxdate date = {};
-  if (options.parse.empty() || text == "now" || text == "today") {
-    if (ReadPlainDate(text, date)) return date;
-    throw ToolError(kUsage, fmt::format("'{}' is not a date as 2019-02-28 or 2019-02-28 12:30:00; "
-                                        "--parse tells how to read others",
-                                        text));
-  }
-  try {
-    return tool.Read(text, reading);
+    return tool.Read(text, *reading);
   } catch (const DateFault& fault) {
     throw Wrong{kFound, fmt::format("'{}' read as {}: {}", text, options.parse, fault.what()),
                 WithCaret(text, fault.offset())};
   }
 }
 
-int PrintDates(DateTool& tool, const DateOptions& options, const DateSteps& steps,
-               const std::string& reading, const std::string& writing, bool json) {
+int RunDate(const DateOptions& options, const std::vector<DateStep>& order, bool json) {
+  Session session;
+  DateTool tool(session, options.settings);
+  if (!options.explain.empty()) {
+    if (options.dates.size() > 1) throw ToolError(kUsage, "--explain takes one date");
+    const std::string text = options.dates.empty() ? "now" : options.dates.front();
+    return ExplainModel(tool, options.explain, ReadPlain(tool, text), json);
+  }
+  const std::optional<DateModel> reading = CompileOption(
+      "--parse", options.parse, [&](const std::string& model) { return tool.Compile(model); });
+  std::optional<DateModel> writing =
+      CompileOption("--format", options.format,
+                    [&](const std::string& model) { return tool.CompileForOutput(model); });
+  if (writing) tool.ExpectToWrite(*writing);
+  // A calendar brings a format of its own.
+  if (!writing && !options.settings.calendar.empty()) writing = tool.DefaultFormat();
+  const DateModel* const format = writing ? &*writing : nullptr;
+  const DateSteps steps(tool, order);
+  if (!options.column.empty()) {
+    if (!options.dates.empty()) throw ToolError(kUsage, "--column takes no date");
+    if (json) throw ToolError(kUsage, "--column has no --json");
+    return ChangeDateColumn(
+        tool, steps,
+        {options.file, options.column, options.separator, reading ? &*reading : nullptr, format});
+  }
   std::vector<std::string> texts = options.dates;
   if (texts.empty()) texts.emplace_back("now");
   for (const std::string& text : texts) {
-    std::string result;
+    DateResult result;
+    const LdiDate value = ReadArgument(tool, text, options, reading);
     try {
-      result = steps.Result(tool, ReadArgument(tool, options, reading, text), writing);
+      result = steps.Result(tool, value, format);
     } catch (const DateFault& fault) {
       throw ToolError(kFound, fmt::format("'{}': {}", text, fault.what()));
     }
-    if (json) {
-      PrintJson({{"date", text}, {"result", result}});
-    } else {
-      fmt::print("{}\n", Printable(result));
-    }
+    nlohmann::ordered_json answer = {{"date", text}, {"result", result.text}};
+    if (!result.iso.empty()) answer["iso"] = result.iso;
+    json ? PrintJson(answer) : fmt::print("{}\n", Printable(result.text));
   }
   return kDone;
-}
-
-int RunDate(const DateOptions& options, const std::vector<DateStep>& order, bool json) {
-  Session session;
-  DateTool tool(session, options.language, options.calendar);
-  if (!options.explain.empty()) {
-    ldxdate date = {};
-    const std::string text = options.dates.empty() ? "now" : options.dates.front();
-    if (!ReadPlainDate(text, date)) {
-      throw ToolError(kUsage, fmt::format("'{}' is not a date as 2019-02-28", text));
-    }
-    return Explain(tool, options.explain, date, json);
-  }
-  std::string reading;
-  if (!options.parse.empty()) {
-    reading = CompileOption("--parse", options.parse,
-                            [&](const std::string& model) { return tool.Compile(model); });
-  }
-  // A calendar brings a format of its own.
-  std::string model = options.format;
-  if (model.empty() && options.calendar.empty()) model = kPlainModel;
-  std::string writing = tool.DefaultFormat();
-  if (!model.empty()) {
-    writing = CompileOption("--format", model,
-                            [&](const std::string& text) { return tool.CompileForOutput(text); });
-  }
-  const DateSteps steps(tool, order);
-  if (options.column.empty()) return PrintDates(tool, options, steps, reading, writing, json);
-  if (!options.dates.empty()) throw ToolError(kUsage, "--column takes no date");
-  if (json) throw ToolError(kUsage, "--column has no --json");
-  if (options.separator.size() > 1) {
-    throw ToolError(kUsage, fmt::format("--separator '{}' is not one byte", options.separator));
-  }
-  return ChangeDateColumn(
-      tool, steps,
-      {options.file, options.column, options.separator.empty() ? '\0' : options.separator[0],
-       reading, writing});
 }
 
 // The steps in the order in which they stand on the command line.
@@ -195,56 +125,80 @@ std::vector<DateStep> OrderOf(const CLI::App& app) {
   return order;
 }
 
+void AddSteps(CLI::App& app) {
+  const auto step = [&](const char* name, const char* type, const char* help) {
+    app.add_option(name)->description(help)->type_name(type)->expected(1)->multi_option_policy(
+        CLI::MultiOptionPolicy::TakeAll);
+  };
+  step("--add", "INTERVAL", "Adds 3 (days), P1DT2H, '3 04:05:06.5' or 1-6 (a year and 6 months)");
+  step("--subtract", "INTERVAL", "Takes an interval away");
+  step("--add-days", "N", "Adds days; -1.5 are a day and a half back");
+  step("--add-months", "N", "Adds months; the last day of a month stays a last day");
+  step("--trunc", "UNIT",
+       "Truncates to a unit: CC, YYYY, IYYY, Q, MM, WW, IW, W, D, DD, HH24, MI, SS");
+  step("--round", "UNIT", "Rounds to a unit");
+  step("--next", "DAY", "The next weekday: 1 to 7, or its name");
+  app.add_flag("--last-day")->description("The last day of the month");
+  step("--to", "ZONE", "The same instant in another zone: a region or +hh:mm");
+  step("--minus", "DATE", "The interval from this date to the date, exact to the nanosecond");
+  step("--months-between", "DATE", "The months from this date to the date, as a number");
+}
+
 std::function<int()> Setup(CLI::App& app, const Globals& globals) {
   auto options = std::make_shared<DateOptions>();
+  DateSettings& settings = options->settings;
   app.add_option("date", options->dates,
-                 "Dates as 2019-02-28 or 2019-02-28 12:30:00, now, today (default: now)");
+                 "2019-02-28, 2019-02-28 12:30:00, 2019-02-28T12:30:00.5+01:00,\n"
+                 "'2019-02-28 12:30 Europe/Berlin', now, today (default: now)");
   app.add_option("-f,--format", options->format,
-                 "The model that results are written in (default: YYYY-MM-DD HH24:MI:SS)");
-  app.add_option("-p,--parse", options->parse, "The model that dates are read in");
-  auto values = std::make_shared<std::vector<std::vector<std::string>>>(8);
-  std::size_t next = 0;
-  const auto step = [&](const char* name, const char* help) {
-    app.add_option(name, (*values)[next++], help)->allow_extra_args(false);
-  };
-  step("--add-days", "Adds days; -1.5 are a day and a half back");
-  step("--add-months", "Adds months; the last day of a month stays a last day");
-  step("--trunc", "Truncates to a unit: CC, YYYY, IYYY, Q, MM, WW, IW, W, D, DD, HH24, MI");
-  step("--round", "Rounds to a unit");
-  step("--next", "The next weekday: 1 to 7, or its name");
-  app.add_flag("--last-day", options->last_day, "The last day of the month");
-  step("--months-between", "The months from this date to the date, as a number");
-  app.add_option("-l,--language", options->language,
+                 "The model that results are written in (default: YYYY-MM-DD HH24:MI:SS, with\n"
+                 "fraction and zone where there is one)")
+      ->check(kNotEmpty);
+  app.add_option("-p,--parse", options->parse, "The model that dates are read in")
+      ->check(kNotEmpty);
+  AddSteps(app);
+  app.add_option("-z,--zone", settings.zone,
+                 "The zone of dates without one: a region or +hh:mm (default: the machine's)")
+      ->check(kNotEmpty);
+  app.add_option("-l,--language", settings.language,
                  "LANGUAGE or LANGUAGE_TERRITORY of names and weeks (default: the environment's)");
-  app.add_option("--calendar", options->calendar,
+  app.add_option("--calendar", settings.calendar,
                  "A calendar, such as \"JAPANESE\" (default: the environment's)");
   app.add_option("-e,--explain", options->explain,
-                 "A model: its elements, what each writes, where it is wrong");
+                 "A model: its elements, what each writes, where it is wrong")
+      ->check(kNotEmpty);
   app.add_option("-c,--column", options->column,
-                 "Changes the dates of a column, by number or name, of a CSV input");
+                 "Changes the dates of a column, by number or name, of a CSV input")
+      ->check(kNotEmpty);
   app.add_option("-t,--separator", options->separator,
                  "What separates columns, one byte (default: a comma, or the semicolon or tab\n"
                  "that the first line has)");
   app.add_option("-i,--input", options->file, "The CSV input (default: standard input)");
+  app.add_option("--file", settings.zone_file, "A zone file in place of the installed one")
+      ->check(kNotEmpty);
   app.footer("Steps are done in the order in which they are given, and may be repeated.\n\n" +
              Examples({"kestra date --format 'Day, DD Month YYYY' --language GERMAN 2019-02-28",
                        "kestra date --add-months 1 --last-day --format 'FMDDth Month' today",
                        "kestra date --parse DD-MON-RR --months-between 2019-01-01 15-MAR-19",
+                       "kestra date --to Asia/Tokyo '2026-03-08 02:30 America/New_York'",
+                       "kestra date --add P1DT2H --format 'HH24:MI:SSXFF3 TZD' now",
                        "kestra date --explain 'YYYY-MM-DD HH24:MI' 2019-02-28",
-                       "kestra date --column due --parse DD.MM.YYYY --add-days 14 -i orders.csv"}));
-  return [options, values, &app, &globals]() -> int {
+                       "kestra date --column due --parse DD.MM.YYYY --add 14 -i orders.csv"}));
+  return [options, &app, &globals]() -> int {
     try {
       return RunDate(*options, OrderOf(app), globals.json);
     } catch (const Wrong& wrong) {
       fmt::print(stderr, "{} {}\n{}\n", Styled(STDERR_FILENO, Style::kRed, "kestra:"),
                  Printable(wrong.message), wrong.picture);
       return static_cast<int>(wrong.code);
+    } catch (const DateFault& fault) {
+      throw ToolError(kUsage, fault.what());
     }
   };
 }
 
 }  // namespace
 
-const Command kDateCommand{"date", "Write, read and calculate with dates", Setup};
+const Command kDateCommand{"date", "Write, read and calculate with dates and timestamps", Setup};
 
 }  // namespace kestra::tools

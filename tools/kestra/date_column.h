@@ -10,10 +10,10 @@ namespace kestra::tools {
 
 struct DateColumn {
   std::string file;
-  std::string column;     // a number from 1, or a name of the first record
-  char separator = '\0';  // none: a comma, or what the first line has
-  std::string reading;    // compiled models; without one dates are read as 2019-02-28
-  std::string writing;
+  std::string column;                  // a number from 1, or a name of the first record
+  std::string separator;               // empty: a comma, or what the first line has
+  const DateModel* reading = nullptr;  // null: dates are read as 2019-02-28
+  const DateModel* writing = nullptr;  // null: plain
 };
 
 // Writes all records to standard output, the column's dates after the steps; what is no date stays as

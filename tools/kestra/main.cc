@@ -21,12 +21,13 @@
 namespace kestra::tools {
 namespace {
 
-constexpr std::array kCommands = {
-    &kConvertCommand, &kLocaleCommand, &kCharsetsCommand, &kLanguagesCommand, &kTerritoriesCommand,
-    &kInspectCommand, &kCalcCommand,   &kDateCommand,     &kTimestampCommand, &kTzCommand};
+constexpr std::array kCommands = {&kConvertCommand,   &kLocaleCommand,      &kCharsetsCommand,
+                                  &kLanguagesCommand, &kTerritoriesCommand, &kInspectCommand,
+                                  &kCalcCommand,      &kDateCommand,        &kTzCommand};
 
 int Complain(ExitCode code, const std::string& message) {
-  fmt::print(stderr, "{} {}\n", Styled(STDERR_FILENO, Style::kRed, "kestra:"), Printable(message));
+  fmt::print(stderr, "{} {}\n", Styled(STDERR_FILENO, Style::kRed, "kestra:"),
+             PrintableMessage(message));
   return code;
 }
 

@@ -57,7 +57,10 @@ std::vector<std::string> Nearest(std::string_view name, const std::vector<std::s
 }
 
 std::string DidYouMean(std::string_view name, const std::vector<std::string>& candidates) {
-  const std::vector<std::string> near = Nearest(name, candidates);
+  return DidYouMean(Nearest(name, candidates));
+}
+
+std::string DidYouMean(const std::vector<std::string>& near) {
   if (near.empty()) return "";
   std::string text = "; did you mean ";
   for (std::size_t i = 0; i < near.size(); ++i) {

@@ -16,6 +16,7 @@ std::vector<std::string> Nearest(std::string_view name, const std::vector<std::s
                                  std::size_t limit = 3);
 
 // "; did you mean A, B or C?" or nothing.
+std::string DidYouMean(const std::vector<std::string>& near);
 std::string DidYouMean(std::string_view name, const std::vector<std::string>& candidates);
 
 }  // namespace kestra::tools

@@ -78,9 +78,7 @@ const ZoneName* Zones::Find(std::string_view name) const {
   return at == names_.end() ? nullptr : &*at;
 }
 
-const ZoneName& Zones::Require(std::string_view name) const {
-  const ZoneName* zone = Find(name);
-  if (zone != nullptr) return *zone;
+std::string Zones::Unknown(std::string_view name) const {
   std::vector<std::string> candidates;
   for (const ZoneName& known : names_) candidates.push_back(known.name);
   std::string hint = DidYouMean(name, candidates);
@@ -95,12 +93,14 @@ const ZoneName& Zones::Require(std::string_view name) const {
       const auto at = std::find(cities.begin(), cities.end(), city);
       near.push_back(names_[static_cast<std::size_t>(at - cities.begin())].name);
     }
-    for (std::size_t i = 0; i < near.size(); ++i) {
-      hint += (i == 0 ? "; did you mean " : i + 1 == near.size() ? " or " : ", ") + near[i];
-    }
-    if (!near.empty()) hint += "?";
+    hint = DidYouMean(near);
   }
-  throw ToolError(kUsage, fmt::format("unknown time zone '{}'{}", name, hint));
+  return fmt::format("unknown time zone '{}'{}", name, hint);
+}
+
+const ZoneName& Zones::Require(std::string_view name) const {
+  if (const ZoneName* zone = Find(name)) return *zone;
+  throw ToolError(kUsage, Unknown(name));
 }
 
 ltzperiod Zones::Period(std::uint32_t id, std::int64_t utc) const {

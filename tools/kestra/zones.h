@@ -42,7 +42,9 @@ class Zones {
   const std::vector<ZoneName>& names() const { return names_; }
   // Without regard to case; null for a name that is none.
   const ZoneName* Find(std::string_view name) const;
-  // Throws ToolError with the nearest names.
+  // "unknown time zone", with the nearest names.
+  std::string Unknown(std::string_view name) const;
+  // Throws ToolError with that text.
   const ZoneName& Require(std::string_view name) const;
 
   ZoneState At(std::uint32_t id, std::int64_t utc) const;

@@ -24,6 +24,9 @@ std::size_t DisplayWidth(std::string_view utf8);
 // file or from the environment cannot move the cursor or change colours.
 std::string Printable(std::string_view utf8);
 
+// The same for a message: of a long one, which quotes a long value, the beginning and the end.
+std::string PrintableMessage(std::string_view utf8);
+
 // "E2 82 AC".
 std::string HexBytes(std::span<const std::uint8_t> bytes);
 
