@@ -37,46 +37,56 @@ constexpr ElementFields FieldsOf(std::uint32_t code) noexcept {
 constexpr std::uint8_t kExact = 0x7F;
 constexpr std::uint8_t kDigit = 0x7F - 9;
 
-bool Fill(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noexcept {
-  std::size_t length = 0;
-  memset(plan.place, kNoPlace, sizeof plan.place);
-  for (std::size_t at = 0; at < format.size();) {
-    const std::uint8_t code = format[at];
-    if (format.size() - at < kElementSize) return false;
-    if (code >= kLiteralBase) {
-      const std::size_t size = code - kLiteralBase;
-      if (format.size() - at - kLiteralHead < size || length + size > kPlanText) return false;
-      memcpy(plan.text + length, format.data() + at + kLiteralHead, size);
-      memset(plan.limits + length, kExact, size);
-      length += size;
-      at += kLiteralHead + size;
-      continue;
-    }
-    const ElementFields fields = FieldsOf(code);
-    if (fields.count == 0 || format[at + 1] != kFill) return false;
-    for (std::size_t i = 0; i < fields.count; ++i) {
-      std::uint8_t& place = plan.place[fields.field[i]];
-      if (place != kNoPlace || length + 2 > kPlanText) return false;
-      place = static_cast<std::uint8_t>(length);
-      plan.text[length] = plan.text[length + 1] = InBasis('0', basis);
-      plan.limits[length] = plan.limits[length + 1] = kDigit;
-      length += 2;
-    }
-    at += kElementSize;
-  }
-  plan.readable = plan.place[kCenturyField] != kNoPlace && plan.place[kMonthField] != kNoPlace &&
-                  plan.place[kDayField] != kNoPlace;
-  plan.text_length = static_cast<std::uint8_t>(length);
+}  // namespace
+
+bool AddText(Plan& plan, std::span<const std::uint8_t> text) noexcept {
+  const std::size_t length = plan.text_length;
+  if (length + text.size() > kPlanText) return false;
+  memcpy(plan.text + length, text.data(), text.size());
+  memset(plan.limits + length, kExact, text.size());
+  plan.text_length = static_cast<std::uint8_t>(length + text.size());
   return true;
 }
 
-}  // namespace
+bool AddElement(Plan& plan, std::uint32_t code, std::uint32_t modifier, Basis basis) noexcept {
+  const ElementFields fields = FieldsOf(code);
+  std::size_t length = plan.text_length;
+  if (fields.count == 0 || modifier != kFill || length + 2 * fields.count > kPlanText) return false;
+  for (std::size_t i = 0; i < fields.count; ++i) {
+    if (plan.place[fields.field[i]] != kNoPlace) return false;
+  }
+  for (std::size_t i = 0; i < fields.count; ++i) {
+    plan.place[fields.field[i]] = static_cast<std::uint8_t>(length);
+    plan.text[length] = plan.text[length + 1] = InBasis('0', basis);
+    plan.limits[length] = plan.limits[length + 1] = kDigit;
+    length += 2;
+  }
+  plan.text_length = static_cast<std::uint8_t>(length);
+  plan.readable = plan.place[kCenturyField] != kNoPlace && plan.place[kMonthField] != kNoPlace &&
+                  plan.place[kDayField] != kNoPlace;
+  return true;
+}
 
 void MakePlan(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noexcept {
   plan = Plan{};
+  memset(plan.place, kNoPlace, sizeof plan.place);
   memcpy(plan.format, format.data(), format.size());
   plan.format_length = static_cast<std::uint8_t>(format.size());
-  if (Fill(plan, format, basis)) return;
+  bool fits = true;
+  while (fits && !format.empty()) {
+    if (format.size() < kElementSize) {
+      fits = false;
+    } else if (format[0] < kLiteralBase) {
+      fits = AddElement(plan, format[0], format[1], basis);
+      format = format.subspan(kElementSize);
+    } else {
+      const std::size_t length = format[0] - kLiteralBase;
+      fits = format.size() - kLiteralHead >= length &&
+             AddText(plan, format.subspan(kLiteralHead, length));
+      if (fits) format = format.subspan(kLiteralHead + length);
+    }
+  }
+  if (fits) return;
   plan.text_length = 0;
   plan.readable = false;
 }

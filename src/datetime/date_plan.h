@@ -14,9 +14,15 @@
 
 namespace kestra::datetime {
 
+// Put a literal, or an element, behind a plan's text; false when it is of no plan or does not fit.
+bool AddText(Plan& plan, std::span<const std::uint8_t> text) noexcept;
+bool AddElement(Plan& plan, std::uint32_t code, std::uint32_t modifier, Basis basis) noexcept;
+
 void MakePlan(Plan& plan, std::span<const std::uint8_t> format, Basis basis) noexcept;
 
-inline bool SameFormat(const Plan& plan, std::span<const std::uint8_t> format) noexcept {
+// Any plan that knows what it was made of.
+template <typename AnyPlan>
+inline bool SameFormat(const AnyPlan& plan, std::span<const std::uint8_t> format) noexcept {
   const std::size_t length = format.size();
   if (plan.format_length != length) return false;
   // Overlapping words instead of a call: formats of plans are short.

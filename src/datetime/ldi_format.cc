@@ -1,5 +1,5 @@
-// Datetimes in formats. A compiled format is cut at the elements that only datetimes have; what lies
-// between is written by the writer of dates, mostly by its plan.
+// Datetimes in formats. What the plan of a format does not serve (datetime_plan.h) is cut at the
+// elements that only datetimes have; what lies between is written by the writer of dates.
 //
 // Tests: tests/datetime/ldi_text_test.cc; fuzz/ldi_text_fuzz.cc.
 #include <cstring>
@@ -8,8 +8,8 @@
 #include "datetime/date_names.h"
 #include "datetime/date_write.h"
 #include "datetime/datetime_model.h"
+#include "datetime/datetime_plan.h"
 #include "datetime/datetime_text.h"
-#include "datetime/format_choice.h"
 #include "datetime/utf16_text.h"
 
 namespace kestra::datetime {
@@ -36,7 +36,14 @@ class Formatter {
 
   std::size_t used() const noexcept { return used_; }
 
-  std::uint32_t Format(std::span<const std::uint8_t> format) noexcept {
+  // plan: the format's, or null.
+  std::uint32_t Format(std::span<const std::uint8_t> format, const DatetimePlan* plan) noexcept {
+    if (plan != nullptr && ServesType(*plan, date_.type)) {
+      if (!PutDatetimePlan(*plan, state_, date_, precision_, out_, used_)) {
+        return KES_DATETIME_NO_ROOM;
+      }
+      format = format.subspan(plan->covered);
+    }
     std::span<const std::uint8_t> left = format;
     std::size_t run = 0;  // where the items began that are left to the writer of dates
     while (!left.empty()) {
@@ -54,16 +61,7 @@ class Formatter {
 
  private:
   std::uint32_t Dates(std::span<const std::uint8_t> run) noexcept {
-    constexpr std::size_t kWorthAPlan = 12;
     if (run.empty()) return 0;
-    if (run.size() >= kWorthAPlan && ctx_.date.calendar == 0) {
-      if (const Plan* plan = PlanOf(state_, run)) {
-        if (plan->text_length > out_.size() - used_) return KES_DATETIME_NO_ROOM;
-        PutPlan(*plan, parts_, state_.basis, out_.data() + used_);
-        used_ += plan->text_length;
-        return 0;
-      }
-    }
     std::size_t length = 0;
     const Fault fault = WriteDate(ctx_.date, parts_, run, out_.subspan(used_), length);
     used_ += length;
@@ -134,29 +132,54 @@ std::uint32_t CheckValue(const LdiDate& date, std::uint32_t precision) noexcept 
   return LdiDateFault(LdiDateCheck(&date));
 }
 
+// What is the same for all values of a call.
+struct Job {
+  std::span<const std::uint8_t> format;
+  std::uint32_t precision;
+  LdiParseContext& ctx;
+  const DatetimePlan* plan;
+  bool planned;  // the plan does all of it
+
+  Job(const std::uint8_t* text, std::size_t length, std::uint32_t digits,
+      LdiParseContext& context) noexcept
+      : format(text, length), precision(digits), ctx(context) {
+    plan = DatetimePlanOf(ctx.date, format);
+    planned = plan != nullptr && plan->covered == length &&
+              precision <= KES_DATETIME_MAX_PRECISION && !StateOf(ctx.date).two_byte_units;
+  }
+};
+
 std::uint32_t FormatUnits(std::span<std::uint8_t> out, std::size_t& used, const LdiDate& date,
-                          std::span<const std::uint8_t> format, std::uint32_t precision,
-                          LdiParseContext& ctx) noexcept {
+                          const Job& job) noexcept {
   std::uint8_t bytes[kUnitsRoom];
-  Formatter formatter(ctx, date, precision, bytes);
-  if (const std::uint32_t error = formatter.Format(format)) return error;
+  Formatter formatter(job.ctx, date, job.precision, bytes);
+  if (const std::uint32_t error = formatter.Format(job.format, job.plan)) return error;
   std::size_t length = 0;
-  if (!TextToUnits(ctx.date, {bytes, formatter.used()}, out, length)) return KES_DATETIME_NO_ROOM;
+  if (!TextToUnits(job.ctx.date, {bytes, formatter.used()}, out, length)) {
+    return KES_DATETIME_NO_ROOM;
+  }
   used = length;
   return 0;
 }
 
-std::uint32_t Format(std::span<std::uint8_t> out, std::size_t& used, const LdiDate& date,
-                     std::span<const std::uint8_t> format, std::uint32_t precision,
-                     LdiParseContext& ctx) noexcept {
-  if (const std::uint32_t error = CheckValue(date, precision)) return error;
-  if (StateOf(ctx.date).two_byte_units) {
-    return FormatUnits(out, used, date, format, precision, ctx);
-  }
-  Formatter formatter(ctx, date, precision, out);
-  if (const std::uint32_t error = formatter.Format(format)) return error;
+[[gnu::noinline]] std::uint32_t FormatAny(std::span<std::uint8_t> out, std::size_t& used,
+                                          const LdiDate& date, const Job& job) noexcept {
+  if (const std::uint32_t error = CheckValue(date, job.precision)) return error;
+  if (StateOf(job.ctx.date).two_byte_units) return FormatUnits(out, used, date, job);
+  Formatter formatter(job.ctx, date, job.precision, out);
+  if (const std::uint32_t error = formatter.Format(job.format, job.plan)) return error;
   used = formatter.used();
   return 0;
+}
+
+inline std::uint32_t Format(std::span<std::uint8_t> out, std::size_t& used, const LdiDate& date,
+                            const Job& job) noexcept {
+  if (job.planned && IsPlainValue(date) && ServesType(*job.plan, date.type)) [[likely]] {
+    return PutDatetimePlan(*job.plan, StateOf(job.ctx.date), date, job.precision, out, used)
+               ? 0
+               : std::uint32_t{KES_DATETIME_NO_ROOM};
+  }
+  return FormatAny(out, used, date, job);
 }
 
 }  // namespace
@@ -167,7 +190,7 @@ using namespace kestra::datetime;
 uint32_t LdiDateToString(uint8_t* out, size_t size, size_t* length, const LdiDate* in,
                          const uint8_t* format, size_t format_length, uint32_t precision,
                          LdiParseContext* ctx) noexcept {
-  return Format({out, size}, *length, *in, {format, format_length}, precision, *ctx);
+  return Format({out, size}, *length, *in, Job(format, format_length, precision, *ctx));
 }
 
 uint32_t LdiDateToStringU(uint16_t* out, size_t size, size_t* length, const LdiDate* in,
@@ -176,10 +199,8 @@ uint32_t LdiDateToStringU(uint16_t* out, size_t size, size_t* length, const LdiD
   if (const std::uint32_t error = CheckValue(*in, precision)) return error;
   std::size_t bytes = 0;
   const std::span room(reinterpret_cast<std::uint8_t*>(out), 2 * size);
-  if (const std::uint32_t error =
-          FormatUnits(room, bytes, *in, {format, format_length}, precision, *ctx)) {
-    return error;
-  }
+  const Job job(format, format_length, precision, *ctx);
+  if (const std::uint32_t error = FormatUnits(room, bytes, *in, job)) return error;
   *length = bytes / 2;
   return 0;
 }
@@ -189,7 +210,8 @@ uint32_t LdiDateToStringarr(uint8_t* const* out, const LdiDate* const* in, size_
                             size_t format_length, uint32_t precision, LdiParseContext* ctx,
                             uint32_t flags, size_t* done) noexcept {
   const Operands room(rooms, flags);
+  const Job job(format, format_length, precision, *ctx);
   return RunArray(count, done, [&](std::size_t i) {
-    return Format({out[i], room[i]}, lengths[i], *in[i], {format, format_length}, precision, *ctx);
+    return Format({out[i], room[i]}, lengths[i], *in[i], job);
   });
 }

@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "datetime/array_form.h"
-#include "datetime/date_plan.h"
 #include "datetime/date_read.h"
 #include "datetime/datetime_model.h"
+#include "datetime/datetime_plan.h"
 #include "datetime/datetime_text.h"
 #include "datetime/text_set.h"
 #include "datetime/utf16_text.h"
@@ -125,86 +125,128 @@ std::uint32_t Combine(LdiDate& out, const LdiParseContext& ctx, const ldxdate& p
   return 0;
 }
 
-// The commonest formats: a plan of dates (date_plan.h), then elements of datetimes and literals. False:
-// the format or the text is not of that kind, or there is something to complain about.
-bool ReadByPlan(LdiDate& out, std::span<const std::uint8_t> text,
-                std::span<const std::uint8_t> format, std::uint32_t type, std::uint32_t precision,
-                LdiParseContext& ctx) noexcept {
-  constexpr std::size_t kWorthAPlan = 12;
-  if (ctx.date.calendar != 0 || !HasDate(type)) return false;
-  std::span<const std::uint8_t> left = format;
-  LdiFormatItem item;
-  while (!left.empty() && left[0] != kDatetimeEscape) {
-    if (!NextItem(left, item)) return false;
-  }
-  const std::size_t run = format.size() - left.size();
-  if (run < kWorthAPlan) return false;
-  for (std::span<const std::uint8_t> rest = left; !rest.empty();) {
-    const bool escape = rest[0] == kDatetimeEscape;
-    if (!NextItem(rest, item) || item.code == kHour25 || !TypeHasElement(type, item.code)) {
-      return false;
+// What is the same for all texts of a call.
+class Job {
+ public:
+  Job(const std::uint8_t* model, std::size_t length, std::uint32_t wanted, std::uint32_t digits,
+      LdiParseContext& context) noexcept
+      : format(model, length), type(wanted), precision(digits), ctx(context) {
+    if (!IsDatetimeType(type)) {
+      error_ = KES_DATETIME_BAD_TYPE;
+    } else if (precision > KES_DATETIME_MAX_PRECISION) {
+      error_ = KES_DATETIME_BAD_FRACTION;
+    } else {
+      const DatetimePlan* any = DatetimePlanOf(ctx.date, format);
+      if (any != nullptr && any->readable && ServesType(*any, type)) plan = any;
     }
-    if (!escape && item.code != KES_DATETIME_LITERAL_ITEM) return false;
   }
-  const Plan* plan = PlanOf(StateOf(ctx.date), format.first(run));
-  if (plan == nullptr || !plan->readable || text.size() < plan->text_length) return false;
-  ldxdate parts;
-  if (!ReadPlan(*plan, text.first(plan->text_length), parts)) return false;
+
+  // The errors of the arguments and of the format, which is looked at once.
+  std::uint32_t CheckFormat() noexcept {
+    if (checked_ || error_ != 0) return error_;
+    checked_ = true;
+    error_ = CheckReadable(format, true).number;
+    if (error_ == 0) error_ = CheckTypes(format, type);
+    return error_;
+  }
+
+  std::span<const std::uint8_t> format;
+  std::uint32_t type;
+  std::uint32_t precision;
+  LdiParseContext& ctx;
+  const DatetimePlan* plan = nullptr;  // serves the type
+
+ private:
+  std::uint32_t error_ = 0;
+  bool checked_ = false;
+};
+
+// What the plan did not say by itself: more elements, a rounding, a session's zone.
+[[gnu::noinline]] bool FinishPlanned(LdiDate& out, std::span<const std::uint8_t> text,
+                                     const PlannedFields& planned, const Job& job) noexcept {
   DatetimeFields more;
+  more.fraction = planned.fraction;
+  if (job.plan->sign_at != kNoPlace) {
+    more.seen = DatetimeBit(kZoneHour) | DatetimeBit(kZoneMinute);
+    more.zone_negative = planned.zone_negative;
+    more.zone_hour = planned.zone_minutes / 60;
+    more.zone_minute = planned.zone_minutes % 60;
+  }
+  const std::span<const std::uint8_t> left = job.format.subspan(job.plan->covered);
   if (!left.empty()) {
-    if (CheckReadable(left, true)) return false;
     ReadFields fields;
     fields.datetime = &more;
-    if (ReadText(ctx.date, text.subspan(plan->text_length), left, false, fields)) return false;
-  } else if (text.size() != plan->text_length) {
-    return false;
+    if (ReadText(job.ctx.date, text.subspan(planned.used), left, false, fields)) return false;
   }
-  return Combine(out, ctx, parts, more, type, precision) == 0;
+  return Combine(out, job.ctx, planned.parts, more, job.type, job.precision) == 0;
 }
 
-std::uint32_t ReadBytes(LdiDate& out, std::span<const std::uint8_t> text,
-                        std::span<const std::uint8_t> format, std::uint32_t type,
-                        std::uint32_t precision, LdiParseContext& ctx) noexcept {
-  if (!IsDatetimeType(type)) return KES_DATETIME_BAD_TYPE;
-  if (precision > KES_DATETIME_MAX_PRECISION) return KES_DATETIME_BAD_FRACTION;
-  if (ReadByPlan(out, text, format, type, precision, ctx)) return 0;
-  if (const Fault fault = CheckReadable(format, true)) return fault.number;
-  if (const std::uint32_t error = CheckTypes(format, type)) return error;
+// A text that agrees with the plan of its format. False: it does not, or there is something to
+// complain about.
+inline bool ReadByPlan(LdiDate& out, std::span<const std::uint8_t> text, const Job& job) noexcept {
+  PlannedFields planned;
+  const DatetimePlan& plan = *job.plan;
+  if (!ReadDatetimePlan(plan, StateOf(job.ctx.date), text, planned)) return false;
+  const bool whole = plan.covered == job.format.size();
+  if (whole && planned.used != text.size()) return false;
+  // Offsets do not lead out of the calendar but in its first and last years.
+  const bool zoned = job.type == KES_DATETIME_TIMESTAMP_TZ && plan.sign_at != kNoPlace &&
+                     planned.parts.year > kMinYear && planned.parts.year < kMaxYear;
+  if (!whole || planned.digits > job.precision || (HasZone(job.type) && !zoned)) {
+    return FinishPlanned(out, text, planned, job);
+  }
+  LdiDate date{};
+  std::memcpy(&date, &planned.parts, sizeof planned.parts);
+  date.fraction = planned.fraction;
+  date.type = static_cast<std::uint8_t>(job.type);
+  if (zoned) SetZone(date, planned.zone_negative ? -planned.zone_minutes : planned.zone_minutes, 0);
+  out = date;
+  return true;
+}
+
+// By walking along the format.
+[[gnu::noinline]] std::uint32_t ReadAny(LdiDate& out, std::span<const std::uint8_t> text,
+                                        Job& job) noexcept {
+  if (const std::uint32_t error = job.CheckFormat()) return error;
   const auto attempt = [&](bool full_years) {
     DatetimeFields more;
     ReadFields fields;
     fields.datetime = &more;
     ldxdate parts{};
-    Fault fault = ReadText(ctx.date, text, format, full_years, fields);
-    if (!fault) fault = CombineFields(ctx.date, fields, parts);
-    if (!fault) fault.number = Combine(out, ctx, parts, more, type, precision);
+    Fault fault = ReadText(job.ctx.date, text, job.format, full_years, fields);
+    if (!fault) fault = CombineFields(job.ctx.date, fields, parts);
+    if (!fault) fault.number = Combine(out, job.ctx, parts, more, job.type, job.precision);
     return fault;
   };
   const Fault fault = attempt(false);
   if (!fault) return 0;
-  const RetryFacts facts = FactsOf(format);
+  const RetryFacts facts = FactsOf(job.format);
   if (facts.short_year && !facts.exact && !attempt(true)) return 0;
-  ctx.date.error_offset = fault.offset;
+  job.ctx.date.error_offset = fault.offset;
   return fault.number;
 }
 
-std::uint32_t ReadUnits(LdiDate& out, std::span<const std::uint8_t> units,
-                        std::span<const std::uint8_t> format, std::uint32_t type,
-                        std::uint32_t precision, LdiParseContext& ctx) noexcept {
-  if (units.size() > 2 * kMaxUnits) return kTextLeft;
-  std::uint8_t bytes[8 * kMaxUnits];
-  const bool utf8 = ctx.date.handle == nullptr || KeepsUtf8(ctx.date);
-  const std::size_t length = utf8 ? UnitsToUtf8(units, OrderOfUnits(ctx.date), bytes)
-                                  : lxgcnv(bytes, TextSet(ctx.date), sizeof bytes, units.data(),
-                                           UnitSet(ctx.date), units.size(), ctx.date.nls);
-  return ReadBytes(out, {bytes, length}, format, type, precision, ctx);
+inline std::uint32_t ReadBytes(LdiDate& out, std::span<const std::uint8_t> text,
+                               Job& job) noexcept {
+  if (job.plan != nullptr && ReadByPlan(out, text, job)) return 0;
+  return ReadAny(out, text, job);
 }
 
-std::uint32_t Read(LdiDate& out, std::span<const std::uint8_t> text,
-                   std::span<const std::uint8_t> format, std::uint32_t type,
-                   std::uint32_t precision, LdiParseContext& ctx) noexcept {
-  return StateOf(ctx.date).two_byte_units ? ReadUnits(out, text, format, type, precision, ctx)
-                                          : ReadBytes(out, text, format, type, precision, ctx);
+std::uint32_t ReadUnits(LdiDate& out, std::span<const std::uint8_t> units, Job& job) noexcept {
+  const ldxctx& ctx = job.ctx.date;
+  if (units.size() > 2 * kMaxUnits) return kTextLeft;
+  std::uint8_t bytes[8 * kMaxUnits];
+  const bool utf8 = ctx.handle == nullptr || KeepsUtf8(ctx);
+  const std::size_t length = utf8 ? UnitsToUtf8(units, OrderOfUnits(ctx), bytes)
+                                  : lxgcnv(bytes, TextSet(ctx), sizeof bytes, units.data(),
+                                           UnitSet(ctx), units.size(), ctx.nls);
+  return ReadBytes(out, {bytes, length}, job);
+}
+
+inline std::uint32_t Read(LdiDate& out, std::span<const std::uint8_t> text, Job& job) noexcept {
+  if (StateOf(job.ctx.date).two_byte_units) [[unlikely]]
+    return ReadUnits(out, text, job);
+  return ReadBytes(out, text, job);
 }
 
 }  // namespace
@@ -215,14 +257,15 @@ using namespace kestra::datetime;
 uint32_t LdiDateFromString(LdiDate* out, const uint8_t* text, size_t length, const uint8_t* format,
                            size_t format_length, uint32_t type, uint32_t precision,
                            LdiParseContext* ctx) noexcept {
-  return Read(*out, {text, length}, {format, format_length}, type, precision, *ctx);
+  Job job(format, format_length, type, precision, *ctx);
+  return Read(*out, {text, length}, job);
 }
 
 uint32_t LdiDateFromStringU(LdiDate* out, const uint16_t* text, size_t units, const uint8_t* format,
                             size_t format_length, uint32_t type, uint32_t precision,
                             LdiParseContext* ctx) noexcept {
-  return ReadUnits(*out, {reinterpret_cast<const std::uint8_t*>(text), 2 * units},
-                   {format, format_length}, type, precision, *ctx);
+  Job job(format, format_length, type, precision, *ctx);
+  return ReadUnits(*out, {reinterpret_cast<const std::uint8_t*>(text), 2 * units}, job);
 }
 
 uint32_t LdiDateFromStringarr(LdiDate* const* out, const uint8_t* const* texts, size_t count,
@@ -230,7 +273,8 @@ uint32_t LdiDateFromStringarr(LdiDate* const* out, const uint8_t* const* texts, 
                               uint32_t type, uint32_t precision, LdiParseContext* ctx,
                               uint32_t flags, size_t* done) noexcept {
   const Operands length(lengths, flags);
+  Job job(format, format_length, type, precision, *ctx);
   return RunArray(count, done, [&](std::size_t i) {
-    return Read(*out[i], {texts[i], length[i]}, {format, format_length}, type, precision, *ctx);
+    return Read(*out[i], {texts[i], length[i]}, job);
   });
 }

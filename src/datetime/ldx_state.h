@@ -84,6 +84,24 @@ struct Plan {
   std::uint8_t limits[kPlanText];  // a byte that differs from text by more comes past 0x7F with it
 };
 
+// The same of a format of datetimes, as far as it goes: dates and literals, a fraction, and up to
+// eight bytes of literals and an offset.
+inline constexpr std::size_t kDatetimePlanFormat = 96;
+struct DatetimePlan {
+  std::uint8_t format[kDatetimePlanFormat];  // which it was made of
+  std::uint8_t format_length;                // 0: none
+  std::uint8_t covered;                      // bytes of the format that the plan serves
+  std::uint8_t types;      // bit n: the type n has all elements of the whole format
+  bool readable;           // the whole format is, and nothing of the date comes after the plan
+  std::uint8_t digits;     // of the fraction; 0: none, kAnyDigits: as many as asked for
+  std::uint8_t tail_size;  // bytes behind the fraction
+  std::uint8_t sign_at;    // of the offset in the tail, or kNoPlace
+  std::uint8_t minute_at;
+  std::uint64_t tail;         // a plus and zeros for the offset
+  std::uint64_t tail_limits;  // as those of a plan
+  Plan head;
+};
+
 // Lies in ldxctx::inner. All zeros is a context without a language.
 struct State {
   Basis basis;
@@ -103,6 +121,7 @@ struct State {
   std::uint8_t widths[kNameCount];
   std::uint8_t calendar_widths[kCalendarNameCount];
   Plan plan;
+  DatetimePlan datetime_plan;
   std::uint8_t pool[kPoolSize + kCopySlack];
 };
 static_assert(sizeof(State) <= KES_DATE_INNER_BYTES);
