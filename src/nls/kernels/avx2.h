@@ -90,32 +90,35 @@ KES_AVX2 inline void Squeeze(std::uint8_t* q, __m128i bytes, const Shuffles& shu
   _mm_storeu_si128(reinterpret_cast<__m128i*>(q), _mm_shuffle_epi8(bytes, _mm_load_si128(shuffle)));
 }
 
-// The last bytes of a text, fewer than 32, with zeros before and behind them.
-class Tail {
- public:
-  KES_AVX2 const std::uint8_t* Copy(const std::uint8_t* p, std::size_t count) noexcept {
-    KES_DCHECK(count < 32);
-    Store(bytes_, _mm256_setzero_si256());
-    Store(bytes_ + 32, _mm256_setzero_si256());
-    std::uint8_t* q = bytes_ + 32;
-    if ((count & 16) != 0) CopyPart<16>(q, p);
-    if ((count & 8) != 0) CopyPart<8>(q, p);
-    if ((count & 4) != 0) CopyPart<4>(q, p);
-    if ((count & 2) != 0) CopyPart<2>(q, p);
-    if ((count & 1) != 0) CopyPart<1>(q, p);
-    return bytes_ + 32;
+// The last bytes of a text, fewer than 32, and zeros. Two loads that overlap are put together in
+// registers: out of memory a vector would wait until the last of its parts has arrived there.
+KES_AVX2 inline __m256i LoadPart(const std::uint8_t* p, std::size_t count) noexcept {
+  KES_DCHECK(count >= 1 && count < 32);
+  if (count >= 16) {
+    static constexpr Shuffle kSlide[2] = {
+        {{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}},
+        {{128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128}}};
+    const auto* slide = reinterpret_cast<const __m128i*>(
+        reinterpret_cast<const std::uint8_t*>(kSlide) + 32 - count);
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + count - 16));
+    return _mm256_setr_m128i(low, _mm_shuffle_epi8(high, _mm_loadu_si128(slide)));
   }
-
- private:
-  template <std::size_t kSize>
-  static void CopyPart(std::uint8_t*& q, const std::uint8_t*& p) noexcept {
-    std::memcpy(q, p, kSize);
-    q += kSize;
-    p += kSize;
+  std::uint64_t low;
+  std::uint64_t high = 0;
+  if (count >= 8) {
+    const std::size_t half = 4 * (16 - count);
+    low = LoadAt<std::uint64_t>(p, 0);
+    high = LoadAt<std::uint64_t>(p, count - 8) >> half >> half;
+  } else if (count >= 4) {
+    low = LoadAt<std::uint32_t>(p, 0) | std::uint64_t{LoadAt<std::uint32_t>(p, count - 4)}
+                                            << (8 * (count - 4));
+  } else {
+    low = p[0] | std::uint64_t{p[count / 2]} << (8 * (count / 2)) |
+          std::uint64_t{p[count - 1]} << (8 * (count - 1));
   }
-
-  alignas(32) std::uint8_t bytes_[64];
-};
+  return _mm256_setr_epi64x(static_cast<long long>(low), static_cast<long long>(high), 0, 0);
+}
 
 // Up to 32 bytes of UTF-8 from the start of a character on.
 struct Utf8Block {
@@ -170,17 +173,19 @@ KES_AVX2 inline __m256i FindPairErrors(__m256i bytes, __m256i before) noexcept {
       _mm256_shuffle_epi8(second_high, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble)));
 }
 
-KES_AVX2 inline Utf8Block LoadUtf8Block(const std::uint8_t* p, std::size_t left,
-                                        Tail& tail) noexcept {
+KES_AVX2 inline Utf8Block LoadUtf8Block(const std::uint8_t* p, std::size_t left) noexcept {
   Utf8Block block;
   const std::size_t count = left < 32 ? left : 32;
-  if (count < 32) p = tail.Copy(p, count);
-  const __m256i bytes = Load(p);
+  const __m256i bytes = count == 32 ? Load(p) : LoadPart(p, count);
   // A last character that reaches past the bytes at hand begins the next step. The next step waits
-  // for this number, so it comes from the last bytes alone; in front of a tail there are zeros.
+  // for this number, so it comes from the last bytes alone.
   std::size_t unfinished = p[count - 1] >= 0xC0 ? 1 : 0;
-  unfinished = p[count - 2] >= 0xE0 ? 2 : unfinished;
-  unfinished = p[count - 3] >= 0xF0 ? 3 : unfinished;
+  if (count >= 3) [[likely]] {
+    unfinished = p[count - 2] >= 0xE0 ? 2 : unfinished;
+    unfinished = p[count - 3] >= 0xF0 ? 3 : unfinished;
+  } else if (count == 2 && p[0] >= 0xE0) {
+    unfinished = 2;
+  }
   const std::size_t consumed = count - unfinished;
   const __m256i lower = _mm256_permute2x128_si256(bytes, bytes, 0x08);
   const __m256i one_back = _mm256_alignr_epi8(bytes, lower, 15);
@@ -209,14 +214,16 @@ KES_AVX2 inline Utf8Block LoadUtf8Block(const std::uint8_t* p, std::size_t left,
   return block;
 }
 
+inline Progress Sum(Progress a, Progress b) noexcept {
+  return {a.consumed + b.consumed, a.written + b.written, a.characters + b.characters};
+}
+
 // What a kernel leaves in front of the end or of something special is for the scalar one.
 inline Progress GoOn(Progress done, TextKernel scalar, const std::uint8_t* in, std::size_t size,
                      std::uint8_t* out, std::size_t room) noexcept {
   if (done.consumed == size) return done;
-  const Progress rest =
-      scalar(in + done.consumed, size - done.consumed, out + done.written, room - done.written);
-  return {done.consumed + rest.consumed, done.written + rest.written,
-          done.characters + rest.characters};
+  return Sum(done, scalar(in + done.consumed, size - done.consumed, out + done.written,
+                          room - done.written));
 }
 
 // The kernels, by file.
@@ -231,5 +238,19 @@ Progress Utf8ToUtf16Le(const std::uint8_t* in, std::size_t size, std::uint8_t* o
                        std::size_t room) noexcept;
 std::size_t Utf16BeToUnits(const std::uint8_t* in, std::size_t count, std::uint16_t* out) noexcept;
 std::size_t Utf16LeToUnits(const std::uint8_t* in, std::size_t count, std::uint16_t* out) noexcept;
+// convert_avx2_single.cc
+std::size_t SingleToUnits(const std::uint16_t* code_points, const std::uint8_t* in,
+                          std::size_t size, std::uint16_t* out) noexcept;
+std::size_t UnitsToSingle(const ByteEncodeTable& table, const std::uint16_t* in, std::size_t count,
+                          std::uint8_t* out) noexcept;
+Progress SingleToUtf8(const std::uint16_t* code_points, bool ascii, const std::uint8_t* in,
+                      std::size_t size, std::uint8_t* out, std::size_t room) noexcept;
+Progress Utf8ToSingle(const ByteEncodeTable& table, bool ascii, const std::uint8_t* in,
+                      std::size_t size, std::uint8_t* out, std::size_t room) noexcept;
+// convert_avx2_multibyte.cc
+Progress UnitsToMultibyte(const MultibyteEncodeTable& table, const std::uint16_t* in,
+                          std::size_t count, std::uint8_t* out, std::size_t room) noexcept;
+// convert_avx2.cc
+std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count, std::uint8_t* out) noexcept;
 
 }  // namespace kestra::nls::kernels::avx2

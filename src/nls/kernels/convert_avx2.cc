@@ -50,6 +50,8 @@ KES_AVX2 std::size_t WidenAscii(const std::uint8_t* in, std::size_t size,
   return i + scalar::WidenAscii(in + i, size - i, out + i);
 }
 
+}  // namespace
+
 KES_AVX2 std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count,
                                  std::uint8_t* out) noexcept {
   std::size_t i = 0;
@@ -61,6 +63,8 @@ KES_AVX2 std::size_t NarrowAscii(const std::uint16_t* in, std::size_t count,
   }
   return i + scalar::NarrowAscii(in + i, count - i, out + i);
 }
+
+namespace {
 
 // Packing with saturation would not show what was too large, so that is asked first.
 KES_AVX2 std::size_t NarrowCodePoints(const std::uint32_t* in, std::size_t count,
@@ -90,12 +94,11 @@ KES_AVX2 std::size_t NarrowCodePoints(const std::uint32_t* in, std::size_t count
 namespace kestra::nls::kernels {
 
 constinit const ConvertKernels kAvx2ConvertKernels = {
-    avx2::CopyAscii,          avx2::CopyUnshifted,      avx2::WidenAscii,
-    avx2::NarrowAscii,        avx2::Utf16BeToUtf8,      avx2::Utf16LeToUtf8,
-    avx2::Utf8ToUtf16Be,      avx2::Utf8ToUtf16Le,      avx2::Utf16BeToUnits,
-    avx2::Utf16LeToUnits,     avx2::NarrowCodePoints,   scalar::SingleToUnits,
-    scalar::UnitsToSingle,    scalar::SingleToUtf8,     scalar::Utf8ToSingle,
-    scalar::MultibyteToUnits, scalar::UnitsToMultibyte,
+    avx2::CopyAscii,        avx2::CopyUnshifted,  avx2::WidenAscii,       avx2::NarrowAscii,
+    avx2::Utf16BeToUtf8,    avx2::Utf16LeToUtf8,  avx2::Utf8ToUtf16Be,    avx2::Utf8ToUtf16Le,
+    avx2::Utf16BeToUnits,   avx2::Utf16LeToUnits, avx2::NarrowCodePoints, avx2::SingleToUnits,
+    avx2::UnitsToSingle,    avx2::SingleToUtf8,   avx2::Utf8ToSingle,     scalar::MultibyteToUnits,
+    avx2::UnitsToMultibyte,
 };
 
 }  // namespace kestra::nls::kernels

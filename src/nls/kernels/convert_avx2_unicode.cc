@@ -87,7 +87,6 @@ KES_AVX2 inline Progress Utf16ToUtf8(const std::uint8_t* in, std::size_t size, s
   std::uint8_t* q = out;
   std::uint8_t* const out_end = out + room;
   std::size_t lows = 0;
-  Tail tail;
   while (p < end) {
     // ASCII, 32 units at a time.
     while (end - p >= 64 && out_end - q >= 32) {
@@ -106,7 +105,7 @@ KES_AVX2 inline Progress Utf16ToUtf8(const std::uint8_t* in, std::size_t size, s
     if (p == end || out_end - q < 64) break;
     const auto left = static_cast<std::size_t>(end - p) / 2;
     const std::size_t count = left < 16 ? left : 16;
-    __m256i units = Load(count < 16 ? tail.Copy(p, 2 * count) : p);
+    __m256i units = count < 16 ? LoadPart(p, 2 * count) : Load(p);
     if constexpr (kSwap) units = SwapUnits(units);
     const __m256i ascii =
         _mm256_cmpeq_epi16(_mm256_and_si256(units, Words(0xFF80)), _mm256_setzero_si256());
@@ -171,7 +170,6 @@ KES_AVX2 inline Progress Utf8ToUtf16(const std::uint8_t* in, std::size_t size, s
   std::uint8_t* q = out;
   std::uint8_t* const out_end = out + room;
   std::size_t pairs = 0;
-  Tail tail;
   while (out_end - q >= 64) {
     // ASCII, 32 bytes at a time.
     while (end - p >= 32 && out_end - q >= 64) {
@@ -190,7 +188,7 @@ KES_AVX2 inline Progress Utf8ToUtf16(const std::uint8_t* in, std::size_t size, s
     }
     // A unit for each byte at most, and the rest of the last vector.
     if (p == end || out_end - q < 64) break;
-    const Utf8Block block = LoadUtf8Block(p, static_cast<std::size_t>(end - p), tail);
+    const Utf8Block block = LoadUtf8Block(p, static_cast<std::size_t>(end - p));
     if (block.consumed == 0) break;
     const __m256i last =
         _mm256_andnot_si256(_mm256_and_si256(block.trails, Bytes(0xC0)), block.bytes);
