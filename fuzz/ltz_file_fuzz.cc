@@ -19,6 +19,7 @@ namespace zone = kestra::datetime::zone;
 
 constexpr std::size_t kMaxEntries = 16;
 constexpr std::size_t kEntryBytes = 2 + zone::kEntrySize;
+constexpr std::size_t kSmall = 65536;  // no smaller input can exceed the limits of a comparison
 
 void Check(bool holds) {
   if (!holds) std::abort();
@@ -165,8 +166,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       }
     }
     ltzdelta* delta = nullptr;
-    Check(ltzGetDelta(nullptr, raw, indexed, &delta) == 0);
-    Check(delta->zone_count == 0);
+    const int compared = ltzGetDelta(nullptr, raw, indexed, &delta);
+    Check(compared == 0 || (compared == 2 && size > kSmall));
+    if (compared == 0) Check(delta->zone_count == 0);
     ltzFreeDelta(nullptr, delta);
   }
   ltzFree(indexed);

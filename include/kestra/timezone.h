@@ -302,8 +302,8 @@ typedef struct ltzspan {
 enum { KES_ZONE_OFFSET_DIFFERS = 1, KES_ZONE_DAYLIGHT_DIFFERS = 2, KES_ZONE_NAME_DIFFERS = 4 };
 
 /* ltzGetDelta: what changed from one file to the other, from the work area's allocator; freed by
- * ltzFreeDelta. The work is twice the transitions of all zones of both files, links included.
- * Errors   1, 2, 3, 6. */
+ * ltzFreeDelta. The work is twice the transitions of both files; links are compared once.
+ * Errors   1, 2, 3; 6 no memory, or more than 1048576 spans. */
 KES_API int ltzGetDelta(lxcontext *work, const ltzfile *from, const ltzfile *to,
                         ltzdelta **delta) KES_NOEXCEPT;
 /* ltzTZGetDeltaFromDisk: the same of two files by their paths, which are read and freed again. */

@@ -1,8 +1,10 @@
 // What changed between two files: a delta is computed in two passes over both, one that counts and
-// one that writes.
+// one that writes. Zones with the histories of another one are not compared again.
 #include <string.h>
 
+#include "datetime/zone_scratch.h"
 #include "datetime/zone_search.h"
+#include "datetime/zone_work.h"
 #include "kestra/timezone.h"
 
 namespace kestra::datetime {
@@ -10,21 +12,25 @@ namespace {
 
 static_assert(sizeof(ltzdelta) == 40 && sizeof(ltzzonedelta) == 32 && sizeof(ltzspan) == 56);
 
+constexpr std::uint32_t kMaxSpans = 1u << 20;  // of a delta: 56 MB
+
 bool IsEarlier(const LdiDate& a, const LdiDate& b) noexcept { return KeyOf(a) < KeyOf(b); }
 
-std::uint8_t Differences(const ZoneAnswer& a, const ZoneAnswer& b) noexcept {
+std::uint8_t Differences(const ZoneAnswer& a, const ZoneAnswer& b, WorkLimit& limit) noexcept {
   unsigned what = 0;
   if (a.offset != b.offset) what |= KES_ZONE_OFFSET_DIFFERS;
   if (a.daylight != b.daylight) what |= KES_ZONE_DAYLIGHT_DIFFERS;
-  if (strcmp(a.abbreviation, b.abbreviation) != 0) what |= KES_ZONE_NAME_DIFFERS;
+  if (limit.Compare(a.abbreviation, b.abbreviation) != 0) what |= KES_ZONE_NAME_DIFFERS;
   return static_cast<std::uint8_t>(what);
 }
 
 // Visits the spans in which two histories differ, in ascending order: 0 or 2.
 template <typename Visit>
-int ForEachSpan(const ZoneView& from, const ZoneView& to, const Visit& visit) noexcept {
+int ForEachSpan(const ZoneView& from, const ZoneView& to, WorkLimit& limit,
+                const Visit& visit) noexcept {
   std::uint32_t i = 0, j = 0;
   for (;;) {
+    if (!limit.Take()) return KES_ZONE_DAMAGED;
     ZoneAnswer before, after;
     int status = ReadAnswer(from, i, before);
     if (status == KES_ZONE_OK) status = ReadAnswer(to, j, after);
@@ -44,7 +50,7 @@ int ForEachSpan(const ZoneView& from, const ZoneView& to, const Visit& visit) no
         step_j = false;
       }
     }
-    const std::uint8_t what = Differences(before, after);
+    const std::uint8_t what = Differences(before, after, limit);
     if (what != 0) {
       visit(ltzspan{IsEarlier(begin_i, begin_j) ? begin_j : begin_i,
                     end,
@@ -61,11 +67,46 @@ int ForEachSpan(const ZoneView& from, const ZoneView& to, const Visit& visit) no
   }
 }
 
+// Pairs of histories that were compared, with their spans: links have those of their zone.
+class ComparedPairs {
+ public:
+  struct Pair {
+    std::uint32_t from_first, from_count, to_first, to_count;  // counts are 0 in a free place
+    std::uint32_t first, count;                                // spans
+  };
+  static constexpr std::uint32_t kPlaces = 2 * (zone::kMaxId + 1);
+  static constexpr std::size_t kBytes = kPlaces * sizeof(Pair);
+
+  // memory: kBytes.
+  explicit ComparedPairs(void* memory) noexcept : places_(static_cast<Pair*>(memory)) {
+    memset(memory, 0, kBytes);
+  }
+
+  // The place of a pair; a free one holds its key alone, and is the first time it comes.
+  Pair& Find(const ZoneRun& from, const ZoneRun& to, bool& known) noexcept {
+    std::uint64_t hash = (std::uint64_t{from.first} << 32 | to.first) * 0x9E3779B97F4A7C15u;
+    hash ^= (std::uint64_t{from.count} << 32 | to.count) * 0xC2B2AE3D27D4EB4Fu;
+    // Ends: there are twice as many places as zones.
+    for (std::uint64_t i = hash >> 40;; ++i) {
+      Pair& pair = places_[i % kPlaces];
+      known = pair.from_first == from.first && pair.from_count == from.count &&
+              pair.to_first == to.first && pair.to_count == to.count;
+      if (known) return pair;
+      if (pair.from_count != 0) continue;
+      pair = {from.first, from.count, to.first, to.count, 0, 0};
+      return pair;
+    }
+  }
+
+ private:
+  Pair* places_;
+};
+
 class DeltaMaker {
  public:
-  // Counts when block is null, otherwise fills it.
-  DeltaMaker(const ltzfile* from, const ltzfile* to, ltzdelta* block) noexcept
-      : from_(from), to_(to), block_(block) {
+  // Counts when block is null, otherwise fills it. memory: of ComparedPairs.
+  DeltaMaker(const ltzfile* from, const ltzfile* to, void* memory, ltzdelta* block) noexcept
+      : from_(from), to_(to), pairs_(memory), block_(block) {
     if (block == nullptr) return;
     zones_ = reinterpret_cast<ltzzonedelta*>(block + 1);
     spans_ = reinterpret_cast<ltzspan*>(zones_ + block->zone_count);
@@ -96,11 +137,7 @@ class DeltaMaker {
     if (from_status != to_status) {
       entry.kind = from_status == KES_ZONE_OK ? KES_ZONE_REMOVED : KES_ZONE_ADDED;
     } else {
-      const int status = ForEachSpan(from, to, [&](const ltzspan& span) {
-        if (entry.count++ == 0) entry.from = span.from;
-        if (block_ != nullptr) spans_[span_count_] = span;
-        ++span_count_;
-      });
+      const int status = AddSpans(from, to, entry);
       if (status != KES_ZONE_OK) return status;
       if (entry.count == 0) return KES_ZONE_OK;
     }
@@ -113,8 +150,32 @@ class DeltaMaker {
     return KES_ZONE_OK;
   }
 
+  // The spans of a pair: compared, or those of the zone that had it before.
+  int AddSpans(const ZoneView& from, const ZoneView& to, ltzzonedelta& entry) noexcept {
+    bool known = false;
+    ComparedPairs::Pair& pair = pairs_.Find(from.run, to.run, known);
+    if (!known) {
+      pair.first = span_count_;
+      const int status = ForEachSpan(from, to, limit_, [&](const ltzspan& span) {
+        if (block_ != nullptr) spans_[pair.first + pair.count] = span;
+        ++pair.count;
+      });
+      if (status != KES_ZONE_OK) return status;
+      if (limit_.exhausted()) return KES_ZONE_DAMAGED;
+    } else if (block_ != nullptr && pair.count != 0) {
+      memcpy(spans_ + span_count_, spans_ + pair.first, pair.count * sizeof(ltzspan));
+    }
+    entry.count = pair.count;
+    if (block_ != nullptr && pair.count != 0) entry.from = spans_[pair.first].from;
+    if (pair.count > kMaxSpans - span_count_) return KES_ZONE_NO_MEMORY;
+    span_count_ += pair.count;
+    return KES_ZONE_OK;
+  }
+
   const ltzfile* from_;
   const ltzfile* to_;
+  ComparedPairs pairs_;
+  WorkLimit limit_;
   ltzdelta* block_;
   ltzzonedelta* zones_ = nullptr;
   ltzspan* spans_ = nullptr;
@@ -163,13 +224,14 @@ extern "C" {
 int ltzGetDelta(lxcontext* work, const ltzfile* from, const ltzfile* to,
                 ltzdelta** delta) noexcept {
   if (delta == nullptr) return KES_ZONE_MISSING;
-  DeltaMaker counter(from, to, nullptr);
+  lxcallbacks& block = BlockOf(work);
+  const Scratch pairs(block, ComparedPairs::kBytes);
+  if (pairs.memory() == nullptr) return KES_ZONE_NO_MEMORY;
+  DeltaMaker counter(from, to, pairs.memory(), nullptr);
   int status = counter.Run();
   if (status != KES_ZONE_OK) return status;
   const std::size_t size = sizeof(ltzdelta) + counter.zone_count() * sizeof(ltzzonedelta) +
                            counter.span_count() * sizeof(ltzspan);
-  if (size > UINT32_MAX) return KES_ZONE_NO_MEMORY;
-  lxcallbacks& block = BlockOf(work);
   auto* result = static_cast<ltzdelta*>(block.allocate(block.allocate_ctx, size));
   if (result == nullptr) return KES_ZONE_NO_MEMORY;
   *result = {};
@@ -179,7 +241,7 @@ int ltzGetDelta(lxcontext* work, const ltzfile* from, const ltzfile* to,
   result->new_content = static_cast<std::uint16_t>(ltzGetFileContentVer(to));
   result->zone_count = counter.zone_count();
   result->span_count = counter.span_count();
-  status = DeltaMaker(from, to, result).Run();
+  status = DeltaMaker(from, to, pairs.memory(), result).Run();
   if (status != KES_ZONE_OK) {
     block.release(block.release_ctx, result);
     return status;

@@ -4,27 +4,11 @@
 #include "datetime/sldi_files.h"
 #include "datetime/zone_build.h"
 #include "datetime/zone_check.h"
+#include "datetime/zone_scratch.h"
 #include "kestra/timezone.h"
 
 namespace kestra::datetime {
 namespace {
-
-// Memory of a block for the life of the object.
-class Scratch {
- public:
-  Scratch(lxcallbacks& block, std::size_t size) noexcept
-      : block_(block), memory_(block.allocate(block.allocate_ctx, size)) {}
-  ~Scratch() {
-    if (memory_ != nullptr) block_.release(block_.release_ctx, memory_);
-  }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-  void* memory() const noexcept { return memory_; }
-
- private:
-  lxcallbacks& block_;
-  void* memory_;
-};
 
 const ltzfile* Fail(int status, std::uint32_t* out) noexcept {
   if (out != nullptr) *out = static_cast<std::uint32_t>(status);

@@ -3,15 +3,15 @@
 
 #include "datetime/zone_names.h"
 #include "datetime/zone_search.h"
+#include "datetime/zone_work.h"
 #include "kestra/timezone.h"
 #include "nls/lxh_ebcdic.h"
 
 namespace kestra::datetime {
 namespace {
 
-constexpr std::uint32_t kFirstRoom = 20;  // entries of the array, doubled when it is full
-// No history has as many by far. The work for a zone is its transitions times this.
-constexpr std::uint32_t kMaxAbbreviations = 1280;
+constexpr std::uint32_t kFirstRoom = 20;           // entries of the array, doubled when it is full
+constexpr std::uint32_t kMaxAbbreviations = 1280;  // no history has as many by far
 
 bool Grow(ltzstep& step) noexcept {
   const std::uint32_t room = step.room == 0 ? kFirstRoom : step.room * 2;
@@ -24,31 +24,62 @@ bool Grow(ltzstep& step) noexcept {
   return true;
 }
 
+// Zone types that were looked at already.
+class SeenTypes {
+ public:
+  bool Insert(std::size_t place) noexcept {
+    std::uint64_t& word = words_[place / 64 % kWords];
+    const std::uint64_t bit = std::uint64_t{1} << (place % 64);
+    const bool fresh = (word & bit) == 0;
+    word |= bit;
+    return fresh;
+  }
+
+ private:
+  static constexpr std::size_t kWords = 1024;  // a bit for each type that a transition can have
+  std::uint64_t words_[kWords] = {};
+};
+
+// An array that was filled for the zone before serves a zone with the same transitions.
+std::uint64_t RunId(const ZoneRun& run) noexcept {
+  return std::uint64_t{run.first} << 32 | run.count;
+}
+
 // Fills the array with the places of the distinct abbreviations of a zone, in the order of their
 // first use. 0, 2 or 6, or the error of the zone.
 int Collect(const ltzfile* address, std::uint32_t id, ltzstep& step) noexcept {
   ZoneView zone;
   const int status = zone.Find(address, id);
   if (status != KES_ZONE_OK) return status;
-  step.count = 0;
   step.next = 0;
+  if (step.array != nullptr && step.reserved[0] == RunId(zone.run)) {
+    step.count = static_cast<std::uint32_t>(step.reserved[1]);
+    return KES_ZONE_OK;
+  }
+  step.count = 0;
+  WorkLimit limit;
+  SeenTypes seen;
+  const std::uint32_t types = zone.file.U32(zone::kTypesAt);
   for (std::uint32_t i = 0; i < zone.run.count; ++i) {
     std::size_t type = 0;
     if (!zone.file.TypeAt(zone.run, i, type)) return KES_ZONE_DAMAGED;
+    if (!seen.Insert((type - types) / zone::kTypeSize)) continue;
     const std::uint32_t at = zone.file.U32(type + zone::kTypeNameAt);
+    const char* text = zone.file.Text(at);
+    if (text == nullptr || !limit.Take(step.count)) return KES_ZONE_DAMAGED;
     bool known = false;
     for (std::uint32_t k = 0; k < step.count && !known; ++k) known = step.array[k] == at;
-    if (known) continue;
-    const char* text = zone.file.Text(at);
-    if (text == nullptr) return KES_ZONE_DAMAGED;
     for (std::uint32_t k = 0; k < step.count && !known; ++k) {
-      known = strcmp(zone.file.Text(step.array[k]), text) == 0;
+      known = limit.Compare(zone.file.Text(step.array[k]), text) == 0;
     }
+    if (limit.exhausted()) return KES_ZONE_DAMAGED;
     if (known) continue;
     if (step.count == kMaxAbbreviations) return KES_ZONE_DAMAGED;
     if (step.count == step.room && !Grow(step)) return KES_ZONE_NO_MEMORY;
     step.array[step.count++] = at;
   }
+  step.reserved[0] = RunId(zone.run);
+  step.reserved[1] = step.count;
   return KES_ZONE_OK;
 }
 

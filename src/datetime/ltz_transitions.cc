@@ -1,7 +1,6 @@
 // A zone's transitions as a whole: as an array, and compared with those of another zone.
-#include <string.h>
-
 #include "datetime/zone_search.h"
+#include "datetime/zone_work.h"
 #include "kestra/timezone.h"
 
 namespace kestra::datetime {
@@ -9,14 +8,15 @@ namespace {
 
 int Sign(std::int64_t value) noexcept { return value < 0 ? -1 : value > 0 ? 1 : 0; }
 
-int CompareAnswers(const ZoneAnswer& a, const ZoneAnswer& b) noexcept {
+int CompareAnswers(const ZoneAnswer& a, const ZoneAnswer& b, WorkLimit& limit) noexcept {
   if (a.offset != b.offset) return a.offset < b.offset ? -1 : 1;
   if (a.daylight != b.daylight) return a.daylight < b.daylight ? -1 : 1;
-  return Sign(strcmp(a.abbreviation, b.abbreviation));
+  return Sign(limit.Compare(a.abbreviation, b.abbreviation));
 }
 
 // Transition by transition; a zone that has no more of them is the higher one.
 int CompareRuns(const ZoneView& a, const ZoneView& b, int& order) noexcept {
+  WorkLimit limit;
   for (std::uint32_t i = 0;; ++i) {
     const bool more_a = i < a.run.count, more_b = i < b.run.count;
     if (!more_a || !more_b) {
@@ -33,7 +33,8 @@ int CompareRuns(const ZoneView& a, const ZoneView& b, int& order) noexcept {
     int status = ReadAnswer(a, i, answer_a);
     if (status == KES_ZONE_OK) status = ReadAnswer(b, i, answer_b);
     if (status != KES_ZONE_OK) return status;
-    const int difference = CompareAnswers(answer_a, answer_b);
+    const int difference = CompareAnswers(answer_a, answer_b, limit);
+    if (limit.exhausted()) return KES_ZONE_DAMAGED;
     if (difference != 0) {
       order = difference;
       return KES_ZONE_OK;

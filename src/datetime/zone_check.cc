@@ -14,13 +14,7 @@ constexpr std::uint32_t kMaxRun = 65535;
 
 class Checker {
  public:
-  explicit Checker(const ZoneFile& file) noexcept : file_(file) {
-    const void* last = memrchr(file.bytes(), 0, file.size());
-    strings_end_ =
-        last == nullptr
-            ? 0
-            : static_cast<std::size_t>(static_cast<const std::uint8_t*>(last) - file.bytes() + 1);
-  }
+  explicit Checker(const ZoneFile& file) noexcept : file_(file) {}
 
   bool CheckNames() const noexcept {
     const std::uint32_t count = file_.U16(zone::kNameCountAt);
@@ -78,7 +72,7 @@ class Checker {
       if (!file_.TypeAt(run, i, type)) return false;
       const std::int32_t offset = file_.Offset(type);
       if (offset < -zone::kMaxOffset || offset > zone::kMaxOffset) return false;
-      if (file_.U32(type + zone::kTypeNameAt) >= strings_end_) return false;
+      if (file_.Abbreviation(type) == nullptr) return false;
       previous = key;
     }
     return true;
@@ -87,9 +81,9 @@ class Checker {
  private:
   // A name of 1 to 255 bytes; null for anything else.
   const char* Name(std::uint32_t at) const noexcept {
-    if (at >= strings_end_) return nullptr;
-    const auto* text = reinterpret_cast<const char*>(file_.bytes() + at);
-    const std::size_t room = std::min<std::size_t>(strings_end_ - at, kMaxName + 1);
+    const char* text = file_.Text(at);
+    if (text == nullptr) return nullptr;
+    const std::size_t room = std::min<std::size_t>(file_.strings_end() - at, kMaxName + 1);
     const std::size_t length = strnlen(text, room);
     return length == 0 || length > kMaxName ? nullptr : text;
   }
@@ -103,7 +97,6 @@ class Checker {
   }
 
   const ZoneFile& file_;
-  std::size_t strings_end_;  // behind the last NUL: every string that begins before it ends
 };
 
 }  // namespace

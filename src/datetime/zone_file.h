@@ -36,6 +36,7 @@ class ZoneFile {
     }
     if (U16(zone::kVersionAt) != zone::kVersion) return KES_ZONE_BAD_VERSION;
     size_ = U32(zone::kSizeAt);
+    strings_end_ = kUnknown;
     if (size_ < zone::kTablesAt || size_ > zone::kMaxSize) return KES_ZONE_DAMAGED;
     return KES_ZONE_OK;
   }
@@ -61,8 +62,18 @@ class ZoneFile {
   }
   // The string at a place; null when it does not end inside the file.
   const char* Text(std::uint32_t at) const noexcept {
-    if (at >= size_ || std::memchr(bytes_ + at, 0, size_ - at) == nullptr) return nullptr;
-    return reinterpret_cast<const char*>(bytes_ + at);
+    return at < strings_end() ? reinterpret_cast<const char*>(bytes_ + at) : nullptr;
+  }
+  // Behind the last NUL: every string that begins before it ends. Searched for once.
+  std::uint32_t strings_end() const noexcept {
+    if (strings_end_ == kUnknown) {
+      const void* last = memrchr(bytes_, 0, size_);
+      strings_end_ =
+          last == nullptr
+              ? 0
+              : static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(last) - bytes_ + 1);
+    }
+    return strings_end_;
   }
 
   // The zone that an id stands for: itself, or its low nine bits. Requires 1 <= id <= 8191.
@@ -131,8 +142,10 @@ class ZoneFile {
   }
 
  private:
+  static constexpr std::uint32_t kUnknown = UINT32_MAX;
   const std::uint8_t* bytes_ = nullptr;
   std::uint32_t size_ = 0;
+  mutable std::uint32_t strings_end_ = kUnknown;
   bool swapped_ = false;
 };
 
