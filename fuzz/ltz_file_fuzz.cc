@@ -70,9 +70,9 @@ Reading Ask(bool local, const ltzfile* file, std::uint32_t id, const LdiDate& da
 
 // Whether local times can be told apart by their fields: those of no calendar get some answer.
 bool IsValid(const LdiDate& date) {
-  return date.year >= 1 && date.year <= 9999 && date.month >= 1 && date.month <= 12 &&
-         date.day >= 1 && date.day <= 28 && date.hour < 24 && date.minute < 60 &&
-         date.second < 60 &&
+  return date.year >= -4712 && date.year <= 9999 && date.year != 0 && date.month >= 1 &&
+         date.month <= 12 && date.day >= 1 && date.day <= 28 && date.hour < 24 &&
+         date.minute < 60 && date.second < 60 &&
          !(date.year == 1582 && date.month == 10 && date.day >= 5 && date.day <= 14);
 }
 

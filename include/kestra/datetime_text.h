@@ -17,7 +17,7 @@
  * Texts are in the set of the context's handle, ASCII without one. Forms ending in U take and give
  * two-byte code units, in the order of the handle's set when that has them, else in the machine's.
  * Results  0 or an error number: of datetime.h, and for models and texts those of date_format.h;
- *          nothing is written then but into the room of a text.
+ *          nothing is written then but into the room of a text or a format.
  * Threads  a context is used by one thread at a time. */
 #ifndef KESTRA_DATETIME_TEXT_H
 #define KESTRA_DATETIME_TEXT_H

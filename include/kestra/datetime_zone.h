@@ -161,7 +161,8 @@ KES_API size_t LdiTZGetMaxFileSize(void) KES_NOEXCEPT;
 
 /* LdiTZMapFile: finds, loads and checks a zone file, as ltzRead; freed by ltzFree.
  * LdiTZReadFile: reads the bytes of a zone file into the caller's memory; not checked but for
- * magic, version and size. path null: the file that ltzRead would read.
+ * magic, version and size. path null: the file that ltzRead would read. When the file is cut while
+ * it is read (1804) the memory holds what was read.
  * Errors   1804; 1877; 1891 no memory. */
 KES_API uint32_t LdiTZMapFile(const ltzfile **out, const char *path, uint32_t order,
                               lxcallbacks *block) KES_NOEXCEPT;

@@ -16,7 +16,8 @@ std::size_t RoundUp(std::size_t size) noexcept {
   return (size + kAlignment - 1) / kAlignment * kAlignment;
 }
 
-// The datetime of a key, a valid one of year 1 or later, moved by some seconds: a few days at most.
+// The datetime of a key, a valid one of year 1 or later, moved by some seconds: a few days at most. It
+// may come to the year 0, which lies between the last day of -1 and the first of 1.
 std::uint64_t MoveKey(std::uint64_t key, std::int32_t seconds) noexcept {
   const auto field = [&](int shift) { return static_cast<std::uint32_t>(key >> shift & 0xFF); };
   const auto at = [](std::uint32_t value, int shift) { return std::uint64_t{value} << shift; };
@@ -27,8 +28,7 @@ std::uint64_t MoveKey(std::uint64_t key, std::int32_t seconds) noexcept {
     for (; time < 0; time += kDaySeconds) --day;
     for (; time >= kDaySeconds; time -= kDaySeconds) ++day;
     const CivilDate moved = SplitDay(day);
-    const std::int32_t year = WithoutYearZero(moved.year, seconds > 0);
-    date = at(static_cast<std::uint32_t>(year + kYearBias), 48) |
+    date = at(static_cast<std::uint32_t>(moved.year + kYearBias), 48) |
            at(static_cast<std::uint32_t>(moved.month), 40) |
            at(static_cast<std::uint32_t>(moved.day), 32);
   }

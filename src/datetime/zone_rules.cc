@@ -93,8 +93,7 @@ std::uint32_t FindRegion(const ltzfile* zones, std::string_view name, std::uint3
 std::uint32_t RegionName(const ltzfile* zones, std::uint32_t region,
                          std::span<char> room) noexcept {
   if (zones == nullptr) return KES_DATETIME_ZONE_FILE;
-  const int status = ltzName(nullptr, nullptr, zones, region, room.data(), room.size());
-  return status == KES_ZONE_NO_ROOM ? std::uint32_t{KES_DATETIME_NO_ROOM} : ZoneError(status);
+  return ZoneError(ltzName(nullptr, nullptr, zones, region, room.data(), room.size()));
 }
 
 Zone SessionZone(const LdiSession* session) noexcept {

@@ -56,7 +56,7 @@ std::uint32_t ShowInZone(LdiDate& date, const Moment& utc, const Zone& zone) noe
 // a value with a region asks; nothing is changed then.
 std::uint32_t RoundInZone(LdiDate& date, std::uint32_t precision, const ltzfile* zones) noexcept;
 
-// The name of a region in ASCII, in room bytes with its NUL. 0, 1804, 1881, 1882, 1877.
+// The name of a region in ASCII, in room bytes with its NUL. 0, 1804, 1881, 1882, 1891.
 std::uint32_t RegionName(const ltzfile* zones, std::uint32_t region, std::span<char> room) noexcept;
 
 // The UTC of any dated value; one without a zone is taken in the session's.

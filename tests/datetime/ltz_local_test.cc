@@ -124,6 +124,34 @@ TEST(LtzGetLocal, AgreesWithTheDefinitionWhereChangesAreClose) {
   }
 }
 
+// There is no year 0 that a local time could lie in.
+TEST(LtzGetLocal, TheFirstDaysOfTheYearOne) {
+  for (const std::int32_t offset : {-90'000, -18'000, 0, 18'000, 90'000}) {
+    const std::vector<std::uint8_t> bytes =
+        BuildZones({{1,
+                     "Test/First",
+                     {{kLongAgo, offset, false, "ONE"},
+                      {kLongAgo + 3600, -offset, false, "TWO"},
+                      {kLongAgo + 90'000, 3600, false, "THREE"}}}});
+    const auto* raw = reinterpret_cast<const ltzfile*>(bytes.data());
+    const ltzfile* indexed = ltzReadMemory(bytes.data(), bytes.size(), nullptr, nullptr);
+    ASSERT_NE(indexed, nullptr);
+    for (const char* day :
+         {"-0001-12-30", "-0001-12-31", "0001-01-01", "0001-01-02", "0001-01-03", "0001-01-04"}) {
+      for (int hour = 0; hour < 24; ++hour) {
+        LdiDate local = Timestamp(day);
+        local.hour = static_cast<std::uint8_t>(hour);
+        EXPECT_EQ(GetLocal(indexed, 1, local), GetLocal(raw, 1, local))
+            << day << " " << hour << " " << offset;
+        if (local.year < 0) {
+          EXPECT_EQ(GetLocal(raw, 1, local).abbreviation, "ONE");
+        }
+      }
+    }
+    ltzFree(indexed);
+  }
+}
+
 TEST(LtzGetLocal, InstantsComeBackFromTheirLocalTime) {
   const LoadedZones zones(TestHome(), ZoneAccess::kIndexedNative);
   std::mt19937_64 random(11);
