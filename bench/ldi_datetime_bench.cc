@@ -1,59 +1,18 @@
-// Timestamps beside Abseil, date (libhowardhinnant-date) and ICU, all from fields to fields: that is
-// what a value is when it is stored. 4096 random timestamps of the years 1970 to 2100.
-#include <benchmark/benchmark.h>
-
-#include <random>
+// Timestamps and intervals beside Abseil, date (libhowardhinnant-date) and ICU, all from fields to
+// fields: that is what a value is when it is stored.
 #include <vector>
 
+#include "bench/cpu_level.h"
+#include "bench/datetime_values.h"
 #include "kestra/datetime_arithmetic.h"
-#include "kestra/datetime_text.h"
 
-#ifdef KESTRA_HAVE_ABSL
-#include <absl/time/civil_time.h>
-#include <absl/time/time.h>
-#endif
-#ifdef KESTRA_HAVE_DATE
-#include <date/date.h>
-
-#include <sstream>
-#endif
 #ifdef KESTRA_HAVE_ICU
 #include <unicode/gregocal.h>
-#include <unicode/smpdtfmt.h>
 #endif
 
 namespace {
 
-constexpr std::size_t kCount = 4096;
-constexpr std::size_t kMask = kCount - 1;
-constexpr char kModel[] = "YYYY-MM-DD HH24:MI:SS.FF6";
-
-struct Values {
-  std::vector<LdiDate> dates;
-  std::vector<LdiInter> spans;  // up to 100 days
-};
-
-const Values& Random() {
-  static const Values values = [] {
-    Values v;
-    std::mt19937_64 random(1);
-    const auto below = [&](unsigned n) { return static_cast<unsigned>(random() % n); };
-    for (std::size_t i = 0; i < kCount; ++i) {
-      LdiDate date{};
-      LdiDateConstruct(&date, static_cast<int>(1970 + below(130)), 1 + below(12), 1 + below(28),
-                       below(24), below(60), below(60), below(1000000) * 1000, 9,
-                       KES_DATETIME_TIMESTAMP, 0, 0, nullptr, 0, nullptr);
-      v.dates.push_back(date);
-      LdiInter span{};
-      LdiInterConstruct(&span, 0, 0, static_cast<int>(below(100)), static_cast<int>(below(24)),
-                        static_cast<int>(below(60)), static_cast<int>(below(60)),
-                        static_cast<int>(below(1000000000)), 9, 9, KES_INTERVAL_DAY_TO_SECOND);
-      v.spans.push_back(span);
-    }
-    return v;
-  }();
-  return values;
-}
+using namespace kestra::bench;
 
 void BM_LdiDateInterAdd(benchmark::State& state) {
   const Values& v = Random();
@@ -92,19 +51,9 @@ void BM_LdiDateCompare(benchmark::State& state) {
 }
 BENCHMARK(BM_LdiDateCompare);
 
-// A column of values in a row, as array forms mostly get them; time for one of kCount.
-template <typename T>
-std::vector<T*> Addresses(std::vector<T>& values, std::size_t step = 1) {
-  std::vector<T*> at;
-  for (std::size_t i = 0; i < values.size(); ++i) at.push_back(&values[i * step % values.size()]);
-  return at;
-}
 struct Columns {
-  std::vector<LdiDate> dates = Random().dates;
-  std::vector<LdiDate> others = dates;
-  std::vector<LdiInter> spans = Random().spans;
-  std::vector<LdiDate> sums = dates;
-  std::vector<LdiInter> differences = spans;
+  std::vector<LdiDate> dates = Random().dates, others = dates, sums = dates;
+  std::vector<LdiInter> spans = Random().spans, differences = spans;
   std::vector<LdiDate*> date = Addresses(dates), other = Addresses(others), sum = Addresses(sums);
   std::vector<LdiInter*> span = Addresses(spans), difference = Addresses(differences);
   std::vector<std::int8_t> orders = std::vector<std::int8_t>(kCount);
@@ -117,95 +66,31 @@ Columns& Column() {
   static Columns columns;
   return columns;
 }
-template <typename Operation>
-void RunColumn(benchmark::State& state, const Operation& operation) {
-  Columns& c = Column();
-  for (auto _ : state) {
-    std::size_t done = 0;
-    benchmark::DoNotOptimize(operation(c, &done));
-    benchmark::ClobberMemory();
-  }
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kCount));
-}
 void BM_LdiDateInterAddarr(benchmark::State& state) {
-  RunColumn(state, [](Columns& c, std::size_t* done) {
-    return LdiDateInterAddarr(c.sum.data(), c.date.data(), kCount, c.span.data(), 0, done);
+  Columns& c = Column();
+  RunColumn(state, [&c] {
+    return LdiDateInterAddarr(c.sum.data(), c.date.data(), kCount, c.span.data(), 0, nullptr);
   });
 }
 BENCHMARK(BM_LdiDateInterAddarr);
 void BM_LdiDateDateSubtractarr(benchmark::State& state) {
-  RunColumn(state, [](Columns& c, std::size_t* done) {
+  Columns& c = Column();
+  RunColumn(state, [&c] {
     return LdiDateDateSubtractarr(c.difference.data(), c.date.data(), kCount, c.other.data(),
-                                  KES_INTERVAL_DAY_TO_SECOND, 0, done);
+                                  KES_INTERVAL_DAY_TO_SECOND, 0, nullptr);
   });
 }
 BENCHMARK(BM_LdiDateDateSubtractarr);
 void BM_LdiDateComparearr(benchmark::State& state) {
-  RunColumn(state, [](Columns& c, std::size_t* done) {
+  Columns& c = Column();
+  RunColumn(state, [&c] {
     return LdiDateComparearr(c.orders.data(), c.date.data(), kCount, c.other.data(), nullptr, 0,
-                             done);
+                             nullptr);
   });
 }
 BENCHMARK(BM_LdiDateComparearr);
 
-struct Formats {
-  Formats() {
-    LdiParseContextInit(&ctx, nullptr, nullptr, nullptr);
-    LdiParseForInput(format, sizeof format, &length, reinterpret_cast<const std::uint8_t*>(kModel),
-                     sizeof kModel - 1, &ctx);
-  }
-  LdiParseContext ctx;
-  std::uint8_t format[64];
-  std::size_t length = 0;
-};
-
-void BM_LdiDateToString(benchmark::State& state) {
-  static Formats f;
-  const Values& v = Random();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    std::uint8_t text[64];
-    std::size_t length = 0;
-    LdiDateToString(text, sizeof text, &length, &v.dates[i & kMask], f.format, f.length, 6, &f.ctx);
-    benchmark::DoNotOptimize(text);
-    ++i;
-  }
-}
-BENCHMARK(BM_LdiDateToString);
-
-std::vector<std::string> Texts() {
-  static Formats f;
-  std::vector<std::string> texts;
-  for (const LdiDate& date : Random().dates) {
-    std::uint8_t text[64];
-    std::size_t length = 0;
-    LdiDateToString(text, sizeof text, &length, &date, f.format, f.length, 6, &f.ctx);
-    texts.emplace_back(text, text + length);
-  }
-  return texts;
-}
-
-void BM_LdiDateFromString(benchmark::State& state) {
-  static Formats f;
-  const std::vector<std::string> texts = Texts();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    const std::string& text = texts[i & kMask];
-    LdiDate out;
-    LdiDateFromString(&out, reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
-                      f.format, f.length, KES_DATETIME_TIMESTAMP, 9, &f.ctx);
-    benchmark::DoNotOptimize(out);
-    ++i;
-  }
-}
-BENCHMARK(BM_LdiDateFromString);
-
 #ifdef KESTRA_HAVE_ABSL
-absl::Time AbslOf(const LdiDate& d) {
-  return absl::FromCivil(absl::CivilSecond(d.year, d.month, d.day, d.hour, d.minute, d.second),
-                         absl::UTCTimeZone()) +
-         absl::Nanoseconds(d.fraction);
-}
 void BM_AbslAdd(benchmark::State& state) {
   const Values& v = Random();
   const absl::TimeZone utc = absl::UTCTimeZone();
@@ -240,36 +125,22 @@ void BM_AbslCompare(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_AbslCompare);
-void BM_AbslFormat(benchmark::State& state) {
-  const Values& v = Random();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(
-        absl::FormatTime("%Y-%m-%d %H:%M:%E6S", AbslOf(v.dates[i & kMask]), absl::UTCTimeZone()));
-    ++i;
-  }
+void BM_AbslCompareColumn(benchmark::State& state) {
+  std::vector<absl::Time> x, y;
+  std::vector<std::int8_t> orders(kCount);
+  for (const LdiDate& date : Column().dates) x.push_back(AbslOf(date));
+  for (const LdiDate& date : Column().others) y.push_back(AbslOf(date));
+  RunColumn(state, [&] {
+    for (std::size_t i = 0; i < kCount; ++i) {
+      orders[i] = static_cast<std::int8_t>(x[i] < y[i] ? -1 : x[i] == y[i] ? 0 : 1);
+    }
+    return orders[0];
+  });
 }
-BENCHMARK(BM_AbslFormat);
-void BM_AbslParse(benchmark::State& state) {
-  const std::vector<std::string> texts = Texts();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    absl::Time time;
-    std::string error;
-    absl::ParseTime("%Y-%m-%d %H:%M:%E6S", texts[i & kMask], &time, &error);
-    benchmark::DoNotOptimize(time);
-    ++i;
-  }
-}
-BENCHMARK(BM_AbslParse);
+BENCHMARK(BM_AbslCompareColumn);
 #endif
 
 #ifdef KESTRA_HAVE_DATE
-using Nanos = std::chrono::nanoseconds;
-date::sys_time<Nanos> DateOf(const LdiDate& d) {
-  return date::sys_days{date::year{d.year} / d.month / d.day} + std::chrono::hours{d.hour} +
-         std::chrono::minutes{d.minute} + std::chrono::seconds{d.second} + Nanos{d.fraction};
-}
 void BM_DateAdd(benchmark::State& state) {
   const Values& v = Random();
   std::size_t i = 0;
@@ -297,29 +168,55 @@ void BM_DateSubtract(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_DateSubtract);
-void BM_DateFormat(benchmark::State& state) {
-  const Values& v = Random();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(date::format(
-        "%F %T",
-        std::chrono::time_point_cast<std::chrono::microseconds>(DateOf(v.dates[i & kMask]))));
-    ++i;
-  }
+// From columns of records to columns of records.
+void SetTime(LdiDate& out, const date::hh_mm_ss<Nanos>& time) {
+  out.hour = static_cast<std::uint8_t>(time.hours().count());
+  out.minute = static_cast<std::uint8_t>(time.minutes().count());
+  out.second = static_cast<std::uint8_t>(time.seconds().count());
+  out.fraction = static_cast<std::uint32_t>(time.subseconds().count());
 }
-BENCHMARK(BM_DateFormat);
-void BM_DateParse(benchmark::State& state) {
-  const std::vector<std::string> texts = Texts();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    std::istringstream in(texts[i & kMask]);
-    date::sys_time<std::chrono::microseconds> time;
-    in >> date::parse("%F %T", time);
-    benchmark::DoNotOptimize(time);
-    ++i;
-  }
+void BM_DateAddColumn(benchmark::State& state) {
+  Columns& c = Column();
+  RunColumn(state, [&c] {
+    for (std::size_t i = 0; i < kCount; ++i) {
+      const LdiInter& s = c.spans[i];
+      const auto sum = DateOf(c.dates[i]) + date::days{s.field[0]} +
+                       std::chrono::hours{s.field[1]} + std::chrono::minutes{s.field[2]} +
+                       std::chrono::seconds{s.field[3]} + Nanos{s.field[4]};
+      const auto day = date::floor<date::days>(sum);
+      const date::year_month_day parts{day};
+      c.sums[i] = {};
+      c.sums[i].year = static_cast<std::int16_t>(static_cast<int>(parts.year()));
+      c.sums[i].month = static_cast<std::uint8_t>(static_cast<unsigned>(parts.month()));
+      c.sums[i].day = static_cast<std::uint8_t>(static_cast<unsigned>(parts.day()));
+      SetTime(c.sums[i], date::hh_mm_ss<Nanos>{sum - day});
+      c.sums[i].type = KES_DATETIME_TIMESTAMP;
+    }
+    return c.sums[0];
+  });
 }
-BENCHMARK(BM_DateParse);
+BENCHMARK(BM_DateAddColumn);
+void BM_DateSubtractColumn(benchmark::State& state) {
+  Columns& c = Column();
+  RunColumn(state, [&c] {
+    for (std::size_t i = 0; i < kCount; ++i) {
+      const auto span = DateOf(c.dates[i]) - DateOf(c.others[i]);
+      const auto days = std::chrono::duration_cast<date::days>(span);
+      const date::hh_mm_ss<Nanos> time{span - days};
+      const int sign = time.is_negative() ? -1 : 1;
+      c.differences[i] = {{static_cast<std::int32_t>(days.count()),
+                           static_cast<std::int32_t>(sign * time.hours().count()),
+                           static_cast<std::int32_t>(sign * time.minutes().count()),
+                           static_cast<std::int32_t>(sign * time.seconds().count()),
+                           static_cast<std::int32_t>(sign * time.subseconds().count())},
+                          KES_INTERVAL_DAY_TO_SECOND,
+                          0,
+                          0};
+    }
+    return c.differences[0];
+  });
+}
+BENCHMARK(BM_DateSubtractColumn);
 #endif
 
 #ifdef KESTRA_HAVE_ICU
@@ -339,21 +236,13 @@ void BM_IcuAdd(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_IcuAdd);
-void BM_IcuFormat(benchmark::State& state) {
-  UErrorCode status = U_ZERO_ERROR;
-  icu::SimpleDateFormat format(icu::UnicodeString("yyyy-MM-dd HH:mm:ss.SSS"), status);
-  format.setTimeZone(*icu::TimeZone::getGMT());
-  double at = 0;
-  for (auto _ : state) {
-    icu::UnicodeString text;
-    format.format(at, text);
-    benchmark::DoNotOptimize(text);
-    at += 123456789.0;
-  }
-}
-BENCHMARK(BM_IcuFormat);
 #endif
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  kestra::bench::ForceCpuLevelOfEnvironment();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

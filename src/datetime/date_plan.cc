@@ -33,10 +33,6 @@ constexpr ElementFields FieldsOf(std::uint32_t code) noexcept {
   }
 }
 
-// Added to the difference of a byte to the plan's text.
-constexpr std::uint8_t kExact = 0x7F;
-constexpr std::uint8_t kDigit = 0x7F - 9;
-
 }  // namespace
 
 bool AddText(Plan& plan, std::span<const std::uint8_t> text) noexcept {

@@ -14,6 +14,10 @@
 
 namespace kestra::datetime {
 
+// The limits of a plan's text: a byte that has to be the same, and a digit.
+inline constexpr std::uint8_t kExact = 0x7F;
+inline constexpr std::uint8_t kDigit = 0x7F - 9;
+
 // Put a literal, or an element, behind a plan's text; false when it is of no plan or does not fit.
 bool AddText(Plan& plan, std::span<const std::uint8_t> text) noexcept;
 bool AddElement(Plan& plan, std::uint32_t code, std::uint32_t modifier, Basis basis) noexcept;

@@ -12,12 +12,10 @@ namespace {
 constexpr std::size_t kTailSize = 8;
 constexpr std::uint64_t kHighBits = 0x8080808080808080;
 constexpr std::uint64_t kEveryByte = 0x0101010101010101;
-constexpr std::uint8_t kExact = 0x7F;
-constexpr std::uint8_t kDigit = 0x7F - 9;
 
 // Which bits the two signs differ by.
-std::uint8_t SignBits(const State& state) noexcept {
-  return static_cast<std::uint8_t>(InSet(state, '+') ^ InSet(state, '-'));
+constexpr std::uint8_t SignBits(Basis basis) noexcept {
+  return static_cast<std::uint8_t>(InBasis('+', basis) ^ InBasis('-', basis));
 }
 
 // Puts items into a plan as long as they go.
@@ -31,7 +29,7 @@ class PlanMaker {
     if (literal) return AddLiteral({item.literal, item.literal_length});
     const auto code = static_cast<std::uint8_t>(item.code);
     if (IsDatetimeElement(code)) return AddDatetimeElement(code);
-    return in_head_ && AddElement(plan_.head, item.code, item.modifier, state_.basis);
+    return in_head_ && AddElement(plan_.head, item.code, item.modifier, plan_.basis);
   }
 
  private:
@@ -65,8 +63,9 @@ class PlanMaker {
     }
     in_head_ = false;
     place = plan_.tail_size;
-    if (hour) AddTail(InSet(state_, '+'), static_cast<std::uint8_t>(kExact - SignBits(state_)));
-    for (int i = 0; i < 2; ++i) AddTail(InSet(state_, '0'), kDigit);
+    if (hour)
+      AddTail(InBasis('+', plan_.basis), static_cast<std::uint8_t>(kExact - SignBits(plan_.basis)));
+    for (int i = 0; i < 2; ++i) AddTail(InBasis('0', plan_.basis), kDigit);
     return true;
   }
 
@@ -125,7 +124,7 @@ bool ReadFraction(std::span<const std::uint8_t> text, std::uint8_t zero, std::ui
   return true;
 }
 
-bool ReadTail(const DatetimePlan& plan, const State& state, std::span<const std::uint8_t> text,
+bool ReadTail(const DatetimePlan& plan, std::span<const std::uint8_t> text,
               PlannedFields& fields) noexcept {
   if (text.size() - fields.used < plan.tail_size) return false;
   const std::uint64_t difference =
@@ -143,7 +142,7 @@ bool ReadTail(const DatetimePlan& plan, const State& state, std::span<const std:
   if (plan.minute_at != kNoPlace) minute = 10 * at(plan.minute_at) + at(plan.minute_at + 1u);
   fields.zone_minutes = 60 * hour + minute;
   fields.zone_negative = sign != 0;
-  return (sign == 0 || sign == SignBits(state)) && minute <= 59 &&
+  return (sign == 0 || sign == SignBits(plan.basis)) && minute <= 59 &&
          fields.zone_minutes <= kMaxZoneMinutes;
 }
 
@@ -158,6 +157,7 @@ const DatetimePlan* MakeDatetimePlan(ldxctx& ctx, std::span<const std::uint8_t> 
   memcpy(plan.format, format.data(), format.size());
   plan.format_length = static_cast<std::uint8_t>(format.size());
   plan.types = 0xFF;
+  plan.basis = StateOf(ctx).basis;
   plan.readable = !CheckReadable(format, true);
   PlanMaker maker(plan, ctx);
   bool going = true;
@@ -179,18 +179,17 @@ const DatetimePlan* MakeDatetimePlan(ldxctx& ctx, std::span<const std::uint8_t> 
   return plan.covered != 0 ? &plan : nullptr;
 }
 
-bool PutDatetimePlan(const DatetimePlan& plan, const State& state, const LdiDate& date,
-                     std::uint32_t precision, std::span<std::uint8_t> out,
-                     std::size_t& used) noexcept {
+bool PutDatetimePlan(const DatetimePlan& plan, const LdiDate& date, std::uint32_t precision,
+                     std::span<std::uint8_t> out, std::size_t& used) noexcept {
   const std::size_t digits = plan.digits == kAnyDigits ? precision : plan.digits;
   const std::size_t head = plan.head.text_length;
   if (head + digits + plan.tail_size > out.size()) return false;
   ldxdate parts;
   std::memcpy(&parts, &date, sizeof parts);
-  PutPlan(plan.head, parts, state.basis, out.data());
+  PutPlan(plan.head, parts, plan.basis, out.data());
   std::uint8_t* at = out.data() + head;
   if (digits != 0) {
-    const std::uint64_t zeros = kEveryByte * InSet(state, '0');
+    const std::uint64_t zeros = kEveryByte * InBasis('0', plan.basis);
     const std::uint32_t first = date.fraction / 100'000'000;
     const std::uint64_t more = EightDigits(date.fraction - first * 100'000'000) | zeros;
     PutBytes(at, (more << 8 | (zeros & 0xFF)) + first, digits < 9 ? digits : 8);
@@ -204,7 +203,7 @@ bool PutDatetimePlan(const DatetimePlan& plan, const State& state, const LdiDate
     const auto pair = [](std::uint32_t value, std::size_t place) {
       return std::uint64_t{value / 10 | value % 10 << 8} << 8 * place;
     };
-    if (zone < 0) tail ^= std::uint64_t{SignBits(state)} << 8 * plan.sign_at;
+    if (zone < 0) tail ^= std::uint64_t{SignBits(plan.basis)} << 8 * plan.sign_at;
     tail |= pair(minutes / 60, plan.sign_at + 1u);
     if (plan.minute_at != kNoPlace) tail |= pair(minutes % 60, plan.minute_at);
   }
@@ -213,13 +212,14 @@ bool PutDatetimePlan(const DatetimePlan& plan, const State& state, const LdiDate
   return true;
 }
 
-bool ReadDatetimePlan(const DatetimePlan& plan, const State& state,
-                      std::span<const std::uint8_t> text, PlannedFields& fields) noexcept {
+bool ReadDatetimePlan(const DatetimePlan& plan, std::span<const std::uint8_t> text,
+                      PlannedFields& fields) noexcept {
   const std::size_t head = plan.head.text_length;
   if (text.size() < head || !ReadPlan(plan.head, text.first(head), fields.parts)) return false;
   fields.used = head;
-  if (plan.digits != 0 && !ReadFraction(text, InSet(state, '0'), plan.digits, fields)) return false;
-  return plan.tail_size == 0 || ReadTail(plan, state, text, fields);
+  const std::uint8_t zero = InBasis('0', plan.basis);
+  if (plan.digits != 0 && !ReadFraction(text, zero, plan.digits, fields)) return false;
+  return plan.tail_size == 0 || ReadTail(plan, text, fields);
 }
 
 }  // namespace kestra::datetime

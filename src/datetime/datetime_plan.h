@@ -88,22 +88,21 @@ inline void PutBytes(std::uint8_t* out, std::uint64_t bytes, std::size_t count) 
 }
 
 // Writes the part of a format that its plan serves. used: what was written; false: no room.
-bool PutDatetimePlan(const DatetimePlan& plan, const State& state, const LdiDate& date,
-                     std::uint32_t precision, std::span<std::uint8_t> out,
-                     std::size_t& used) noexcept;
+bool PutDatetimePlan(const DatetimePlan& plan, const LdiDate& date, std::uint32_t precision,
+                     std::span<std::uint8_t> out, std::size_t& used) noexcept;
 
 // What a text said by a plan.
 struct PlannedFields {
   ldxdate parts;
   std::uint32_t fraction = 0;
-  std::uint32_t digits = 0;  // of the fraction
+  std::uint32_t digits = 0;       // of the fraction
   std::int32_t zone_minutes = 0;  // without its sign
   bool zone_negative = false;
   std::size_t used = 0;  // bytes of the text
 };
 // Reads a text that agrees byte by byte with a readable plan. False: it does not, or it says what is
 // out of range.
-bool ReadDatetimePlan(const DatetimePlan& plan, const State& state,
-                      std::span<const std::uint8_t> text, PlannedFields& fields) noexcept;
+bool ReadDatetimePlan(const DatetimePlan& plan, std::span<const std::uint8_t> text,
+                      PlannedFields& fields) noexcept;
 
 }  // namespace kestra::datetime

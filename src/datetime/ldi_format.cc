@@ -39,7 +39,7 @@ class Formatter {
   // plan: the format's, or null.
   std::uint32_t Format(std::span<const std::uint8_t> format, const DatetimePlan* plan) noexcept {
     if (plan != nullptr && ServesType(*plan, date_.type)) {
-      if (!PutDatetimePlan(*plan, state_, date_, precision_, out_, used_)) {
+      if (!PutDatetimePlan(*plan, date_, precision_, out_, used_)) {
         return KES_DATETIME_NO_ROOM;
       }
       format = format.subspan(plan->covered);
@@ -175,7 +175,7 @@ std::uint32_t FormatUnits(std::span<std::uint8_t> out, std::size_t& used, const 
 inline std::uint32_t Format(std::span<std::uint8_t> out, std::size_t& used, const LdiDate& date,
                             const Job& job) noexcept {
   if (job.planned && IsPlainValue(date) && ServesType(*job.plan, date.type)) [[likely]] {
-    return PutDatetimePlan(*job.plan, StateOf(job.ctx.date), date, job.precision, out, used)
+    return PutDatetimePlan(*job.plan, date, job.precision, out, used)
                ? 0
                : std::uint32_t{KES_DATETIME_NO_ROOM};
   }

@@ -2,6 +2,7 @@
 //
 // Tests: tests/datetime/ldi_text_test.cc; fuzz/ldi_text_fuzz.cc.
 #include "datetime/array_form.h"
+#include "datetime/datetime_plan.h"
 #include "datetime/datetime_text.h"
 #include "kestra/datetime_zone.h"
 
@@ -18,6 +19,7 @@ struct Parts {
   bool date = false;
   bool time = false;
   std::string_view zone;  // empty: none
+  bool checked = false;   // the fields are in their ranges
 };
 
 // Exactly count digits.
@@ -98,9 +100,7 @@ std::uint32_t ReadParts(PlainReader text, Parts& parts) noexcept {
     if (text.AtEnd()) return 0;
     if (blanks == 0 && !text.Take('T') && !text.Take('t')) return kTextLeft;
   }
-  const std::uint32_t error = TakeTime(text, parts);
-  while (!parts.zone.empty() && parts.zone.back() == ' ') parts.zone.remove_suffix(1);
-  return error;
+  return TakeTime(text, parts);
 }
 
 // +hhmm, which ISO 8601 writes without a colon, becomes +hh:mm.
@@ -149,6 +149,46 @@ std::uint32_t Make(LdiDate& out, const Parts& parts, std::uint32_t type,
   return 0;
 }
 
+// What nearly every timestamp is written as, YYYY-MM-DD HH:MM:SS with a fraction or without, as a
+// plan; ISO 8601 has a T in its middle.
+constexpr DatetimePlan MakeLiteralPlan(char between, bool fraction) noexcept {
+  constexpr std::string_view kText = "0000-00-00 00:00:00.";
+  constexpr std::uint8_t kPlaces[] = {0, 2, 5, 8, 11, 14, 17};  // century, year, month...
+  DatetimePlan plan{};
+  Plan& head = plan.head;
+  head.text_length = static_cast<std::uint8_t>(fraction ? kText.size() : kText.size() - 1);
+  for (std::size_t i = 0; i < head.text_length; ++i) {
+    head.text[i] = static_cast<std::uint8_t>(kText[i] == ' ' ? between : kText[i]);
+    head.limits[i] = kText[i] == '0' ? kDigit : kExact;
+  }
+  for (std::size_t i = 0; i < kPlanFieldCount; ++i) head.place[i] = kPlaces[i];
+  plan.digits = fraction ? kAnyDigits : 0;
+  plan.sign_at = plan.minute_at = kNoPlace;
+  return plan;
+}
+constexpr DatetimePlan kLiteralPlans[2][2] = {
+    {MakeLiteralPlan(' ', false), MakeLiteralPlan(' ', true)},
+    {MakeLiteralPlan('T', false), MakeLiteralPlan('T', true)}};
+constexpr std::size_t kBetweenAt = 10;
+constexpr std::size_t kFractionAt = 19;
+
+// Such a text. False: it is none, or it has something to complain about.
+bool TakePlanned(std::string_view text, Parts& parts) noexcept {
+  if (text.size() < kFractionAt) return false;
+  const bool fraction = text.size() > kFractionAt && text[kFractionAt] == '.';
+  const DatetimePlan& plan = kLiteralPlans[text[kBetweenAt] == 'T' ? 1 : 0][fraction ? 1 : 0];
+  PlannedFields fields;
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  if (!ReadDatetimePlan(plan, {bytes, text.size()}, fields)) return false;
+  PlainReader rest(text.substr(fields.used));
+  if (IsDigit(rest.Peek()) || rest.Peek() == '.' || rest.Peek() == ',') return false;
+  rest.Blanks();
+  const ldxdate& date = fields.parts;
+  parts = {date.year,   date.month,      date.day, date.hour, date.minute,
+           date.second, fields.fraction, true,     true,      rest.Rest()};
+  return true;
+}
+
 // KEYWORD 'text', or the text alone.
 std::uint32_t Read(LdiDate& out, std::string_view view, std::uint32_t type,
                    const LdiSession* session) noexcept {
@@ -169,7 +209,10 @@ std::uint32_t Read(LdiDate& out, std::string_view view, std::uint32_t type,
     if (!text.AtEnd()) return kTextLeft;
   }
   Parts parts;
-  if (const std::uint32_t error = ReadParts(PlainReader(inside), parts)) return error;
+  if (!TakePlanned(inside, parts)) {
+    if (const std::uint32_t error = ReadParts(PlainReader(inside), parts)) return error;
+  }
+  while (!parts.zone.empty() && parts.zone.back() == ' ') parts.zone.remove_suffix(1);
   const bool agrees = (!timestamp || (parts.date && parts.time)) &&
                       (!date || (parts.date && !parts.time)) && (!time || !parts.date);
   return agrees ? Make(out, parts, type, session) : kNotALiteral;
@@ -178,30 +221,22 @@ std::uint32_t Read(LdiDate& out, std::string_view view, std::uint32_t type,
 std::uint32_t Write(PlainWriter& out, const LdiDate& date, std::uint32_t precision,
                     const LdiSession* session) noexcept {
   if (precision > KES_DATETIME_MAX_PRECISION) return KES_DATETIME_BAD_FRACTION;
-  if (const std::uint32_t faults = LdiDateCheck(&date)) return LdiDateFault(faults);
+  const std::uint32_t faults = IsPlainValue(date) ? 0 : LdiDateCheck(&date);
+  if (faults != 0) return LdiDateFault(faults);
   const bool dated = HasDate(date.type);
   // A date that has a time of day is only kept by a timestamp.
   const bool timed = date.type != KES_DATETIME_DATE || ClockSeconds(date) != 0;
   out.Put(!dated ? "TIME '" : timed ? "TIMESTAMP '" : "DATE '");
-  if (dated) {
-    if (date.year < 0) out.Put('-');
-    out.PutNumber(static_cast<std::uint32_t>(date.year < 0 ? -date.year : date.year), 4);
-    out.Put('-');
-    out.PutNumber(date.month, 2);
-    out.Put('-');
-    out.PutNumber(date.day, 2);
-    if (timed) out.Put(' ');
-  }
-  if (timed) {
-    out.PutNumber(date.hour, 2);
-    out.Put(':');
-    out.PutNumber(date.minute, 2);
-    out.Put(':');
-    out.PutNumber(date.second, 2);
-    if (HasFraction(date.type) && precision != 0) {
-      out.Put('.');
-      out.PutFraction(date.fraction, precision);
-    }
+  const bool fraction = HasFraction(date.type) && precision != 0;
+  if (date.year < 0) out.Put('-');
+  std::uint8_t all[kPlanText];
+  std::size_t used = 0;
+  PutDatetimePlan(kLiteralPlans[0][fraction ? 1 : 0], date, precision, all, used);
+  const std::string_view text(reinterpret_cast<const char*>(all), used);
+  if (!dated) {
+    out.Put(text.substr(kBetweenAt + 1));
+  } else {
+    out.Put(timed ? text : text.substr(0, kBetweenAt));
   }
   if (HasZone(date.type)) {
     out.Put(' ');

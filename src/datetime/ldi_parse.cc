@@ -186,7 +186,7 @@ class Job {
 inline bool ReadByPlan(LdiDate& out, std::span<const std::uint8_t> text, const Job& job) noexcept {
   PlannedFields planned;
   const DatetimePlan& plan = *job.plan;
-  if (!ReadDatetimePlan(plan, StateOf(job.ctx.date), text, planned)) return false;
+  if (!ReadDatetimePlan(plan, text, planned)) return false;
   const bool whole = plan.covered == job.format.size();
   if (whole && planned.used != text.size()) return false;
   // Offsets do not lead out of the calendar but in its first and last years.

@@ -92,6 +92,7 @@ struct DatetimePlan {
   std::uint8_t format_length;                // 0: none
   std::uint8_t covered;                      // bytes of the format that the plan serves
   std::uint8_t types;      // bit n: the type n has all elements of the whole format
+  Basis basis;
   bool readable;           // the whole format is, and nothing of the date comes after the plan
   std::uint8_t digits;     // of the fraction; 0: none, kAnyDigits: as many as asked for
   std::uint8_t tail_size;  // bytes behind the fraction

@@ -16,6 +16,24 @@ bool HasTwoByteUnits(const lxhandle* handle) noexcept {
   return handle != nullptr && (handle->flags & KES_CHARSET_UTF16) != 0;
 }
 
+bool IsAscii(std::string_view text) noexcept {
+  std::uint64_t all = 0;
+  std::size_t at = 0;
+  for (; at + 8 <= text.size(); at += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, text.data() + at, 8);
+    all |= word;
+  }
+  for (; at < text.size(); ++at) all |= static_cast<std::uint8_t>(text[at]);
+  return (all & 0x8080808080808080) == 0;
+}
+
+std::string_view Trim(std::string_view text) noexcept {
+  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  return text;
+}
+
 }  // namespace
 
 // character(i) is the i-th character of a text.
@@ -42,7 +60,12 @@ PlainText::PlainText(const std::uint8_t* text, std::size_t length,
       return AsciiOf(byte);
     });
   } else {
-    Fill(length, [&](std::size_t i) { return AsciiOf(text[i]); });
+    const std::string_view bytes = Trim({reinterpret_cast<const char*>(text), length});
+    if (bytes.size() <= kRoom && IsAscii(bytes)) {
+      text_ = bytes;
+    } else {
+      Fill(length, [&](std::size_t i) { return AsciiOf(text[i]); });
+    }
   }
 }
 

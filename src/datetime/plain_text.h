@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -20,8 +21,8 @@ constexpr char ToUpper(char c) noexcept {
 // The longest text is the literal of a timestamp with a region, whose name has up to 255 characters.
 inline constexpr std::size_t kPlainRoom = 320;
 
-// What is read: a copy in ASCII, blanks at both ends removed. A character that ASCII has not is the
-// byte FF. What does not fit is no literal: it is left empty.
+// What is read: the text in ASCII, blanks at both ends removed, where it is or as a copy. A character
+// that ASCII has not is the byte FF. What does not fit is no literal: it is left empty.
 class PlainText {
  public:
   PlainText(const std::uint8_t* text, std::size_t length, const lxhandle* handle) noexcept;
@@ -45,7 +46,9 @@ class PlainWriter {
     if (length_ < kRoom) buffer_[length_++] = c;
   }
   void Put(std::string_view text) noexcept {
-    for (const char c : text) Put(c);
+    const std::size_t size = text.size() < kRoom - length_ ? text.size() : kRoom - length_;
+    if (size != 0) std::memcpy(buffer_ + length_, text.data(), size);
+    length_ += size;
   }
   // At least digits digits, zeros in front.
   void PutNumber(std::uint64_t value, unsigned digits = 1) noexcept;
