@@ -9,6 +9,15 @@ namespace kestra::nls::convert {
 namespace iso2022 {
 namespace {
 
+// The code points of the bytes 20..7F.
+constexpr auto MakeAsciiLetters() noexcept {
+  std::array<std::uint16_t, 256> letters{};
+  letters.fill(nlb::charset::kNoCharacter);
+  for (std::uint16_t byte = 0x20; byte < 0x80; ++byte) letters[byte] = byte;
+  return letters;
+}
+constexpr auto kAsciiLetters = MakeAsciiLetters();
+
 class Reader {
  public:
   explicit Reader(const Iso2022& composed) noexcept
@@ -104,21 +113,17 @@ class Reader {
     }
     const PairTable& table = *pairs.table;
     const std::uint32_t escape_mask = pairs.escape_length == 3 ? 0xFFFFFF : 0xFFFFFFFF;
+    const PairTable::Letters letters = {japanese ? nullptr : kAsciiLetters.data(), kShiftIn,
+                                        kShiftOut};
     bool in_other = state.shifted() || state.g(0) != kAscii;
     std::uint32_t count = 0;
     while (p < end && count < limit) {
       const std::uint32_t byte = *p;
       if (in_other && byte >= 0x21) {
-        const std::uint32_t run = table.ReadRun(p, end, out + count, limit - count, 0x80, 0x21);
+        const std::uint32_t run =
+            table.ReadRun(p, end, out + count, limit - count, 0x80, 0x21, letters);
         if (run == 0) break;
         count += run;
-        p += std::size_t{2} * run;
-        // One letter between two words, most often a space.
-        while (end - p >= 3 && p[0] == kShiftIn && p[2] == kShiftOut && p[1] - 0x20u < 0x60 &&
-               !japanese && count < limit) {
-          out[count++] = p[1];
-          p += 3;
-        }
       } else if (!in_other && byte - 0x20 < 0x60) {
         // A character a step is better where a space stands between two words of the other part.
         if (end - p >= 8 && limit - count >= 8 && ArePrintable(LoadAt<std::uint64_t>(p, 0))) {

@@ -45,42 +45,69 @@ class PairTable {
     return wide_ ? Load32(cells_, std::size_t{4} * cell) : Load16(cells_, std::size_t{2} * cell);
   }
 
-  // Reads pairs up to the first that is none, each byte changed by flip. Returns how many. A first
-  // byte below least ends the run too. Not inline: the loop needs the registers for itself.
-  [[gnu::noinline]] std::uint32_t ReadRun(const std::uint8_t* p, const std::uint8_t* end,
+  // What may stand between two runs of pairs: one letter, most often a space, behind the shift to
+  // letters and in front of the shift back.
+  struct Letters {
+    const std::uint16_t* code_points;  // by byte; null: there are no such letters
+    std::uint8_t shift_in;
+    std::uint8_t shift_out;
+  };
+
+  // Reads pairs, each byte changed by flip, and single letters between them, up to the first that is
+  // none; p then is there. Returns how many characters. A first byte below least ends the run too.
+  // Not inline: the loop needs the registers for itself.
+  [[gnu::noinline]] std::uint32_t ReadRun(const std::uint8_t*& p, const std::uint8_t* end,
                                           std::uint32_t* out, std::uint32_t limit,
-                                          std::uint32_t flip, std::uint32_t least) const noexcept {
-    return wide_ ? ReadCells<std::uint32_t>(p, end, out, limit, flip, least)
-                 : ReadCells<std::uint16_t>(p, end, out, limit, flip, least);
+                                          std::uint32_t flip, std::uint32_t least,
+                                          const Letters& letters) const noexcept {
+    return wide_ ? ReadCells<std::uint32_t>(p, end, out, limit, flip, least, letters)
+                 : ReadCells<std::uint16_t>(p, end, out, limit, flip, least, letters);
   }
 
  private:
   template <typename Cell>
-  std::uint32_t ReadCells(const std::uint8_t* p, const std::uint8_t* end, std::uint32_t* out,
-                          std::uint32_t limit, std::uint32_t flip,
-                          std::uint32_t least) const noexcept {
+  std::uint32_t ReadCells(const std::uint8_t*& p, const std::uint8_t* end, std::uint32_t* out,
+                          std::uint32_t limit, std::uint32_t flip, std::uint32_t least,
+                          const Letters& given) const noexcept {
     // Copies, which stay in registers: out may point anywhere.
     const std::uint8_t* const leads = leads_;
     const std::uint8_t* const rows = rows_;
     const std::uint8_t* const cells = cells_;
     const std::uint32_t row_count = row_count_;
     const std::uint32_t cell_count = cell_count_;
-    const auto pairs = static_cast<std::size_t>(end - p) / 2;
-    const std::size_t count = pairs < limit ? pairs : limit;
-    std::size_t i = 0;
-    for (; i < count && p[2 * i] >= least; ++i) {
-      const std::uint32_t row = Load16(leads, std::size_t{2} * (p[2 * i] ^ flip)) - 1u;
-      if (row >= row_count) break;
-      const std::uint8_t* entry = rows + std::size_t{row} * nlb::charset::kRowSize;
-      const std::uint32_t second = p[2 * i + 1] ^ flip;
-      if (second < entry[0] || second > entry[1]) break;
-      const std::uint64_t cell = std::uint64_t{Load32(entry, 4)} + (second - entry[0]);
-      if (cell >= cell_count) break;
-      const std::uint32_t code_point = LoadAt<Cell>(cells, sizeof(Cell) * cell);
-      if (code_point - 1 >= kMaxCodePoint) break;
-      out[i] = code_point;
+    const Letters letters = given;
+    const std::uint8_t* q = p;
+    std::uint32_t* made = out;
+    std::uint32_t* const out_end = out + limit;
+    for (;;) {
+      const auto pairs = static_cast<std::size_t>(end - q) / 2;
+      const auto room = static_cast<std::size_t>(out_end - made);
+      const std::size_t count = pairs < room ? pairs : room;
+      std::size_t i = 0;
+      for (; i < count && q[2 * i] >= least; ++i) {
+        const std::uint32_t row = Load16(leads, std::size_t{2} * (q[2 * i] ^ flip)) - 1u;
+        if (row >= row_count) break;
+        const std::uint8_t* entry = rows + std::size_t{row} * nlb::charset::kRowSize;
+        const std::uint32_t second = q[2 * i + 1] ^ flip;
+        if (second < entry[0] || second > entry[1]) break;
+        const std::uint64_t cell = std::uint64_t{Load32(entry, 4)} + (second - entry[0]);
+        if (cell >= cell_count) break;
+        const std::uint32_t code_point = LoadAt<Cell>(cells, sizeof(Cell) * cell);
+        if (code_point - 1 >= kMaxCodePoint) break;
+        made[i] = code_point;
+      }
+      q += 2 * i;
+      made += i;
+      if (end - q < 3 || q[0] != letters.shift_in || q[2] != letters.shift_out || made == out_end ||
+          letters.code_points == nullptr ||
+          letters.code_points[q[1]] == nlb::charset::kNoCharacter) {
+        break;
+      }
+      *made++ = letters.code_points[q[1]];
+      q += 3;
     }
-    return static_cast<std::uint32_t>(i);
+    p = q;
+    return static_cast<std::uint32_t>(made - out);
   }
 
   static constexpr std::uint8_t kNoLeads[512] = {};
@@ -117,6 +144,7 @@ class StatefulDecoder {
     // Copies, which the compiler can keep in registers while the block is written.
     const PairTable pairs = pairs_;
     const std::uint16_t* const code_points = code_points_;
+    const PairTable::Letters letters = {code_points, shift_in_, shift_out_};
     for (;;) {
       if (!shifted) {
         // Shift bytes are no characters of the table, so one test finds them too.
@@ -126,16 +154,7 @@ class StatefulDecoder {
         }
         if (p == few && out < out_end) ReadLongRun(p, end, out, out_end);
       } else {
-        const std::uint32_t run =
-            pairs.ReadRun(p, end, out, static_cast<std::uint32_t>(out_end - out), 0, 0);
-        out += run;
-        p += std::size_t{2} * run;
-        // One letter between two words, most often a space.
-        while (end - p >= 3 && p[0] == shift_in_ && p[2] == shift_out_ && out < out_end &&
-               code_points[p[1]] != nlb::charset::kNoCharacter) {
-          *out++ = code_points[p[1]];
-          p += 3;
-        }
+        out += pairs.ReadRun(p, end, out, static_cast<std::uint32_t>(out_end - out), 0, 0, letters);
       }
       while (p < end && IsShift(*p)) shifted = *p++ == shift_out_;
       if (p == end || out == out_end) break;

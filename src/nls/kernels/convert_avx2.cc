@@ -73,7 +73,7 @@ KES_AVX2 std::size_t NarrowCodePoints(const std::uint32_t* in, std::size_t count
   const __m256i surrogate_bits = _mm256_set1_epi32(0xF800);
   const __m256i surrogate = _mm256_set1_epi32(0xD800);
   std::size_t i = 0;
-  for (; i + 16 <= count; i += 16) {
+  while (count >= 16) {
     const __m256i a = Load(in + i);
     const __m256i b = Load(in + i + 8);
     const __m256i large = _mm256_or_si256(_mm256_cmpeq_epi32(_mm256_max_epu32(a, limit), a),
@@ -84,6 +84,8 @@ KES_AVX2 std::size_t NarrowCodePoints(const std::uint32_t* in, std::size_t count
     const __m256i special = _mm256_or_si256(large, lone);
     if (AnyBits(special, special)) break;
     Store(out + i, _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), 0xD8));
+    if (i + 16 == count) return count;
+    i = i + 32 <= count ? i + 16 : count - 16;  // some once more
   }
   return i + scalar::NarrowCodePoints(in + i, count - i, out + i);
 }
