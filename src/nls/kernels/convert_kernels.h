@@ -139,6 +139,7 @@ inline void CollectLeadRows(const MultibyteDecodeTable& table, LeadRows& rows) n
     const std::uint32_t row = LoadAt<std::uint16_t>(table.leads, 2 * (i + 128)) - 1u;
     rows.cell[i] = rows.first[i] = rows.count[i] = 0;
     if (row >= table.row_count || (table.classes[i + 128] & 3u) != 1) continue;
+    if (table.code_points[i + 128] != nlb::charset::kNoCharacter) continue;
     const std::uint8_t* entry = table.rows + std::size_t{8} * row;
     if (entry[0] > entry[1]) continue;
     rows.cell[i] = LoadAt<std::uint32_t>(entry, 4);

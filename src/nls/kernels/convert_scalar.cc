@@ -396,57 +396,76 @@ Progress Utf8ToSingle(const ByteEncodeTable& given, bool ascii, const std::uint8
 
 namespace {
 
-// The unit of the pair at p; 0: it is none, or none of the basic plane.
-template <typename Cell>
-KES_INLINE std::uint32_t FindPair(const MultibyteDecodeTable& table,
+// The cell of the pair at p, kNoCell if none begins there: by the rows that were collected ...
+KES_INLINE std::uint32_t FindPair(const MultibyteDecodeTable& table, const LeadRows& rows,
                                   const std::uint8_t* p) noexcept {
-  std::uint32_t cell;
-  if (table.lead_rows != nullptr && p[0] >= 0x80) {
-    const std::size_t lead = p[0] - 0x80u;
-    const std::uint32_t trail = p[1] - std::uint32_t{table.lead_rows->first[lead]};
-    cell = table.lead_rows->cell[lead] + trail;
-    if (trail >= table.lead_rows->count[lead] || cell >= table.cell_count) return 0;
-  } else {
-    if ((table.classes[p[0]] & 3u) != 1) return 0;
-    const std::uint32_t row = Load16(table.leads, std::size_t{2} * p[0]);
-    cell = row == 0 ? kNoCell : FindRowCell(table, row - 1, p[1]);
-    if (cell == kNoCell) return 0;
-  }
-  return LoadAt<Cell>(table.cells, sizeof(Cell) * std::size_t{cell});
+  const std::size_t lead = p[0] & 0x7Fu;
+  const std::uint32_t trail = p[1] - std::uint32_t{rows.first[lead]};
+  const std::uint32_t cell = rows.cell[lead] + trail;
+  return p[0] >= 0x80 && trail < rows.count[lead] && cell < table.cell_count ? cell : kNoCell;
 }
 
-template <typename Cell>
-Progress ReadMultibyte(const MultibyteDecodeTable& given, const std::uint8_t* in, std::size_t size,
-                       std::uint16_t* out, std::size_t room) noexcept {
-  const MultibyteDecodeTable table = given;
-  const bool has_pairs = table.row_count != 0;
-  std::size_t at = 0;
-  std::size_t made = 0;
-  while (at < size && made < room) {
-    std::uint32_t unit = in[at];
-    std::size_t length = 1;
-    if (!table.ascii || unit >= 0x80) {
-      unit = table.code_points[unit];
-      if (unit == nlb::charset::kNoCharacter) {
-        if (size - at < 2 || !has_pairs) break;
-        unit = FindPair<Cell>(table, in + at);
-        if (unit == 0) break;
-        length = 2;
-      }
-      if (unit >= kReplacementCharacter || convert::IsSurrogate(unit)) break;
-    }
-    out[made++] = static_cast<std::uint16_t>(unit);
-    at += length;
+// ... or from the object, for texts too short to collect them and for first bytes below 80.
+struct RowsInPlace {};
+
+KES_INLINE std::uint32_t FindPair(const MultibyteDecodeTable& table, const RowsInPlace&,
+                                  const std::uint8_t* p) noexcept {
+  if (table.row_count == 0 || table.code_points[p[0]] != nlb::charset::kNoCharacter ||
+      (table.classes[p[0]] & 3u) != 1) {
+    return kNoCell;
   }
-  return {at, made, made};
+  return FindRowCell(table, Load16(table.leads, std::size_t{2} * p[0]) - 1u, p[1]);
+}
+
+template <typename Cell, typename Rows>
+KES_INLINE Progress ReadMultibyte(const MultibyteDecodeTable& given, const Rows& rows,
+                                  const std::uint8_t* in, std::size_t size, std::uint16_t* out,
+                                  std::size_t room) noexcept {
+  const MultibyteDecodeTable table = given;
+  const std::uint8_t* p = in;
+  const std::uint8_t* const end = in + size;
+  std::uint16_t* q = out;
+  std::uint16_t* const out_end = out + room;
+  while (end - p >= 2 && q < out_end) {
+    if (table.ascii && *p < 0x80) {
+      if (end - p >= 8 && out_end - q >= 8 && (LoadWord(p) & kHighBits) == 0) {
+        for (std::size_t i = 0; i < 8; ++i) q[i] = p[i];
+        p += 8;
+        q += 8;
+      } else {
+        *q++ = *p++;
+      }
+      continue;
+    }
+    const std::uint32_t cell = FindPair(table, rows, p);
+    if (cell != kNoCell) {
+      const std::uint32_t unit = LoadAt<Cell>(table.cells, sizeof(Cell) * std::size_t{cell});
+      if (unit - 1 >= kReplacementCharacter - 1 || convert::IsSurrogate(unit)) break;
+      *q++ = static_cast<std::uint16_t>(unit);
+      p += 2;
+    } else {
+      const std::uint32_t unit = table.code_points[*p];
+      if (unit >= kReplacementCharacter || convert::IsSurrogate(unit)) break;
+      *q++ = static_cast<std::uint16_t>(unit);
+      ++p;
+    }
+  }
+  const auto made = static_cast<std::size_t>(q - out);
+  return {static_cast<std::size_t>(p - in), made, made};
 }
 
 }  // namespace
 
 Progress MultibyteToUnits(const MultibyteDecodeTable& table, const std::uint8_t* in,
                           std::size_t size, std::uint16_t* out, std::size_t room) noexcept {
-  return table.wide ? ReadMultibyte<std::uint32_t>(table, in, size, out, room)
-                    : ReadMultibyte<std::uint16_t>(table, in, size, out, room);
+  if (table.lead_rows != nullptr && table.ascii) {
+    const LeadRows& rows = *table.lead_rows;
+    return table.wide ? ReadMultibyte<std::uint32_t>(table, rows, in, size, out, room)
+                      : ReadMultibyte<std::uint16_t>(table, rows, in, size, out, room);
+  }
+  const RowsInPlace rows;
+  return table.wide ? ReadMultibyte<std::uint32_t>(table, rows, in, size, out, room)
+                    : ReadMultibyte<std::uint16_t>(table, rows, in, size, out, room);
 }
 
 namespace {
