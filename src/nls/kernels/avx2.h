@@ -198,9 +198,11 @@ KES_AVX2 inline Utf8Block LoadUtf8Block(const std::uint8_t* p, std::size_t left)
   const std::uint32_t inside = FirstBits(consumed);
   block.consumed = consumed;
   if (AnyBits(errors, errors)) [[unlikely]] {
-    // Behind the characters at hand, zeros seem to cut one off.
+    // Behind the characters at hand, zeros seem to cut one off. The lead of an unfinished one still
+    // tells whether what is in front of it was cut off.
     const std::uint32_t good = MaskOf(_mm256_cmpeq_epi8(errors, _mm256_setzero_si256()));
-    if ((~good & inside) != 0) block.consumed = 0;
+    const std::uint32_t known = unfinished != 0 ? inside << 1 | 1 : inside;
+    if ((~good & known) != 0) block.consumed = 0;
   }
   block.bytes = bytes;
   block.trails = _mm256_cmpgt_epi8(Bytes(0xC0), bytes);
