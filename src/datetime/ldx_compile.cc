@@ -48,7 +48,13 @@ ScanStep ScanUnits(const ldxctx& ctx, std::span<const std::uint8_t> text,
       beyond = i;
     }
   }
-  ScanStep step = ScanItem(ctx, {window, length}, out, state);
+  // In a set of EBCDIC a byte for a byte.
+  std::uint8_t in_set[sizeof window];
+  const bool ebcdic = StateOf(ctx).basis == Basis::kEbcdic;
+  for (std::size_t i = 0; ebcdic && i < length; ++i) {
+    in_set[i] = InSet(StateOf(ctx), static_cast<char>(window[i]));
+  }
+  ScanStep step = ScanItem(ctx, {ebcdic ? in_set : window, length}, out, state);
   if (!step.fault && step.taken > beyond) step.fault = {kUnknown, beyond};  // in quoted text
   // Quoted text that ends behind the window is too long for a literal.
   const bool open_quote =
