@@ -395,6 +395,62 @@ TEST_F(LdiInZones, ATimeThatComesTwiceKeepsItsOffset) {
   }
 }
 
+// What the look-ups answer in status codes.
+TEST(LdiErrors, EveryStatusOfTheZonesHasItsNumber) {
+  struct Case {
+    const char* what;
+    std::uint32_t at, byte;  // of the file, that is changed to byte
+    std::uint32_t id;
+    std::uint32_t constructed, named, abbreviated;
+  };
+  constexpr std::uint32_t kNothing = 16;  // is not read
+  const Case cases[] = {
+      {"0", kNothing, 0, 1, 0, 0, 0},
+      {"2: another magic", 0, 'k', 1, 1804, 1804, 1804},
+      {"3: another version", 9, 4, 1, 1804, 1804, 1804},
+      {"4: no id", kNothing, 0, 8192, 1881, 1881, 1881},
+      {"5: no such zone", kNothing, 0, 4, 1882, 1882, 1882},
+      {"8: a name of 300 bytes", kNothing, 0, 2, 0, 1891, 0},
+      {"an abbreviation of 300 bytes", kNothing, 0, 3, 0, 0, 1891},
+  };
+  const std::vector<std::uint8_t> bytes =
+      BuildZones({{1, "Test/One", {{kLongAgo, 3600, false, "ONE"}}},
+                  {2, std::string(300, 'n'), {{kLongAgo, 3600, false, "TWO"}}},
+                  {3, "Test/Three", {{kLongAgo, 3600, false, std::string(300, 'a')}}}},
+                 true);
+  const auto ask = [](const Case& c, const ltzfile* zones) {
+    LdiSession session{};
+    session.zones = zones;
+    LdiDate date = Datetime("2026-01-01 00:00:00 +00:00");
+    const auto id = static_cast<std::uint16_t>(c.id);
+    EXPECT_EQ(LdiDateConstructN(&date, 2026, 1, 1, 0, 0, 0, 0, 9, KES_DATETIME_TIMESTAMP_TZ, 0, 0,
+                                c.id, zones),
+              c.constructed);
+    date.region = id;
+    std::uint8_t text[1000];
+    std::size_t length = 0;
+    EXPECT_EQ(LdiZoneToText(text, sizeof text, &length, {0, 0, id}, nullptr, zones), c.named);
+    EXPECT_EQ(LdiDateExtractTZ(text, sizeof text, &length, &date, KES_FIELD_ABBREVIATION, &session,
+                               nullptr),
+              c.abbreviated);
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    std::vector<std::uint8_t> changed = bytes;
+    changed[c.at] = static_cast<std::uint8_t>(c.byte);
+    ask(c, reinterpret_cast<const ltzfile*>(changed.data()));
+  }
+  SCOPED_TRACE("1: no file");
+  ask({"", 0, 0, 1, 1804, 1804, 1804}, nullptr);
+  CountingAllocator allocator;
+  allocator.FailAt(0, true);
+  const ltzfile* file = nullptr;
+  NlsEnvironment environment;
+  EXPECT_EQ(LdiTZMapFile(&file, nullptr, KES_ZONE_ANY_ORDER, allocator.block()), 1891u);
+  environment.Set("KES_TZFILE", "/nowhere/at.dat");
+  EXPECT_EQ(LdiTZMapFile(&file, nullptr, KES_ZONE_ANY_ORDER, nullptr), 1804u);
+}
+
 TEST(LdiDateToLiteral, TheLongestNameOfARegionComesBack) {
   const std::vector<std::uint8_t> bytes =
       BuildZones({{1, std::string(255, 'N'), {{kLongAgo, -12600, false, std::string(256, 'A')}}}});

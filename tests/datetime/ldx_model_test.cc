@@ -109,6 +109,19 @@ TEST(LdxModel, ErrorsTellNumberAndOffset) {
   EXPECT_EQ(HexOf(context.Compile("DD")), "16 10");
 }
 
+// The formats of a territory that cannot be had are empty.
+TEST(LdxModel, AFormatOfTheLanguageThatIsEmptyIs1890) {
+  NlsSession session;
+  lxhandle handle = session.Handle("GERMAN_GERMANY.WE8ISO8859P1");
+  DateContext context(&handle, session.context());
+  EXPECT_EQ(context.ErrorOf([&] { context.Compile("\"x\" DS"); }), 0u);
+  handle.territory_slot = UINT16_MAX;
+  for (const char* model : {"\"x\" DS", "\"x\" TS"}) {
+    EXPECT_EQ(context.ErrorOf([&] { context.Compile(model); }), 1890u) << model;
+    EXPECT_EQ(context.get()->error_offset, 4u);
+  }
+}
+
 TEST(LdxModel, OutputModelsMayRepeat) {
   DateContext context;
   EXPECT_EQ(HexOf(context.CompileForOutput("DDDD DDYYYYYY")),
