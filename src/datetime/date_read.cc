@@ -12,116 +12,16 @@
 #include "datetime/date_names.h"
 #include "datetime/datetime_model.h"
 #include "datetime/spelled_number.h"
+#include "datetime/text_walk.h"
 
 namespace kestra::datetime {
 namespace {
 
 constexpr std::uint32_t kRepeated = 1810;
 constexpr std::uint32_t kNotForReading = 1820;
-constexpr std::uint32_t kDamaged = 1821;
 constexpr std::uint32_t kNoCalendar = 1822;
 constexpr std::uint32_t kTextLeft = 1830;
-constexpr std::uint32_t kTextEnds = 1840;
-constexpr std::uint32_t kDigitExpected = 1858;
-constexpr std::uint32_t kLetterExpected = 1859;
-constexpr std::uint32_t kLiteralDiffers = 1861;
-constexpr std::uint32_t kWrongDigits = 1862;
 constexpr std::uint32_t kNoSuchEra = 1865;
-
-class TextWalk {
- public:
-  TextWalk(ldxctx& ctx, std::span<const std::uint8_t> text, ReadFields& fields) noexcept
-      : ctx_(ctx),
-        state_(StateOf(ctx)),
-        fields_(fields),
-        begin_(text.data()),
-        at_(begin_),
-        end_(begin_ + text.size()),
-        zero_(InSet(state_, '0')),
-        blank_(InSet(state_, ' ')) {}
-
-  bool exact() const noexcept { return exact_; }
-  void ToggleExact() noexcept { exact_ = !exact_; }
-  bool AtEnd() const noexcept { return at_ == end_; }
-  std::size_t offset() const noexcept { return static_cast<std::size_t>(at_ - begin_); }
-  std::span<const std::uint8_t> left() const noexcept { return {at_, end_}; }
-  ldxctx& ctx() const noexcept { return ctx_; }
-  State& state() const noexcept { return state_; }
-  ReadFields& fields() const noexcept { return fields_; }
-
-  void SkipBlanks() noexcept {
-    while (at_ != end_ && *at_ == blank_) ++at_;
-  }
-  // At most count blanks.
-  void SkipBlanks(std::size_t count) noexcept {
-    for (; count != 0 && at_ != end_ && *at_ == blank_; --count) ++at_;
-  }
-  void Advance(std::size_t bytes) noexcept { at_ += bytes; }
-
-  // 0..9, or more for what is no digit.
-  std::uint32_t DigitAt(const std::uint8_t* p) const noexcept {
-    return static_cast<std::uint8_t>(*p - zero_);
-  }
-  bool IsNext(char c) const noexcept { return at_ != end_ && *at_ == InSet(state_, c); }
-  bool Accept(char c) noexcept {
-    if (!IsNext(c)) return false;
-    ++at_;
-    return true;
-  }
-  bool AcceptBytes(std::string_view bytes) noexcept {
-    if (bytes.empty()) return true;
-    if (left().size() < bytes.size() || memcmp(at_, bytes.data(), bytes.size()) != 0) return false;
-    at_ += bytes.size();
-    return true;
-  }
-
-  // Up to most digits; returns how many there were.
-  std::uint32_t TakeDigits(std::uint32_t most, std::uint32_t& value) noexcept {
-    std::uint32_t count = 0;
-    for (; count < most && at_ != end_ && DigitAt(at_) <= 9; ++count) {
-      value = 10 * value + DigitAt(at_++);
-    }
-    return count;
-  }
-
-  Fault Error(std::uint32_t number) const noexcept { return {number, offset()}; }
-  // A digit or letter that is missing: the text ends, or goes on with something else.
-  Fault Missing(std::uint32_t number) const noexcept { return Error(AtEnd() ? kTextEnds : number); }
-
-  bool IsLetterOrDigit(std::uint8_t byte) const noexcept {
-    if (state_.basis == Basis::kAscii) {
-      const std::uint32_t letter = (byte | 0x20u) - 'a';
-      return letter < 26 || byte - std::uint32_t{'0'} < 10 || byte >= 0x80;
-    }
-    return byte >= 0x81;
-  }
-  bool IsPunctuation(std::uint8_t byte) const noexcept {
-    if (state_.basis == Basis::kAscii) {
-      return byte > 0x20 && byte < 0x7F && !IsLetterOrDigit(byte);
-    }
-    return byte > 0x40 && byte < 0x80;
-  }
-
-  // A literal without FX: of punctuation.
-  void PassPunctuation(std::span<const std::uint8_t> literal) noexcept {
-    for (const std::uint8_t byte : literal) {
-      SkipBlanks();
-      if (IsPunctuation(byte) && !AtEnd() && IsPunctuation(*at_)) ++at_;
-      if (byte >= 0x80 && state_.basis == Basis::kAscii) return;  // a character beyond ASCII
-    }
-  }
-
- private:
-  ldxctx& ctx_;
-  State& state_;
-  ReadFields& fields_;
-  const std::uint8_t* begin_;
-  const std::uint8_t* at_;
-  const std::uint8_t* end_;
-  std::uint8_t zero_;
-  std::uint8_t blank_;
-  bool exact_ = false;
-};
 
 // How many bytes of text a name takes; 0: it does not begin so. Letters of any case, one by one.
 std::size_t NameBytes(const TextWalk& walk, const NameForms& name) noexcept {
@@ -214,6 +114,33 @@ Fault TakeName(TextWalk& walk, const NameMatch& match, std::uint8_t modifier,
   return {};
 }
 
+Fault TakeOrdinalSuffix(TextWalk& walk, std::uint32_t value) noexcept {
+  const std::span<const std::uint8_t> left = walk.left();
+  const std::string_view suffix = OrdinalSuffix(value);
+  const std::uint8_t* const ascii = walk.state().ascii;
+  for (const int small : {0, 0x20}) {
+    if (left.size() >= 2 && left[0] == ascii[suffix[0] | small] &&
+        left[1] == ascii[suffix[1] | small]) {
+      walk.Advance(2);
+      return {};
+    }
+  }
+  return walk.exact() ? walk.Missing(kLiteralDiffers) : Fault{};
+}
+
+}  // namespace
+
+Fault TakeNumber(TextWalk& walk, std::uint32_t most, std::uint8_t modifier,
+                 std::uint32_t& value) noexcept {
+  const std::uint32_t count = walk.TakeDigits(most, value);
+  if (count == 0) return walk.Missing(kDigitExpected);
+  if (walk.exact() && (modifier & kFill) != 0 && count < most) return walk.Error(kWrongDigits);
+  if ((modifier & kSuffixMask) != 0) return TakeOrdinalSuffix(walk, value);
+  return {};
+}
+
+namespace {
+
 using Handler = Fault(TextWalk&, std::uint32_t code, std::uint8_t modifier) noexcept;
 
 // Years of some calendars have more months and days.
@@ -230,30 +157,6 @@ Fault Keep(TextWalk& walk, std::uint32_t code, std::int32_t value, std::size_t o
   walk.fields().value[code] = value;
   walk.fields().where[code] = static_cast<std::uint32_t>(offset);
   walk.fields().seen |= Bit(code);
-  return {};
-}
-
-Fault TakeOrdinalSuffix(TextWalk& walk, std::uint32_t value) noexcept {
-  const std::span<const std::uint8_t> left = walk.left();
-  const std::string_view suffix = OrdinalSuffix(value);
-  const std::uint8_t* const ascii = walk.state().ascii;
-  for (const int small : {0, 0x20}) {
-    if (left.size() >= 2 && left[0] == ascii[suffix[0] | small] &&
-        left[1] == ascii[suffix[1] | small]) {
-      walk.Advance(2);
-      return {};
-    }
-  }
-  return walk.exact() ? walk.Missing(kLiteralDiffers) : Fault{};
-}
-
-// most digits, all of them under FX in fill mode.
-Fault TakeNumber(TextWalk& walk, std::uint32_t most, std::uint8_t modifier,
-                 std::uint32_t& value) noexcept {
-  const std::uint32_t count = walk.TakeDigits(most, value);
-  if (count == 0) return walk.Missing(kDigitExpected);
-  if (walk.exact() && (modifier & kFill) != 0 && count < most) return walk.Error(kWrongDigits);
-  if ((modifier & kSuffixMask) != 0) return TakeOrdinalSuffix(walk, value);
   return {};
 }
 
@@ -418,101 +321,9 @@ Fault Exact(TextWalk& walk, std::uint32_t, std::uint8_t) noexcept {
   return {};
 }
 
-// ---- Elements of datetimes: the modifier byte is the code.
-
-Fault Fraction(TextWalk& walk, std::uint32_t most) noexcept {
-  std::uint32_t value = 0;
-  const std::uint32_t count = walk.TakeDigits(most == 0 ? 9 : most, value);
-  if (count == 0) return walk.Missing(kDigitExpected);
-  if (walk.exact() && most != 0 && count < most) return walk.Error(kWrongDigits);
-  for (std::uint32_t i = count; i < 9; ++i) value *= 10;
-  walk.fields().datetime->fraction = value;
-  return {};
-}
-
-Fault Hour25(TextWalk& walk) noexcept {
-  const std::size_t offset = walk.offset();
-  std::uint32_t value = 0;
-  const Fault fault = TakeNumber(walk, 2, kFill, value);
-  if (fault) return fault;
-  if (value > 24) return {1879, offset};
-  walk.fields().datetime->hour25 = value;
-  return {};
-}
-
-// TZH with its sign, TZM with or without one.
-Fault ZoneNumber(TextWalk& walk, std::uint8_t code) noexcept {
-  DatetimeFields& fields = *walk.fields().datetime;
-  const std::size_t offset = walk.offset();
-  const bool negative = walk.Accept('-');
-  if (!negative) walk.Accept('+');
-  std::uint32_t value = 0;
-  if (walk.TakeDigits(2, value) == 0) return walk.Missing(kDigitExpected);
-  if (value > (code == kZoneHour ? 15u : 59u)) return {code == kZoneHour ? 1874u : 1875u, offset};
-  (code == kZoneHour ? fields.zone_hour : fields.zone_minute) = static_cast<std::int32_t>(value);
-  fields.zone_negative = fields.zone_negative || negative;
-  return {};
-}
-
-// +hh:mm, +hh or +hhmm in place of a region.
-Fault ZoneOffset(TextWalk& walk) noexcept {
-  if (const Fault fault = ZoneNumber(walk, kZoneHour)) return fault;
-  const bool more = walk.Accept(':') || (!walk.AtEnd() && walk.DigitAt(walk.left().data()) <= 9);
-  return more ? ZoneNumber(walk, kZoneMinute) : Fault{};
-}
-
-// The name of a region, or an abbreviation: letters, digits and _ / + -, to ASCII.
-Fault ZoneName(TextWalk& walk, std::span<char> out) noexcept {
-  const std::size_t offset = walk.offset();
-  std::size_t length = 0;
-  while (!walk.AtEnd()) {
-    char c = 0;
-    for (std::uint8_t ascii = '+'; ascii <= 'z' && c == 0; ++ascii) {
-      if (walk.state().ascii[ascii] == walk.left()[0]) c = static_cast<char>(ascii);
-    }
-    const bool letter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-    if (!letter && (c < '0' || c > '9') && c != '_' && c != '/' && c != '+' && c != '-') break;
-    if (length + 1 == out.size()) return {1857, offset};
-    out[length++] = c;
-    walk.Advance(1);
-  }
-  if (length == 0) return walk.Missing(kLetterExpected);
-  out[length] = 0;
-  return {};
-}
-
-// The decimal character of the language. No text has group separators here, so that a full stop and
-// a comma say the same.
-Fault Radix(TextWalk& walk) noexcept {
-  if (walk.Accept('.') || walk.Accept(',')) return {};
-  NeedNames(walk.ctx());
-  if (walk.AcceptBytes(TextOf(walk.state(), walk.state().decimal_character))) return {};
-  return walk.exact() ? walk.Missing(kLiteralDiffers) : Fault{};
-}
-
+// An element of datetimes: the modifier byte is its code.
 Fault DatetimeItem(TextWalk& walk, std::uint32_t, std::uint8_t code) noexcept {
-  DatetimeFields* const fields = walk.fields().datetime;
-  if (fields == nullptr) return walk.Error(kDamaged);
-  const bool fraction = code == kFraction || (code >= kFraction1 && code <= kFraction9);
-  fields->seen |= DatetimeBit(fraction ? std::uint8_t{kFraction} : code);
-  if (fraction) return Fraction(walk, code == kFraction ? 0u : code - kFraction1 + 1u);
-  switch (code) {
-    case kHour25:
-      return Hour25(walk);
-    case kZoneHour:
-    case kZoneMinute:
-      return ZoneNumber(walk, code);
-    case kZoneAbbreviation:
-      return ZoneName(walk, fields->abbreviation);
-    case kZoneRegion: {
-      const bool sign = walk.IsNext('+') || walk.IsNext('-');
-      return sign ? ZoneOffset(walk) : ZoneName(walk, fields->region);
-    }
-    case kRadix:
-      return Radix(walk);
-    default:
-      return walk.Error(kDamaged);
-  }
+  return ReadDatetimeElement(walk, code);
 }
 
 constexpr std::array<Handler*, kCodes> kHandlers = [] {

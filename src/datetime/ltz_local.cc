@@ -5,14 +5,24 @@
 namespace kestra::datetime {
 namespace {
 
-int GetFromFile(const ltzfile* file, std::uint32_t id, const LdiDate& local, ZoneView& zone,
-                ZoneAnswer& answer) noexcept {
+int FindLocalInFile(const ZoneView& zone, const LdiDate& local,
+                    std::uint32_t& transition) noexcept {
+  LocalSearch found{};
+  const int status = SearchLocal(zone, local, found);
+  transition = found.index[found.chosen];
+  return status;
+}
+
+int GetFromFile(const ltzfile* file, std::uint32_t id, const LdiDate& local,
+                const AnswerTarget& target) noexcept {
+  ZoneView zone;
   int status = zone.Find(file, id);
   if (status != KES_ZONE_OK) return status;
-  LocalSearch found{};
-  status = SearchLocal(zone, local, found);
-  if (status != KES_ZONE_OK) return status;
-  return ReadAnswer(zone, found.index[found.chosen], answer);
+  std::uint32_t transition = 0;
+  ZoneAnswer answer{};
+  status = FindLocalInFile(zone, local, transition);
+  if (status == KES_ZONE_OK) status = ReadAnswer(zone, transition, answer);
+  return status == KES_ZONE_OK ? target.Put(answer) : status;
 }
 
 const ZoneTable* LocalZone(const ZoneIndex* index, std::uint32_t id) noexcept {
@@ -51,25 +61,6 @@ int GetColumn(const ZoneIndex& index, const ZoneTable& zone, const LdiDate* loca
   return KES_ZONE_OK;
 }
 
-int GetColumnFromFile(const ltzfile* file, std::uint32_t id, const LdiDate* local,
-                      std::size_t count, std::int32_t* offset, std::uint8_t* dst,
-                      std::size_t& done) noexcept {
-  ZoneView zone;
-  int status = zone.Find(file, id);
-  for (std::size_t i = 0; i < count && status == KES_ZONE_OK; ++i) {
-    if (local[i].type != KES_DATETIME_TIMESTAMP) return KES_ZONE_DAMAGED;
-    LocalSearch found{};
-    ZoneAnswer answer{};
-    status = SearchLocal(zone, local[i], found);
-    if (status == KES_ZONE_OK) status = ReadAnswer(zone, found.index[found.chosen], answer);
-    if (status != KES_ZONE_OK) break;
-    offset[i] = answer.offset;
-    if (dst != nullptr) dst[i] = static_cast<std::uint8_t>(answer.daylight);
-    done = i + 1;
-  }
-  return status;
-}
-
 }  // namespace
 }  // namespace kestra::datetime
 
@@ -86,12 +77,7 @@ int ltzGetLocal(const lxhandle* handle, lxcontext* work, const ltzfile* file, st
   const AnswerTarget target{handle, work, offset, abbreviation, dst};
   const ZoneIndex* index = IndexOf(file);
   const ZoneTable* zone = LocalZone(index, id);
-  if (zone == nullptr) {
-    ZoneView view;
-    ZoneAnswer answer{};
-    const int status = GetFromFile(file, id, *local, view, answer);
-    return status == KES_ZONE_OK ? target.Put(answer) : status;
-  }
+  if (zone == nullptr) return GetFromFile(file, id, *local, target);
   const UtcRecord& record = index->utc[zone->first + FindLocal(*index, *zone, KeyOf(*local))];
   if (abbreviation != nullptr) {
     return target.Put({record.offset, record.daylight, AbbreviationOf(file, record.type)});
@@ -147,7 +133,8 @@ int ltzGetLocalarr(const ltzfile* file, std::uint32_t id, const LdiDate* local, 
     const ZoneIndex* index = IndexOf(file);
     const ZoneTable* zone = LocalZone(index, id);
     status = zone != nullptr ? GetColumn(*index, *zone, local, count, offset, dst, answered)
-                             : GetColumnFromFile(file, id, local, count, offset, dst, answered);
+                             : GetColumnFromFile(file, id, local, count, offset, dst, answered,
+                                                 FindLocalInFile);
   }
   if (done != nullptr) *done = answered;
   return status;

@@ -6,6 +6,11 @@
 namespace kestra::datetime {
 namespace {
 
+int FindUtcInFile(const ZoneView& zone, const LdiDate& utc, std::uint32_t& transition) noexcept {
+  transition = SearchUtc(zone, utc);
+  return KES_ZONE_OK;
+}
+
 int GetFromFile(const ltzfile* file, std::uint32_t id, const LdiDate& utc,
                 const AnswerTarget& target) noexcept {
   ZoneView zone;
@@ -42,23 +47,6 @@ int GetColumn(const ZoneIndex& index, const ZoneTable& zone, const LdiDate* utc,
   }
   done = count;
   return KES_ZONE_OK;
-}
-
-int GetColumnFromFile(const ltzfile* file, std::uint32_t id, const LdiDate* utc, std::size_t count,
-                      std::int32_t* offset, std::uint8_t* dst, std::size_t& done) noexcept {
-  ZoneView zone;
-  int status = zone.Find(file, id);
-  for (std::size_t i = 0; i < count && status == KES_ZONE_OK; ++i) {
-    ZoneAnswer answer{};
-    status = utc[i].type == KES_DATETIME_TIMESTAMP
-                 ? ReadAnswer(zone, SearchUtc(zone, utc[i]), answer)
-                 : int{KES_ZONE_DAMAGED};
-    if (status != KES_ZONE_OK) break;
-    offset[i] = answer.offset;
-    if (dst != nullptr) dst[i] = static_cast<std::uint8_t>(answer.daylight);
-    done = i + 1;
-  }
-  return status;
 }
 
 }  // namespace
@@ -116,8 +104,9 @@ int ltzGetarr(const ltzfile* file, std::uint32_t id, const LdiDate* utc, std::si
   if (file != nullptr && (count == 0 || (utc != nullptr && offset != nullptr))) {
     const ZoneIndex* index = IndexOf(file);
     const ZoneTable* zone = IndexedZone(index, id);
-    status = zone != nullptr ? GetColumn(*index, *zone, utc, count, offset, dst, answered)
-                             : GetColumnFromFile(file, id, utc, count, offset, dst, answered);
+    status = zone != nullptr
+                 ? GetColumn(*index, *zone, utc, count, offset, dst, answered)
+                 : GetColumnFromFile(file, id, utc, count, offset, dst, answered, FindUtcInFile);
   }
   if (done != nullptr) *done = answered;
   return status;

@@ -45,6 +45,28 @@ inline const ZoneTable* IndexedZone(const ZoneIndex* index, std::uint32_t id) no
   return table->indexed != 0 ? table : nullptr;
 }
 
+// A column of instants or of local times, answered out of the file. find(zone, date, transition): the
+// transition in force, 0 or 2.
+template <typename Find>
+int GetColumnFromFile(const ltzfile* file, std::uint32_t id, const LdiDate* dates,
+                      std::size_t count, std::int32_t* offset, std::uint8_t* dst, std::size_t& done,
+                      const Find& find) noexcept {
+  ZoneView zone;
+  int status = zone.Find(file, id);
+  for (std::size_t i = 0; i < count && status == KES_ZONE_OK; ++i) {
+    if (dates[i].type != KES_DATETIME_TIMESTAMP) return KES_ZONE_DAMAGED;
+    std::uint32_t transition = 0;
+    ZoneAnswer answer{};
+    status = find(zone, dates[i], transition);
+    if (status == KES_ZONE_OK) status = ReadAnswer(zone, transition, answer);
+    if (status != KES_ZONE_OK) break;
+    offset[i] = answer.offset;
+    if (dst != nullptr) dst[i] = static_cast<std::uint8_t>(answer.daylight);
+    done = i + 1;
+  }
+  return status;
+}
+
 // Of a type of a checked file.
 inline const char* AbbreviationOf(const ltzfile* file, std::uint32_t type) noexcept {
   ZoneFile zones;
