@@ -1,7 +1,9 @@
 // kestra tz: lists, transitions, conversion with gaps and overlaps, pictures, differences.
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <nlohmann/json.hpp>
+#include <pugixml.hpp>
 #include <string>
 #include <vector>
 
@@ -45,6 +47,26 @@ const Case kCases[] = {
      1,
      "Sat 2011-12-31 12:00:00  +14:00",
      "clocks were put forward 24:00 to 2011-12-31 00:00:00"},
+    // Local times may leave the years that an instant can be in.
+    {{"--at", "9999-12-31 23:30", "Asia/Kolkata"}, 0, "Sat 10000-01-01 05:00:00  +05:30  IST", ""},
+    {{"--at", "0001-01-01", "America/New_York"}, 0, "Fri 0000-12-31 19:03:58  -04:56:02  LMT", ""},
+    {{"--at", "0001-01-01", "--in", "Asia/Kolkata"}, 2, "", "not in the years 1 to 9999"},
+    // The first change, from local mean time, and its offset with seconds.
+    {{"--at", "1883-11-18 12:00 America/New_York"},
+     1,
+     "Sun 1883-11-18 12:00:00  -05:00  EST",
+     "write the offset (1883-11-18 12:00:00-04:56:02) for the other"},
+    {{"--at", "1883-11-18 12:00:00-04:56:02", "America/New_York"},
+     0,
+     "Sun 1883-11-18 12:00:00  -04:56:02  LMT",
+     ""},
+    {{"--at", "1500-02-29", "UTC"}, 0, "Sat 1500-02-29", ""},  // a Julian leap year
+    {{"--at", "1582-10-10", "UTC"}, 2, "", "there is no such date"},
+    {{"--at", "2026-01-01 12:00+15:01"}, 2, "", "is no time such as"},
+    {{"--at", "now America/New_Yrk"}, 2, "", "did you mean America/New_York?"},
+    {{"--at", ""}, 2, "", "--at: the value is empty"},
+    {{"newyork"}, 1, "", "nothing matches 'newyork'; did you mean America/New_York?"},
+    {{std::string(10000, 'Z')}, 1, "", "ZZZ ... ZZZ"},
     {{"--at", "2026-02-29", "UTC"}, 2, "", "there is no such date"},
     {{"--at", "@9223372036854775807", "Asia/Kolkata"}, 2, "", "not in the years 1 to 9999"},
     {{"--at", "0001-01-01+01:00"}, 2, "", "not in the years 1 to 9999"},
@@ -72,6 +94,8 @@ const Case kCases[] = {
     {{"UTC", "--years", "0-5"}, 2, "", "is no range of years"},
     {{"UTC", "--svg"}, 2, "", ""},
     {{"--svg", "-"}, 2, "", "a picture needs exactly one zone"},
+    {{"UTC", "--svg", "-", "--at", "now"}, 2, "", "--at excludes --svg"},
+    {{"UTC", "--png", "/nonexistent/x.png"}, 4, "", "/nonexistent/x.png"},
     {{"--file", "/nonexistent/zones.dat"}, 4, "", "it cannot be read"},
     {{"--file", "/etc/passwd"}, 3, "", "it is damaged"},
     {{"--diff", "/etc/passwd", "/etc/passwd"}, 3, "", "it is damaged"},
@@ -118,12 +142,47 @@ TEST(KestraTz, PicturesHaveARowForEachYear) {
   const ScratchDirectory scratch;
   const std::string path = scratch / "picture.svg";
   ASSERT_EQ(Tz({"Europe/Berlin", "--years", "2001-2004", "--svg", path}).exit_code, 0);
-  const std::string svg = ReadFile(path);
-  std::size_t blocks = 0;
-  for (std::size_t at = 0; (at = svg.find("<rect x=", at)) != std::string::npos; ++at) ++blocks;
-  EXPECT_EQ(blocks, 4 * 3 + 2u);  // three periods a year, two colours in the legend
-  EXPECT_NE(svg.find("+02:00 CEST DST"), std::string::npos);
+  pugi::xml_document svg;
+  ASSERT_TRUE(svg.load_file(path.c_str()));
+  const auto blocks = svg.select_nodes("//g/rect");
+  EXPECT_EQ(blocks.size(), 4 * 3u);  // three periods a year
+  EXPECT_NE(svg.select_node("//text[.='+02:00 CEST DST']"), pugi::xpath_node());
+  double widths = 0;
+  for (const auto& block : blocks) widths += block.node().attribute("width").as_double();
+  EXPECT_NEAR(widths, 2 * (4 * 365 + 1), 0.1);  // two units a day
   EXPECT_EQ(Tz({"Europe/Berlin", "--years", "2001", "--svg", "-"}).out.substr(0, 4), "<svg");
+}
+
+std::uint32_t BigEndianAt(const std::string& bytes, std::size_t at) {
+  std::uint32_t value = 0;
+  for (std::size_t i = 0; i < 4; ++i)
+    value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
+  return value;
+}
+
+// A PNG file (RFC 2083) is a signature and chunks with checksums from IHDR to IEND.
+TEST(KestraTz, PicturesAsPngAreWhole) {
+  if (RunTool("/bin/sh", {"-c", "command -v gnuplot"}).exit_code != 0) GTEST_SKIP();
+  const ScratchDirectory scratch;
+  const std::string path = scratch / "it's a picture.png";
+  for (const char* years : {"2001-2004", "1-9999"}) {
+    ASSERT_EQ(Tz({"Europe/Berlin", "--years", years, "--png", path}).exit_code, 0);
+    const std::string png = ReadFile(path);
+    ASSERT_EQ(png.substr(0, 8), "\x89PNG\r\n\x1A\n");
+    std::string kinds;
+    std::size_t at = 8;
+    while (at + 12 <= png.size()) {
+      const std::size_t length = BigEndianAt(png, at);
+      ASSERT_LE(at + 12 + length, png.size());
+      const auto* data = reinterpret_cast<const unsigned char*>(png.data()) + at + 4;
+      ASSERT_EQ(crc32(0, data, static_cast<unsigned>(length + 4)),
+                BigEndianAt(png, at + 8 + length));
+      kinds += png.substr(at + 4, 4);
+      at += 12 + length;
+    }
+    EXPECT_EQ(at, png.size());
+    EXPECT_TRUE(kinds.starts_with("IHDR") && kinds.ends_with("IDATIEND")) << kinds;
+  }
 }
 
 TEST(KestraTz, DifferencesOfTwoFiles) {

@@ -40,12 +40,12 @@ std::shared_ptr<ListOptions> AddListOptions(CLI::App& app, const char* all_help)
 }
 
 Listing::Listing(std::vector<Field> fields, std::string filter)
-    : fields_(std::move(fields)), filter_(FoldAscii(filter)) {}
+    : fields_(std::move(fields)), filter_(std::move(filter)), folded_(FoldAscii(filter_)) {}
 
 bool Listing::Matches(const std::vector<nlohmann::ordered_json>& row) const {
-  if (filter_.empty()) return true;
+  if (folded_.empty()) return true;
   return std::any_of(row.begin(), row.end(), [&](const nlohmann::ordered_json& value) {
-    return !value.is_number() && FoldAscii(CellText(value)).find(filter_) != std::string::npos;
+    return !value.is_number() && FoldAscii(CellText(value)).find(folded_) != std::string::npos;
   });
 }
 
@@ -60,7 +60,7 @@ void Listing::Add(std::vector<nlohmann::ordered_json> row) {
   rows_.push_back(std::move(row));
 }
 
-int Listing::Print(bool all, bool json) const {
+int Listing::Print(bool all, bool json, const std::string& hint) const {
   if (json) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const auto& row : rows_) {
@@ -85,8 +85,7 @@ int Listing::Print(bool all, bool json) const {
     if (table.rows() > 0) table.Print(stdout);
   }
   if (!rows_.empty()) return kDone;
-  fmt::print(stderr, "kestra: nothing matches '{}'\n", filter_);
-  return kFound;
+  throw ToolError(kFound, fmt::format("nothing matches '{}'{}", filter_, hint));
 }
 
 void PrintJson(const nlohmann::ordered_json& document) {

@@ -36,14 +36,16 @@ class Listing {
   // Keeps the row when the filter is in one of its texts, ASCII case aside. A row whose first
   // field, the id, is the filter is the only one.
   void Add(std::vector<nlohmann::ordered_json> row);
-  // Prints and returns the exit code: nothing found is kFound.
-  int Print(bool all, bool json) const;
+  // Nothing was added.
+  bool empty() const { return rows_.empty(); }
+  // Prints and returns the exit code: nothing found is kFound, told with the hint behind it.
+  int Print(bool all, bool json, const std::string& hint = "") const;
 
  private:
   bool Matches(const std::vector<nlohmann::ordered_json>& row) const;
 
   std::vector<Field> fields_;
-  std::string filter_;
+  std::string filter_, folded_;
   bool by_id_ = false;
   std::vector<std::vector<nlohmann::ordered_json>> rows_;
 };

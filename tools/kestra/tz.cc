@@ -9,7 +9,6 @@
 
 #include "command.h"
 #include "names.h"
-#include "suggest.h"
 #include "support/files.h"
 
 namespace kestra::tools {
@@ -62,14 +61,7 @@ int List(const Zones& zones, const std::string& filter, bool all, bool json) {
                  period.daylight != 0 ? "DST" : "",
                  changes ? FormatTime(ToSeconds(period.until)) : "", period.count - 1});
   }
-  const int code = listing.Print(all, json);
-  if (code == kFound && !json) {
-    std::vector<std::string> names;
-    for (const ZoneName& zone : zones.names()) names.push_back(zone.name);
-    const std::string hint = DidYouMean(filter, names);
-    if (!hint.empty()) fmt::print(stderr, "No time zone has '{}' in its name{}\n", filter, hint);
-  }
-  return code;
+  return listing.Print(all, json, listing.empty() ? zones.Hint(filter) : "");
 }
 
 void WriteText(const std::string& path, const std::string& text) {
@@ -90,7 +82,7 @@ int Draw(const Zones& zones, const Options& options) {
   const ZoneName& zone = zones.Require(options.names[0]);
   const YearRange years = ParseYears(options.years, kPictureYears);
   if (!options.svg.empty()) WriteText(options.svg, PictureSvg(zones, zone, years));
-  if (!options.png.empty()) WritePicturePng(zones, zone, years, options.png);
+  if (!options.png.empty()) WriteText(options.png, PicturePng(zones, zone, years));
   return kDone;
 }
 
@@ -106,7 +98,10 @@ int Run(const Options& options, bool json) {
     return ConvertTime(zones, options.at, from, to, json);
   }
   if (!options.in.empty()) throw ToolError(kUsage, "--in needs --at");
-  if (!options.svg.empty() || !options.png.empty()) return Draw(zones, options);
+  if (!options.svg.empty() || !options.png.empty()) {
+    if (json) throw ToolError(kUsage, "a picture has no --json");
+    return Draw(zones, options);
+  }
   if (options.names.size() > 1) throw ToolError(kUsage, "one zone at a time, or --at TIME");
   if (options.names.empty() && !options.years.empty()) {
     throw ToolError(kUsage, "--years needs a zone");
@@ -124,22 +119,29 @@ std::function<int()> Setup(CLI::App& app, const Globals& globals) {
   app.add_option("zone", options->names,
                  "A zone to show, or a part of names to list; with --at: zones to convert to")
       ->type_name("ZONE");
-  app.add_option("--at", options->at,
-                 "Convert a time: now, 2026-03-08 02:30, 2026-03-08T02:30Z, ...+05:30, @SECONDS")
-      ->type_name("TIME");
-  app.add_option("--in", options->in, "The zone that TIME is a local time of; UTC by default")
-      ->type_name("ZONE");
-  app.add_option("--years", options->years, "Years to show, for example 2020-2030")
-      ->type_name("YEARS");
-  app.add_option("--svg", options->svg,
-                 "Draw the zone: a row a year, a colour an offset; - is stdout")
-      ->type_name("FILE");
-  app.add_option("--png", options->png, "The same as PNG, where gnuplot is installed")
-      ->type_name("FILE");
-  app.add_option("--diff", options->diff, "What changed from one zone file to another")
-      ->expected(2)
-      ->type_name("FILE");
-  app.add_option("--file", options->file, "Use this zone file")->type_name("FILE");
+  const auto option = [&](const char* name, std::string& value, const char* type,
+                          const char* help) {
+    return app.add_option(name, value, help)->type_name(type)->check(kNotEmpty);
+  };
+  CLI::Option* at = option("--at", options->at, "TIME",
+                           "Convert a time: now, 2026-03-08 02:30, 2026-03-08T02:30Z, ...+05:30,\n"
+                           "'2026-03-08 02:30 Europe/Berlin', @SECONDS");
+  CLI::Option* in =
+      option("--in", options->in, "ZONE", "The zone that TIME is a local time of; UTC by default");
+  CLI::Option* years =
+      option("--years", options->years, "YEARS", "Years to show, for example 2020-2030");
+  CLI::Option* svg = option("--svg", options->svg, "FILE",
+                            "Draw the zone: a row a year, a colour an offset; - is stdout");
+  CLI::Option* png =
+      option("--png", options->png, "FILE", "The same as PNG, where gnuplot is installed");
+  at->excludes(years)->excludes(svg)->excludes(png);
+  CLI::Option* file = option("--file", options->file, "FILE", "Use this zone file");
+  CLI::Option* diff =
+      app.add_option("--diff", options->diff, "What changed from one zone file to another")
+          ->expected(2)
+          ->type_name("FILE")
+          ->check(kNotEmpty);
+  for (CLI::Option* other : {at, in, years, svg, png, file}) diff->excludes(other);
   app.add_flag("-a,--all", options->all, "Every column of the list, every period of a difference");
   app.footer(
       "Exit code 1: nothing found, a local time that does not exist or exists twice, or a\n"

@@ -18,13 +18,12 @@ int ShowZone(const Zones& zones, const ZoneName& zone, YearRange years, bool jso
 
 // A picture of a zone: a row for each year, a column for each day, a colour for each offset.
 std::string PictureSvg(const Zones& zones, const ZoneName& zone, YearRange years);
-// The same as a PNG file, drawn by gnuplot. Throws ToolError where there is none.
-void WritePicturePng(const Zones& zones, const ZoneName& zone, YearRange years,
-                     const std::string& path);
+// The same as the bytes of a PNG file, drawn by gnuplot. Throws ToolError where there is none.
+std::string PicturePng(const Zones& zones, const ZoneName& zone, YearRange years);
 
-// A time of one zone (UTC when from is null) in other zones, with an explanation when it does not
-// exist or exists twice.
-int ConvertTime(const Zones& zones, const std::string& time, const ZoneName* from,
+// A time of one zone (that in the text, else from, else UTC) in other zones, with an explanation when
+// it does not exist or exists twice.
+int ConvertTime(const Zones& zones, const std::string& text, const ZoneName* from,
                 const std::vector<const ZoneName*>& to, bool json);
 
 // What changed between two zone files.

@@ -2,11 +2,12 @@
 // or exists twice.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cctype>
-#include <chrono>
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <optional>
 
 #include "command.h"
@@ -17,6 +18,8 @@
 
 namespace kestra::tools {
 namespace {
+
+constexpr std::int32_t kMostOffset = 15 * 3600;
 
 struct ParsedTime {
   std::int64_t seconds = 0;            // as the fields say
@@ -45,17 +48,20 @@ bool Take(std::string_view& text, char c) {
   return true;
 }
 
-// "Z", "+05:30", "-0800", "+01".
-std::optional<std::int32_t> ParseOffset(std::string_view& text) {
-  if (Take(text, 'Z') || Take(text, 'z')) return 0;
-  const bool negative = !text.empty() && text.front() == '-';
+// "Z", "+05:30", "-0800", "+01", "-04:56:02".
+std::optional<std::int32_t> ParseOffset(std::string_view text) {
+  if (text == "Z" || text == "z") return 0;
+  const bool negative = text.starts_with('-');
   if (!Take(text, '+') && !Take(text, '-')) return std::nullopt;
-  const std::optional<int> hours = Digits(text, 2, 2);
-  if (!hours || *hours > 15) return std::nullopt;
-  Take(text, ':');
-  const int minutes = text.empty() ? 0 : Digits(text, 2, 2).value_or(60);
-  if (minutes > 59) return std::nullopt;
-  const std::int32_t seconds = *hours * 3600 + minutes * 60;
+  std::int32_t seconds = 0;
+  for (const std::int32_t unit : {3600, 60, 1}) {
+    const std::optional<int> value = Digits(text, 2, 2);
+    if (!value || (unit < 3600 && *value > 59)) return std::nullopt;
+    seconds += unit * *value;
+    if (text.empty()) break;
+    Take(text, ':');
+  }
+  if (!text.empty() || seconds > kMostOffset) return std::nullopt;
   return negative ? -seconds : seconds;
 }
 
@@ -63,12 +69,10 @@ ParsedTime ParseTime(const std::string& whole) {
   std::string_view text = whole;
   if (text == "now") return {std::time(nullptr), 0};
   if (Take(text, '@')) {
-    char* end = nullptr;
-    const long long seconds = std::strtoll(whole.c_str() + 1, &end, 10);
-    if (text.empty() || *end != '\0' || std::isspace(static_cast<unsigned char>(text[0])) != 0) {
-      FailTime(whole);
-    }
-    return {seconds, 0};
+    std::int64_t seconds = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (text.empty() || end != text.data() + text.size()) FailTime(whole);
+    return {error == std::errc() ? seconds : std::numeric_limits<std::int64_t>::max(), 0};
   }
   const std::optional<int> year = Digits(text, 4, 4);
   if (!year || !Take(text, '-')) FailTime(whole);
@@ -88,16 +92,16 @@ ParsedTime ParseTime(const std::string& whole) {
   ParsedTime result;
   if (!text.empty()) {
     result.offset = ParseOffset(text);
-    if (!result.offset || !text.empty()) FailTime(whole);
+    if (!result.offset) FailTime(whole);
   }
-  const std::chrono::year_month_day date(std::chrono::year(*year),
-                                         std::chrono::month(static_cast<unsigned>(*month)),
-                                         std::chrono::day(static_cast<unsigned>(*day)));
-  if (!date.ok() || *year < 1 || hour > 23 || minute > 59 || second > 59) {
+  LdiDate date;
+  const auto part = [](int value) { return static_cast<std::uint32_t>(value); };
+  if (LdiDateConstruct(&date, *year, part(*month), part(*day), part(hour), part(minute),
+                       part(second), 0, 0, KES_DATETIME_TIMESTAMP, 0, 0, nullptr, 0,
+                       nullptr) != 0) {
     throw ToolError(kUsage, fmt::format("'{}': there is no such date or time of day", whole));
   }
-  const std::int64_t days = std::chrono::sys_days(date).time_since_epoch().count();
-  result.seconds = days * 86400 + hour * 3600 + minute * 60 + second;
+  result.seconds = ToSeconds(date);
   return result;
 }
 
@@ -136,8 +140,15 @@ std::string Explain(const Zones& zones, const ZoneName& zone, std::int64_t local
 
 }  // namespace
 
-int ConvertTime(const Zones& zones, const std::string& time, const ZoneName* from,
+int ConvertTime(const Zones& zones, const std::string& text, const ZoneName* from,
                 const std::vector<const ZoneName*>& to, bool json) {
+  std::string time = text;
+  const std::size_t blank = text.find_last_of(' ');
+  const std::string tail = blank == std::string::npos ? "" : text.substr(blank + 1);
+  if (!tail.empty() && std::isalpha(static_cast<unsigned char>(tail[0])) != 0) {
+    from = &zones.Require(tail);
+    time = text.substr(0, blank);
+  }
   const ParsedTime parsed = ParseTime(time);
   std::int64_t utc = parsed.seconds - parsed.offset.value_or(0);
   std::string explanation;
@@ -148,12 +159,18 @@ int ConvertTime(const Zones& zones, const std::string& time, const ZoneName* fro
     kind = both.kind;
     explanation = Explain(zones, *from, parsed.seconds, both);
   }
-  if (utc != ToSeconds(ToTimestamp(utc))) {
+  if (!IsInYears(utc)) {
     throw ToolError(kUsage, fmt::format("'{}' is not in the years 1 to 9999", time));
   }
   std::vector<std::pair<std::string, ZoneState>> answers = {{"UTC", {utc, 0, false, "UTC"}}};
-  if (from != nullptr) answers.emplace_back(from->name, zones.At(from->id, utc));
-  for (const ZoneName* zone : to) answers.emplace_back(zone->name, zones.At(zone->id, utc));
+  const auto add = [&](const ZoneName* zone) {
+    const bool known = zone == nullptr ||
+                       std::any_of(answers.begin(), answers.end(),
+                                   [&](const auto& answer) { return answer.first == zone->name; });
+    if (!known) answers.emplace_back(zone->name, zones.At(zone->id, utc));
+  };
+  add(from);
+  for (const ZoneName* zone : to) add(zone);
   if (json) {
     constexpr const char* kKinds[] = {"once", "gap", "twice"};
     nlohmann::ordered_json list = nlohmann::ordered_json::array();

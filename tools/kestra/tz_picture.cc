@@ -2,12 +2,12 @@
 // a rectangle for each period in it; blue in standard time, orange in daylight-saving time, darker
 // the further east.
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <map>
+#include <memory>
 
 #include "command.h"
 #include "tz.h"
@@ -37,6 +37,7 @@ std::int64_t YearStart(int year) {
   LdiDate date{};
   date.year = static_cast<std::int16_t>(year);
   date.month = date.day = 1;
+  date.type = KES_DATETIME_TIMESTAMP;
   return ToSeconds(date);
 }
 
@@ -138,6 +139,29 @@ int LabelStep(YearRange years) {
   return count <= 20 ? 1 : count <= 300 ? 10 : count <= 1500 ? 50 : 500;
 }
 
+// What gnuplot draws for a script. No shell reads any of our text: it goes through a pipe, and the
+// picture comes back in a file without a name.
+std::string RunGnuplot(const std::string& script) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> picture(std::tmpfile(), std::fclose);
+  if (picture == nullptr) throw ToolError(kInputOutput, "no temporary file can be created");
+  const std::string command = fmt::format("gnuplot >/dev/fd/{} 2>/dev/null", fileno(picture.get()));
+  std::FILE* pipe = popen(command.c_str(), "w");
+  if (pipe == nullptr) throw ToolError(kInputOutput, "gnuplot cannot be started");
+  const bool written = std::fwrite(script.data(), 1, script.size(), pipe) == script.size();
+  const bool done = pclose(pipe) == 0 && written;
+  std::string bytes;
+  char block[4096];
+  std::rewind(picture.get());
+  while (const std::size_t size = std::fread(block, 1, sizeof block, picture.get())) {
+    bytes.append(block, size);
+  }
+  if (!done || !bytes.starts_with("\x89PNG")) {
+    throw ToolError(kInputOutput,
+                    "the picture could not be drawn: is gnuplot installed? --svg needs nothing");
+  }
+  return bytes;
+}
+
 }  // namespace
 
 std::string PictureSvg(const Zones& zones, const ZoneName& zone, YearRange years) {
@@ -184,22 +208,18 @@ std::string PictureSvg(const Zones& zones, const ZoneName& zone, YearRange years
   return out + "</svg>\n";
 }
 
-void WritePicturePng(const Zones& zones, const ZoneName& zone, YearRange years,
-                     const std::string& path) {
+std::string PicturePng(const Zones& zones, const ZoneName& zone, YearRange years) {
+  constexpr int kMostHeight = 30000;  // of gnuplot's terminal, about
   const std::vector<Block> blocks = Blocks(zones, zone, years);
   const auto colours = Colours(blocks);
-  if (path.find_first_of("'\"\\\n") != std::string::npos) {
-    throw ToolError(kUsage, "a PNG file cannot have quotes in its name");
-  }
-  // No shell reads any of our text: it goes through a pipe.
-  std::FILE* pipe = popen("gnuplot 2>/dev/null", "w");
-  if (pipe == nullptr) throw ToolError(kInputOutput, "gnuplot cannot be started");
+  const int rows = years.last - years.first + 1;
+  const int row = std::clamp(kMostHeight / rows, 1, kRow);
   std::string script = fmt::format(
-      "set terminal pngcairo size {},{} noenhanced\nset output '{}'\nset title \"{}\" noenhanced\n"
+      "set terminal pngcairo size {},{} noenhanced\nset title \"{}\" noenhanced\n"
       "set xrange [0:366]\nset yrange [{}:{}]\nset key outside right top noenhanced\n"
       "set xtics ('Jan' 0, 'Apr' 91, 'Jul' 182, 'Oct' 274)\nset style fill solid noborder\nplot ",
-      kLeft + kWidth + kLegend, kTop + (years.last - years.first + 1) * kRow + 60, path,
-      Quoted(Title(zones, zone, years)), years.last + 1, years.first);
+      kLeft + kWidth + kLegend, kTop + rows * row + 60, Quoted(Title(zones, zone, years)),
+      years.last + 1, years.first);
   std::string data;
   bool first = true;
   for (const auto& [kind, colour] : colours) {
@@ -213,13 +233,7 @@ void WritePicturePng(const Zones& zones, const ZoneName& zone, YearRange years,
     }
     data += "e\n";
   }
-  script += "\n" + data;
-  const bool written = std::fwrite(script.data(), 1, script.size(), pipe) == script.size();
-  if (pclose(pipe) != 0 || !written || access(path.c_str(), R_OK) != 0) {
-    throw ToolError(
-        kInputOutput,
-        fmt::format("{} could not be drawn: is gnuplot installed? --svg needs nothing", path));
-  }
+  return RunGnuplot(script + "\n" + data);
 }
 
 }  // namespace kestra::tools

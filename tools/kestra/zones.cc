@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 
 #include "command.h"
@@ -12,9 +11,15 @@
 namespace kestra::tools {
 namespace {
 
-constexpr std::int64_t kFirstSecond = -62135596800;  // of year 1
-constexpr std::int64_t kLastSecond = 253402300799;   // of year 9999
+constexpr std::int64_t kDaySeconds = 86400;
+constexpr std::int64_t kDayOf1970 = 2440588;         // 1 January 1970, as the calendar counts
+constexpr std::int64_t kFirstSecond = -62135769600;  // of the year 1, in the Julian calendar
+constexpr std::int64_t kLastSecond = 253402300799;   // of the year 9999
 constexpr std::size_t kNameRoom = 256;
+
+std::int64_t FloorDays(std::int64_t seconds) {
+  return (seconds >= 0 ? seconds : seconds - (kDaySeconds - 1)) / kDaySeconds;
+}
 
 const char* ReasonText(std::uint32_t status) {
   switch (status) {
@@ -78,24 +83,26 @@ const ZoneName* Zones::Find(std::string_view name) const {
   return at == names_.end() ? nullptr : &*at;
 }
 
-std::string Zones::Unknown(std::string_view name) const {
+std::string Zones::Hint(std::string_view name) const {
   std::vector<std::string> candidates;
   for (const ZoneName& known : names_) candidates.push_back(known.name);
-  std::string hint = DidYouMean(name, candidates);
-  if (hint.empty()) {
-    // "berlin", "newyork": the city alone.
-    std::vector<std::string> cities;
-    for (const ZoneName& known : names_) {
-      cities.push_back(known.name.substr(known.name.rfind('/') + 1));
-    }
-    std::vector<std::string> near;
-    for (const std::string& city : Nearest(name, cities)) {
-      const auto at = std::find(cities.begin(), cities.end(), city);
-      near.push_back(names_[static_cast<std::size_t>(at - cities.begin())].name);
-    }
-    hint = DidYouMean(near);
+  const std::string hint = DidYouMean(name, candidates);
+  if (!hint.empty()) return hint;
+  // "berlin", "newyork": the city alone.
+  std::vector<std::string> cities;
+  for (const ZoneName& known : names_) {
+    cities.push_back(known.name.substr(known.name.rfind('/') + 1));
   }
-  return fmt::format("unknown time zone '{}'{}", name, hint);
+  std::vector<std::string> near;
+  for (const std::string& city : Nearest(name, cities)) {
+    const auto at = std::find(cities.begin(), cities.end(), city);
+    near.push_back(names_[static_cast<std::size_t>(at - cities.begin())].name);
+  }
+  return DidYouMean(near);
+}
+
+std::string Zones::Unknown(std::string_view name) const {
+  return fmt::format("unknown time zone '{}'{}", name, Hint(name));
 }
 
 const ZoneName& Zones::Require(std::string_view name) const {
@@ -133,41 +140,39 @@ std::string ReleaseName(std::uint32_t content) {
 }
 
 LdiDate ToTimestamp(std::int64_t seconds) {
-  using namespace std::chrono;
   seconds = std::clamp(seconds, kFirstSecond, kLastSecond);
-  const sys_days day = floor<days>(sys_seconds(std::chrono::seconds(seconds)));
-  const year_month_day date(day);
-  const auto rest =
-      static_cast<unsigned>(seconds - day.time_since_epoch().count() * std::int64_t{86400});
+  const std::int64_t day = FloorDays(seconds);
+  const auto rest = static_cast<unsigned>(seconds - day * kDaySeconds);
   LdiDate result{};
-  result.year = static_cast<std::int16_t>(static_cast<int>(date.year()));
-  result.month = static_cast<std::uint8_t>(static_cast<unsigned>(date.month()));
-  result.day = static_cast<std::uint8_t>(static_cast<unsigned>(date.day()));
+  LdiJDaysToDate(&result, static_cast<std::int32_t>(day + kDayOf1970), KES_DATETIME_TIMESTAMP,
+                 nullptr);
   result.hour = static_cast<std::uint8_t>(rest / 3600);
   result.minute = static_cast<std::uint8_t>(rest / 60 % 60);
   result.second = static_cast<std::uint8_t>(rest % 60);
-  result.type = KES_DATETIME_TIMESTAMP;
   return result;
 }
 
 std::int64_t ToSeconds(const LdiDate& date) {
-  using namespace std::chrono;
-  const sys_days day =
-      year_month_day(year(date.year), month(date.month), std::chrono::day(date.day));
-  return day.time_since_epoch().count() * std::int64_t{86400} + date.hour * 3600 +
-         date.minute * 60 + date.second;
+  std::int32_t day = 0;
+  LdiDateToJDays(&day, &date);
+  return (day - kDayOf1970) * kDaySeconds + date.hour * 3600 + date.minute * 60 + date.second;
 }
 
+bool IsInYears(std::int64_t seconds) { return seconds >= kFirstSecond && seconds <= kLastSecond; }
+
 std::string FormatTime(std::int64_t seconds) {
+  // The year 10000 is the year 9600 with another name, the year 0 the year 4.
+  int years = 0;
+  if (seconds > kLastSecond) years = 400, seconds -= 146097 * kDaySeconds;
+  if (seconds < kFirstSecond) years = -4, seconds += 1461 * kDaySeconds;
   const LdiDate date = ToTimestamp(seconds);
-  return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", date.year, date.month, date.day,
+  return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", date.year + years, date.month, date.day,
                      date.hour, date.minute, date.second);
 }
 
 std::string FormatDayAndTime(std::int64_t seconds) {
   constexpr const char* kDays[] = {"Thu", "Fri", "Sat", "Sun", "Mon", "Tue", "Wed"};
-  const std::int64_t day = ((seconds >= 0 ? seconds : seconds - 86399) / 86400 % 7 + 7) % 7;
-  return fmt::format("{} {}", kDays[day], FormatTime(seconds));
+  return fmt::format("{} {}", kDays[(FloorDays(seconds) % 7 + 7) % 7], FormatTime(seconds));
 }
 
 std::string FormatOffset(std::int32_t seconds) {

@@ -42,7 +42,9 @@ class Zones {
   const std::vector<ZoneName>& names() const { return names_; }
   // Without regard to case; null for a name that is none.
   const ZoneName* Find(std::string_view name) const;
-  // "unknown time zone", with the nearest names.
+  // "; did you mean" with the nearest names, or nothing.
+  std::string Hint(std::string_view name) const;
+  // "unknown time zone", with the hint.
   std::string Unknown(std::string_view name) const;
   // Throws ToolError with that text.
   const ZoneName& Require(std::string_view name) const;
@@ -60,9 +62,12 @@ class Zones {
 // The release of a content version: 2606 is "2026f".
 std::string ReleaseName(std::uint32_t content);
 
-// Years 1 to 9999; anything else is moved to the nearest of them.
+// Seconds since 1970 and the fields of the library's calendar, years 1 to 9999; anything beyond is moved
+// to the nearest second of them.
 LdiDate ToTimestamp(std::int64_t seconds);
 std::int64_t ToSeconds(const LdiDate& date);
+bool IsInYears(std::int64_t seconds);
+// Local times may be up to a day beyond the years: 10000-01-01, and 0000-12-31 as ISO 8601 counts.
 // "2026-03-08 07:00:00", "Sun 2026-03-08 07:00:00", "+05:30".
 std::string FormatTime(std::int64_t seconds);
 std::string FormatDayAndTime(std::int64_t seconds);
