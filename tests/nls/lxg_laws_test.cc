@@ -157,6 +157,52 @@ TEST(LxgLaws, EveryRoomGivesAPrefixAndTouchesNothingElse) {
   }
 }
 
+// Kernels take blocks of 16, 32 or 64 bytes, and the end of a text in another way than its middle: all
+// combinations of bytes that begin, continue, cut off or break characters, around each such place.
+TEST(LxgLaws, EverythingAtTheEndOfABlock) {
+  const SetPair& utf8 = Sets()[0];
+  const SetPair& utf16 = Sets()[3];
+  const SetPair& latin = Sets()[6];
+  constexpr std::uint8_t kBytes[] = {0x00, 0x41, 0x80, 0x8F, 0x90, 0xA0, 0xBF, 0xC0, 0xC3, 0xDB,
+                                     0xE0, 0xE2, 0xED, 0xEF, 0xF0, 0xF3, 0xF4, 0xF5, 0xFF};
+  constexpr std::uint16_t kUnits[] = {0x41,   0x80,   0x7FF,  0x800,  0xD7FF, 0xD800,
+                                      0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFD, 0xFFFF};
+  constexpr std::size_t kPlaces[] = {0, 1, 13, 14, 15, 29, 30, 31, 61, 62};
+  const auto check = [](const SetPair& from, const SetPair& to, const std::string& text) {
+    const ref::Result wanted = ref::Convert(to.reference, from.reference, text, 400, 0);
+    for (const os::CpuLevel level : kLevels) {
+      if (os::ForceCpuLevel(level) != level) continue;
+      ASSERT_TRUE(Same(RunOurs(to, from, text, 400, 0), wanted))
+          << from.name << " to " << to.name << " level " << static_cast<int>(level) << " text "
+          << Hex(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+    }
+  };
+  const ForcedLevel restore(os::CpuLevel::kAvx512);
+  for (const std::size_t place : kPlaces) {
+    for (std::size_t i = 0; i < std::size(kBytes) * std::size(kBytes) * std::size(kBytes); ++i) {
+      std::string text = place % 2 == 0 ? "" : "a";
+      while (text.size() < place) text += "\xC3\xA4";
+      for (std::size_t rest = i, k = 0; k < 3; ++k, rest /= std::size(kBytes)) {
+        text += static_cast<char>(kBytes[rest % std::size(kBytes)]);
+      }
+      check(utf8, i % 2 == 0 ? utf16 : latin, text);
+      if (HasFatalFailure()) return;
+      check(utf8, i % 2 == 0 ? latin : utf16, text + "zzz");
+      if (HasFatalFailure()) return;
+    }
+    for (std::size_t i = 0; i < std::size(kUnits) * std::size(kUnits) * std::size(kUnits); ++i) {
+      std::string text;
+      for (std::size_t k = 0; k < place; ++k) text += {'\x04', '\x30'};
+      for (std::size_t rest = i, k = 0; k < 3; ++k, rest /= std::size(kUnits)) {
+        const std::uint16_t unit = kUnits[rest % std::size(kUnits)];
+        text += {static_cast<char>(unit >> 8), static_cast<char>(unit)};
+      }
+      check(utf16, utf8, text);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
 TEST(LxgLaws, SplittingTheSourceChangesNothing) {
   TextMaker maker(3);
   for (const SetPair& from : Sets()) {

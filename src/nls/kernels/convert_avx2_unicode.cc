@@ -66,10 +66,12 @@ KES_AVX2 inline Forms FormsOf(__m256i units, std::size_t count, __m256i ascii) n
         _mm256_cmpeq_epi16(_mm256_and_si256(units, Words(0xFC00)), Words(0xDC00));
     const std::uint32_t lows = MaskOf(low_units);
     const std::uint32_t highs = MaskOf(surrogates) & ~lows;
-    // A pair whose low half is in the next step begins there.
+    // A pair whose low half is in the next step begins there. What is wrong with a high surrogate
+    // shows at the unit behind it, which the check therefore includes.
+    const std::uint32_t checked = inside;
     if ((highs >> (2 * count - 1) & 1) != 0) inside = FirstBits(2 * --forms.count);
     const std::uint32_t bad = (lows ^ highs << 2) | MaskOf(replacements);
-    if ((bad & inside) != 0) forms.count = 0;
+    if ((bad & checked) != 0) forms.count = 0;
     forms.lows = lows & inside;
     forms.first_two =
         _mm256_blendv_epi8(forms.first_two, FormsOfPairs(units, low_units), surrogates);

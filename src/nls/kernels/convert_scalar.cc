@@ -186,11 +186,6 @@ KES_INLINE Progress Utf16ToUtf8(const std::uint8_t* in, std::size_t size, std::u
 template <typename Put>
 KES_INLINE bool TakeShort(const std::uint8_t*& p, const Put& put) noexcept {
   const std::uint32_t bytes = LoadAt<std::uint32_t>(p, 0);
-  if ((bytes & 0xC0E0) == 0x80C0) {
-    if ((bytes & 0x1E) == 0 || !put((bytes & 0x1F) << 6 | (bytes >> 8 & 0x3F))) return false;
-    p += 2;
-    return true;
-  }
   if ((bytes & 0xC0C0F0) == 0x8080E0) {
     const std::uint32_t unit = (bytes & 0x0F) << 12 | (bytes >> 2 & 0xFC0) | (bytes >> 16 & 0x3F);
     if (unit < 0x800 || convert::IsSurrogate(unit) || unit == kReplacementCharacter) return false;
@@ -198,7 +193,10 @@ KES_INLINE bool TakeShort(const std::uint8_t*& p, const Put& put) noexcept {
     p += 3;
     return true;
   }
-  return false;
+  if ((bytes & 0xC0E0) != 0x80C0 || (bytes & 0x1E) == 0) return false;
+  if (!put((bytes & 0x1F) << 6 | (bytes >> 8 & 0x3F))) return false;
+  p += 2;
+  return true;
 }
 
 // How many of the eight bytes are ASCII in front of the first other one.
@@ -240,7 +238,13 @@ KES_INLINE Progress Utf8ToUtf16(const std::uint8_t* in, std::size_t size, std::u
       q += 2 * letters;
       if (letters < 8) break;
     }
-    while (end - p >= 4 && *p >= 0x80 && out_end - q >= 4) {
+    while (end - p >= 4 && out_end - q >= 4) {
+      // A single letter, such as the space between two words, is no run.
+      if (*p < 0x80) {
+        if (p[1] < 0x80) break;
+        put(*p++);
+        continue;
+      }
       if (TakeShort(p, put)) [[likely]]
         continue;
       const Decoded four = *p >= 0xF0 ? convert::Utf8Decoder{}.Next(p, end) : Decoded{};
@@ -375,7 +379,7 @@ Progress Utf8ToSingle(const ByteEncodeTable& given, bool ascii, const std::uint8
     return byte != 0;
   };
   while (end - p >= 4 && q < out_end) {
-    if (ascii && *p < 0x80 && end - p >= 8 && out_end - q >= 8) {
+    if (ascii && *p < 0x80 && p[1] < 0x80 && end - p >= 8 && out_end - q >= 8) {
       const std::uint64_t word = LoadWord(p);
       const std::size_t letters = CountAscii(word);
       std::memcpy(q, &word, sizeof word);
@@ -470,12 +474,26 @@ Progress MultibyteToUnits(const MultibyteDecodeTable& table, const std::uint8_t*
 
 namespace {
 
-template <std::uint32_t kWidth>
-Progress UnitsToWidth(MultibyteEncodeTable table, const std::uint16_t* in, std::size_t count,
-                      std::uint8_t* out) noexcept {
-  using Cell = std::conditional_t<kWidth == 2, std::uint16_t, std::uint32_t>;
-  table.width = kWidth;
-  const std::uint32_t* const bases = table.bases != nullptr ? table.bases->base : nullptr;
+// The bytes of a cell, the highest first; as many bytes as the cell has are written.
+KES_INLINE std::uint8_t* PutCell(std::uint8_t* q, std::uint16_t number) noexcept {
+  const std::uint32_t first = number >> 8;
+  *q = static_cast<std::uint8_t>(first);
+  q += first != 0 ? 1 : 0;
+  *q = static_cast<std::uint8_t>(number);
+  return q + 1;
+}
+KES_INLINE std::uint8_t* PutCell(std::uint8_t* q, std::uint32_t number) noexcept {
+  const auto leading = static_cast<std::uint32_t>(__builtin_clz(number)) & ~7u;
+  const std::uint32_t bytes = __builtin_bswap32(number << leading);
+  std::memcpy(q, &bytes, sizeof bytes);
+  return q + 4 - leading / 8;
+}
+
+template <typename Cell, bool kCollected>
+Progress WriteMultibyte(MultibyteEncodeTable table, const std::uint16_t* in, std::size_t count,
+                        std::uint8_t* out) noexcept {
+  table.width = sizeof(Cell);
+  const EncodeBases* const bases = table.bases;
   std::uint8_t* q = out;
   std::size_t i = 0;
   while (i < count) {
@@ -489,25 +507,17 @@ Progress UnitsToWidth(MultibyteEncodeTable table, const std::uint16_t* in, std::
     }
     const std::size_t stop = count - i < 8 ? count : i + 8;
     for (; i < stop; ++i) {
-      const std::uint32_t number =
-          bases != nullptr
-              ? LoadAt<Cell>(table.cells, sizeof(Cell) * std::size_t{bases[in[i] >> 6] + in[i]})
-              : FindEncodeCell(table, in[i]);
+      const std::uint32_t unit = in[i];
+      Cell number;
+      if constexpr (kCollected) {
+        const std::size_t cell = bases->base[unit >> 6] + unit;
+        number = LoadAt<Cell>(table.cells, sizeof(Cell) * cell);
+      } else {
+        number = static_cast<Cell>(FindEncodeCell(table, unit));
+      }
       if (number == 0) [[unlikely]]
         return {i, static_cast<std::size_t>(q - out), i};
-      // The first byte is the highest of the number; what lies behind the last is overwritten.
-      if constexpr (kWidth == 2) {
-        const std::uint32_t two = number >> 8 != 0 ? 1 : 0;
-        const std::uint16_t bytes =
-            __builtin_bswap16(static_cast<std::uint16_t>(number << (8 - 8 * two)));
-        std::memcpy(q, &bytes, sizeof bytes);
-        q += 1 + two;
-      } else {
-        const auto leading = static_cast<std::uint32_t>(__builtin_clz(number)) & ~7u;
-        const std::uint32_t bytes = __builtin_bswap32(number << leading);
-        std::memcpy(q, &bytes, sizeof bytes);
-        q += 4 - leading / 8;
-      }
+      q = PutCell(q, number);
     }
   }
   return {i, static_cast<std::size_t>(q - out), i};
@@ -517,8 +527,12 @@ Progress UnitsToWidth(MultibyteEncodeTable table, const std::uint16_t* in, std::
 
 Progress UnitsToMultibyte(const MultibyteEncodeTable& table, const std::uint16_t* in,
                           std::size_t count, std::uint8_t* out, std::size_t) noexcept {
-  return table.width == 2 ? UnitsToWidth<2>(table, in, count, out)
-                          : UnitsToWidth<4>(table, in, count, out);
+  if (table.bases != nullptr) {
+    return table.width == 2 ? WriteMultibyte<std::uint16_t, true>(table, in, count, out)
+                            : WriteMultibyte<std::uint32_t, true>(table, in, count, out);
+  }
+  return table.width == 2 ? WriteMultibyte<std::uint16_t, false>(table, in, count, out)
+                          : WriteMultibyte<std::uint32_t, false>(table, in, count, out);
 }
 
 }  // namespace kestra::nls::kernels::scalar
