@@ -15,6 +15,8 @@
 
 #define KES_DATE_LANES __attribute__((target("avx2"), always_inline))
 #define KES_DATE_LANES_ENTRY __attribute__((target("avx2")))
+#define KES_DATE_VECTOR(name) _mm256_##name
+#define KES_DATE_BITS(name) _mm256_##name##_si256
 
 namespace kestra::datetime {
 namespace {
@@ -23,29 +25,9 @@ constexpr std::size_t kLanes = 4;
 using Lanes = __m256i;
 using Mask = __m256i;  // a lane is all ones or all zeros
 
+#include "datetime/kernels/vector_lanes.h"
+
 KES_DATE_LANES inline Lanes Set(std::int64_t value) noexcept { return _mm256_set1_epi64x(value); }
-KES_DATE_LANES inline Lanes Add(Lanes x, Lanes y) noexcept { return _mm256_add_epi64(x, y); }
-KES_DATE_LANES inline Lanes Subtract(Lanes x, Lanes y) noexcept { return _mm256_sub_epi64(x, y); }
-KES_DATE_LANES inline Lanes And(Lanes x, Lanes y) noexcept { return _mm256_and_si256(x, y); }
-KES_DATE_LANES inline Lanes Or(Lanes x, Lanes y) noexcept { return _mm256_or_si256(x, y); }
-KES_DATE_LANES inline Lanes Xor(Lanes x, Lanes y) noexcept { return _mm256_xor_si256(x, y); }
-KES_DATE_LANES inline Lanes Multiply(Lanes x, Lanes y) noexcept { return _mm256_mul_epu32(x, y); }
-KES_DATE_LANES inline Lanes AddHalves(Lanes x, Lanes y) noexcept { return _mm256_add_epi32(x, y); }
-KES_DATE_LANES inline Lanes HighWords(Lanes x, Lanes y) noexcept {
-  return _mm256_mulhi_epu16(x, y);
-}
-template <unsigned kBits>
-KES_DATE_LANES inline Lanes Left(Lanes x) noexcept {
-  return _mm256_slli_epi64(x, kBits);
-}
-template <unsigned kBits>
-KES_DATE_LANES inline Lanes Right(Lanes x) noexcept {
-  return _mm256_srli_epi64(x, kBits);
-}
-template <unsigned kBits>
-KES_DATE_LANES inline Lanes RightOfHalves(Lanes x) noexcept {
-  return _mm256_srli_epi32(x, kBits);
-}
 template <unsigned kPlace>
 KES_DATE_LANES inline Lanes Byte(Lanes x) noexcept {
   constexpr auto kNone = static_cast<std::int64_t>(0x8080808080808000);
@@ -127,12 +109,6 @@ KES_DATE_LANES inline Lanes LoadNumbers(const T* values) noexcept {
 
 // ---- Records of datetimes and intervals.
 
-KES_DATE_LANES inline Lanes MultiplySigned(Lanes x, Lanes y) noexcept {
-  return _mm256_mul_epi32(x, y);
-}
-KES_DATE_LANES inline Lanes RightBy(Lanes x, Lanes bits) noexcept {
-  return _mm256_srlv_epi64(x, bits);
-}
 KES_DATE_LANES inline Lanes SubtractFrom(Mask mask, Lanes x) noexcept {
   return Subtract(Xor(x, mask), mask);
 }
@@ -153,12 +129,6 @@ KES_DATE_LANES inline Lanes LoadPieces(const void* const (&at)[kLanes / 2]) noex
   const __m128i low = _mm_loadu_si128(static_cast<const __m128i*>(at[0]));
   const __m128i high = _mm_loadu_si128(static_cast<const __m128i*>(at[1]));
   return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
-}
-KES_DATE_LANES inline Lanes LowOfPairs(Lanes x, Lanes y) noexcept {
-  return _mm256_unpacklo_epi64(x, y);
-}
-KES_DATE_LANES inline Lanes HighOfPairs(Lanes x, Lanes y) noexcept {
-  return _mm256_unpackhi_epi64(x, y);
 }
 KES_DATE_LANES inline void StorePieces(void* const (&at)[kLanes / 2], Lanes pieces) noexcept {
   _mm_storeu_si128(static_cast<__m128i*>(at[0]), _mm256_castsi256_si128(pieces));

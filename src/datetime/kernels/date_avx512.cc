@@ -15,6 +15,8 @@
 
 #define KES_DATE_LANES __attribute__((target("avx512f,avx512dq,avx512bw,avx512vl"), always_inline))
 #define KES_DATE_LANES_ENTRY __attribute__((target("avx512f,avx512dq,avx512bw,avx512vl")))
+#define KES_DATE_VECTOR(name) _mm512_##name
+#define KES_DATE_BITS(name) _mm512_##name##_si512
 
 namespace kestra::datetime {
 namespace {
@@ -23,25 +25,9 @@ constexpr std::size_t kLanes = 8;
 using Lanes = __m512i;
 using Mask = __mmask8;
 
+#include "datetime/kernels/vector_lanes.h"
+
 KES_DATE_LANES inline Lanes Set(std::int64_t value) noexcept { return _mm512_set1_epi64(value); }
-KES_DATE_LANES inline Lanes Add(Lanes x, Lanes y) noexcept { return _mm512_add_epi64(x, y); }
-KES_DATE_LANES inline Lanes Subtract(Lanes x, Lanes y) noexcept { return _mm512_sub_epi64(x, y); }
-KES_DATE_LANES inline Lanes And(Lanes x, Lanes y) noexcept { return _mm512_and_si512(x, y); }
-KES_DATE_LANES inline Lanes Or(Lanes x, Lanes y) noexcept { return _mm512_or_si512(x, y); }
-KES_DATE_LANES inline Lanes Xor(Lanes x, Lanes y) noexcept { return _mm512_xor_si512(x, y); }
-KES_DATE_LANES inline Lanes AddHalves(Lanes x, Lanes y) noexcept { return _mm512_add_epi32(x, y); }
-KES_DATE_LANES inline Lanes HighWords(Lanes x, Lanes y) noexcept {
-  return _mm512_mulhi_epu16(x, y);
-}
-KES_DATE_LANES inline Lanes Multiply(Lanes x, Lanes y) noexcept { return _mm512_mul_epu32(x, y); }
-template <unsigned kBits>
-KES_DATE_LANES inline Lanes Left(Lanes x) noexcept {
-  return _mm512_slli_epi64(x, kBits);
-}
-template <unsigned kBits>
-KES_DATE_LANES inline Lanes Right(Lanes x) noexcept {
-  return _mm512_srli_epi64(x, kBits);
-}
 template <unsigned kPlace>
 KES_DATE_LANES inline Lanes Byte(Lanes x) noexcept {
   constexpr auto kNone = static_cast<std::int64_t>(0x8080808080808000);
@@ -61,10 +47,6 @@ KES_DATE_LANES inline Lanes AddWhere(Mask mask, Lanes x, Lanes y) noexcept {
 }
 KES_DATE_LANES inline Lanes SubtractWhere(Mask mask, Lanes x, Lanes y) noexcept {
   return _mm512_mask_sub_epi64(x, mask, x, y);
-}
-template <unsigned kBits>
-KES_DATE_LANES inline Lanes RightOfHalves(Lanes x) noexcept {
-  return _mm512_srli_epi32(x, kBits);
 }
 KES_DATE_LANES inline Lanes SignedWord(Lanes x) noexcept {
   return _mm512_srai_epi64(Left<48>(x), 48);
@@ -124,12 +106,6 @@ KES_DATE_LANES inline Lanes LoadNumbers(const T* values) noexcept {
 
 // ---- Records of datetimes and intervals.
 
-KES_DATE_LANES inline Lanes MultiplySigned(Lanes x, Lanes y) noexcept {
-  return _mm512_mul_epi32(x, y);
-}
-KES_DATE_LANES inline Lanes RightBy(Lanes x, Lanes bits) noexcept {
-  return _mm512_srlv_epi64(x, bits);
-}
 KES_DATE_LANES inline Lanes SubtractFrom(Mask mask, Lanes x) noexcept {
   return _mm512_mask_sub_epi64(x, mask, Set(0), x);
 }
@@ -150,12 +126,6 @@ KES_DATE_LANES inline Lanes LoadPieces(const void* const (&at)[kLanes / 2]) noex
   };
   const Lanes first = _mm512_inserti64x2(_mm512_castsi128_si512(piece(0)), piece(1), 1);
   return _mm512_inserti64x2(_mm512_inserti64x2(first, piece(2), 2), piece(3), 3);
-}
-KES_DATE_LANES inline Lanes LowOfPairs(Lanes x, Lanes y) noexcept {
-  return _mm512_unpacklo_epi64(x, y);
-}
-KES_DATE_LANES inline Lanes HighOfPairs(Lanes x, Lanes y) noexcept {
-  return _mm512_unpackhi_epi64(x, y);
 }
 KES_DATE_LANES inline void StorePieces(void* const (&at)[kLanes / 2], Lanes pieces) noexcept {
   _mm_storeu_si128(static_cast<__m128i*>(at[0]), _mm512_castsi512_si128(pieces));
