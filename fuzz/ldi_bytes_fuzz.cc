@@ -44,6 +44,38 @@ void TryInterval(const std::uint8_t* data, std::size_t size, std::uint32_t type)
   Require(std::memcmp(&again, &inter, sizeof inter) == 0);
 }
 
+// Array forms answer for a record in a vector what the scalar ones do.
+void TryArrays(const LdiDate& x, const LdiDate& y, const LdiInter& inter) {
+  constexpr std::size_t kCount = 9;
+  const LdiDate* dates[kCount];
+  const LdiInter* inters[kCount];
+  LdiDate sums[kCount], sum;
+  LdiInter differences[kCount], difference;
+  LdiDate* to_sums[kCount];
+  LdiInter* to_differences[kCount];
+  for (std::size_t i = 0; i < kCount; ++i) {
+    dates[i] = &x;
+    inters[i] = &inter;
+    to_sums[i] = &sums[i];
+    to_differences[i] = &differences[i];
+  }
+  const LdiDate* const other = &y;
+  std::int8_t orders[kCount];
+  int order = 0;
+  std::size_t done = 0;
+  std::uint32_t error = LdiDateInterAdd(&sum, &x, &inter);
+  Require(LdiDateInterAddarr(to_sums, dates, kCount, inters, 0, &done) == error);
+  Require(error != 0 || std::memcmp(&sums[7], &sum, sizeof sum) == 0);
+  error = LdiDateDateSubtract(&difference, &x, &y, KES_INTERVAL_DAY_TO_SECOND);
+  Require(LdiDateDateSubtractarr(to_differences, dates, kCount, &other, KES_INTERVAL_DAY_TO_SECOND,
+                                 KES_DATETIME_SHARED, &done) == error);
+  Require(error != 0 || std::memcmp(&differences[7], &difference, sizeof difference) == 0);
+  error = LdiDateCompare(&x, &y, nullptr, &order);
+  Require(LdiDateComparearr(orders, dates, kCount, &other, nullptr, KES_DATETIME_SHARED, &done) ==
+          error);
+  Require(error != 0 || orders[7] == order);
+}
+
 // Records of any bytes do no harm.
 void TryRecords(const std::uint8_t* data, std::size_t size) {
   LdiDate x{};
@@ -71,6 +103,7 @@ void TryRecords(const std::uint8_t* data, std::size_t size) {
   LdiRound(&out, &x, size > 2 ? data[2] : 0, 0, nullptr);
   LdiInterInterAdd(&difference, &inter, &inter);
   LdiIIntMult(&difference, &inter, order + 7);
+  TryArrays(x, y, inter);
 }
 
 }  // namespace

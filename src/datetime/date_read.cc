@@ -73,10 +73,17 @@ struct NameMatch {
     if (walk.AtEnd()) return;
     const std::uint8_t* const pool = walk.state().pool;
     const std::uint8_t first_byte = walk.left()[0];
+    const std::uint8_t second_byte = walk.left().size() > 1 ? walk.left()[1] : 0;
     for (std::size_t i = 0; i < count; ++i) {
       // The capitalised form begins like one of the other two.
       const NameRef* const form = names[i].form;
-      if (first_byte != pool[form[0].at] && first_byte != pool[form[2].at]) continue;
+      const std::uint8_t* const upper = pool + form[0].at;
+      const std::uint8_t* const lower = pool + form[2].at;
+      if (first_byte != upper[0] && first_byte != lower[0]) continue;
+      // So does the second letter, where the first one is a byte in either case.
+      const bool short_letter =
+          (upper[0] | lower[0]) < 0x80 && form[0].length > 1 && !walk.state().whole_names;
+      if (short_letter && second_byte != upper[1] && second_byte != lower[1]) continue;
       const std::size_t length = NameBytes(walk, names[i]);
       if (length == 0 || length < bytes) continue;
       if (length > bytes) indexes = 0;

@@ -158,14 +158,14 @@ const DatetimePlan* MakeDatetimePlan(ldxctx& ctx, std::span<const std::uint8_t> 
   plan.format_length = static_cast<std::uint8_t>(format.size());
   plan.types = 0xFF;
   plan.basis = StateOf(ctx).basis;
-  plan.readable = !CheckReadable(format, true);
+  plan.whole_readable = plan.readable = !CheckReadable(format, true);
   PlanMaker maker(plan, ctx);
   bool going = true;
   for (std::span<const std::uint8_t> left = format; !left.empty();) {
     const bool of_dates = left[0] != kDatetimeEscape && left[0] < kLiteralBase;
     LdiFormatItem item;
     if (!NextItem(left, item)) {
-      plan.covered = 0;
+      plan.covered = plan.types = 0;
       break;
     }
     for (std::uint32_t type = 0; type < 8; ++type) {
@@ -176,7 +176,7 @@ const DatetimePlan* MakeDatetimePlan(ldxctx& ctx, std::span<const std::uint8_t> 
     if (!going && (of_dates || item.code == kHour25)) plan.readable = false;
   }
   plan.readable = plan.readable && plan.head.readable;
-  return plan.covered != 0 ? &plan : nullptr;
+  return &plan;
 }
 
 bool PutDatetimePlan(const DatetimePlan& plan, const LdiDate& date, std::uint32_t precision,

@@ -19,14 +19,15 @@ namespace kestra::datetime {
 
 inline constexpr std::uint8_t kAnyDigits = 0xFF;
 
-// The plan of a format; null when the format does not begin as one.
+// The plan of a format, which may cover nothing of it; null when the format is longer than those that
+// are kept.
 const DatetimePlan* MakeDatetimePlan(ldxctx& ctx, std::span<const std::uint8_t> format) noexcept;
 inline const DatetimePlan* DatetimePlanOf(ldxctx& ctx,
                                           std::span<const std::uint8_t> format) noexcept {
   const DatetimePlan& plan = StateOf(ctx).datetime_plan;
   if (format.empty() || ctx.calendar != 0) return nullptr;
   if (SameFormat(plan, format)) [[likely]]
-    return plan.covered != 0 ? &plan : nullptr;
+    return &plan;
   return MakeDatetimePlan(ctx, format);
 }
 

@@ -38,7 +38,8 @@ class Formatter {
 
   // plan: the format's, or null.
   std::uint32_t Format(std::span<const std::uint8_t> format, const DatetimePlan* plan) noexcept {
-    if (plan != nullptr && ServesType(*plan, date_.type)) {
+    const bool served = plan != nullptr && ServesType(*plan, date_.type);
+    if (served && plan->covered != 0) {
       if (!PutDatetimePlan(*plan, date_, precision_, out_, used_)) {
         return KES_DATETIME_NO_ROOM;
       }
@@ -50,7 +51,7 @@ class Formatter {
       const std::size_t at = format.size() - left.size();
       LdiFormatItem item;
       if (!NextItem(left, item)) return kDamaged;
-      if (!TypeHasElement(date_.type, item.code)) return KES_DATETIME_NO_FIELD;
+      if (!served && !TypeHasElement(date_.type, item.code)) return KES_DATETIME_NO_FIELD;
       if (format[at] != kDatetimeEscape) continue;
       if (const std::uint32_t error = Dates(format.subspan(run, at - run))) return error;
       if (const std::uint32_t error = Element(item.code)) return error;

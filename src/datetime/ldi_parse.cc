@@ -137,7 +137,9 @@ class Job {
       error_ = KES_DATETIME_BAD_FRACTION;
     } else {
       const DatetimePlan* any = DatetimePlanOf(ctx.date, format);
-      if (any != nullptr && any->readable && ServesType(*any, type)) plan = any;
+      if (any == nullptr || !any->whole_readable || !ServesType(*any, type)) return;
+      checked_ = true;
+      if (any->readable) plan = any;
     }
   }
 

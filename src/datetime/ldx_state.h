@@ -93,7 +93,8 @@ struct DatetimePlan {
   std::uint8_t covered;                      // bytes of the format that the plan serves
   std::uint8_t types;      // bit n: the type n has all elements of the whole format
   Basis basis;
-  bool readable;           // the whole format is, and nothing of the date comes after the plan
+  bool whole_readable;     // the whole format is
+  bool readable;           // and nothing of the date comes after the plan
   std::uint8_t digits;     // of the fraction; 0: none, kAnyDigits: as many as asked for
   std::uint8_t tail_size;  // bytes behind the fraction
   std::uint8_t sign_at;    // of the offset in the tail, or kNoPlace

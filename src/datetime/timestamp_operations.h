@@ -75,7 +75,7 @@ inline bool AddPlain(LdiDate& out, const LdiDate& in, const LdiInter& inter,
   const CivilDate civil = SplitDay(static_cast<std::int32_t>(day));
   const std::uint64_t fields = LoadFields(in);
   const std::uint64_t date = days == 0 ? fields & kDatePart : PackDay(civil);
-  const bool typed = HasDate(in.type) && in.type < 8 && inter.type < 32 &&
+  const bool typed = in.type < 8 && HasDate(in.type) && inter.type < 32 &&
                      (kDayToSecond >> inter.type & 1) != 0 &&
                      (in.type != KES_DATETIME_DATE || fraction == 0);
   const bool inside = static_cast<std::uint64_t>(days + kMaxDay) <= 2 * std::uint64_t{kMaxDay} &&
