@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/cpu_level.h"
 #include "kestra/number.h"
 #include "kestra/number_array.h"
 
@@ -329,4 +330,9 @@ BENCHMARK_CAPTURE(BM_Gmp, div, mpz_tdiv_q)->Apply(AllColumns);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  kestra::bench::ForceCpuLevelOfEnvironment();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

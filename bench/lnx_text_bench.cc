@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/cpu_level.h"
 #include "kestra/number_format.h"
 #include "kestra/number_text.h"
 
@@ -194,4 +195,9 @@ BENCHMARK(BM_PeerInt64ToChars);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  kestra::bench::ForceCpuLevelOfEnvironment();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

@@ -17,6 +17,7 @@
 namespace {
 
 using namespace kestra::number;  // NOLINT: the kernels' tables
+using kestra::os::CpuLevel;
 
 void Require(bool law) {
   if (!law) std::abort();
@@ -102,23 +103,35 @@ void CheckLaws(const Input& x, const Input& y) {
           lnxsgn(difference.data(), difference.size()));
 }
 
-void CheckKernels(const Input& x, const Input& y, int places) {
-  const Kernels& best = KernelsFor(kestra::os::GetCpuLevel());
-  const Kernels& plain = KernelsFor(kestra::os::CpuLevel::kBaseline);
-  for (auto member : {&Kernels::add, &Kernels::subtract, &Kernels::multiply, &Kernels::divide}) {
-    Require(Binary(best.*member, x, y) == Binary(plain.*member, x, y));
+// The kernels of every machine against the plain functions.
+void CheckKernels(const Kernels& kernels, const Input& x, const Input& y, int places) {
+  const struct {
+    BinaryFunction* kernel;
+    BinaryFunction* plain;
+  } binary[] = {{kernels.add, scalar::Add},
+                {kernels.subtract, scalar::Subtract},
+                {kernels.multiply, scalar::Multiply},
+                {kernels.divide, scalar::Divide}};
+  for (const auto& operation : binary) {
+    Require(Binary(operation.kernel, x, y) == Binary(operation.plain, x, y));
   }
-  for (auto member : {&Kernels::round, &Kernels::round_even, &Kernels::truncate}) {
-    const auto rounded = [&](const Kernels& kernels) {
+  const struct {
+    RoundFunction* kernel;
+    RoundFunction* plain;
+  } rounding[] = {{kernels.round, scalar::Round},
+                  {kernels.round_even, scalar::RoundEven},
+                  {kernels.truncate, scalar::Truncate}};
+  for (const auto& operation : rounding) {
+    const auto rounded = [&](RoundFunction* function) {
       return Output([&](std::uint8_t* out, std::size_t* outlen) {
-        (kernels.*member)(x.data(), x.length, out, outlen, places);
+        function(x.data(), x.length, out, outlen, places);
       });
     };
-    const Number result = rounded(best);
-    Require(result == rounded(plain) && IsValid(result));
+    const Number result = rounded(operation.kernel);
+    Require(result == rounded(operation.plain) && IsValid(result));
   }
-  Require(best.compare(x.data(), x.length, y.data(), y.length) ==
-          plain.compare(x.data(), x.length, y.data(), y.length));
+  Require(kernels.compare(x.data(), x.length, y.data(), y.length) ==
+          scalar::Compare(x.data(), x.length, y.data(), y.length));
 }
 
 // Two blocks of eight and some more, of short numbers when x and y are short.
@@ -245,8 +258,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Input x(reader);
   const Input y(reader);
   CheckLaws(x, y);
-  CheckKernels(x, y, places);
-  CheckArrays(x, y, nulls);
+  for (const CpuLevel level : {CpuLevel::kBaseline, CpuLevel::kAvx512}) {
+    kestra::os::ForceCpuLevel(level);
+    CheckKernels(ChooseKernels(), x, y, places);
+    CheckArrays(x, y, nulls);
+  }
   CheckUnary(x);
   CheckNative(x, bits);
   if ((what & 6) == 6) CheckMath(x, y);  // slower than all the rest together

@@ -183,7 +183,7 @@ TEST_P(LnxRandom, ComparisonIsTheOrderOfTheValues) {
 INSTANTIATE_TEST_SUITE_P(Kernels, LnxRandom,
                          testing::Values(os::CpuLevel::kBaseline, os::CpuLevel::kAvx512),
                          [](const testing::TestParamInfo<os::CpuLevel>& level) {
-                           return level.param == os::CpuLevel::kBaseline ? "Scalar" : "Avx512";
+                           return level.param == os::CpuLevel::kBaseline ? "Words" : "Avx512";
                          });
 
 TEST(LnxRandom, SignsCopiesAndStepsAgreeWithExactArithmetic) {

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "number/kernels/number_located.h"
 #include "number/number_view.h"
 
 #define KES_AVX512                                                                               \
@@ -66,20 +67,6 @@ KES_AVX512 __m256i ComplementIf(std::uint32_t flag, __m256i digits) noexcept {
 KES_AVX512 __m256i Encode(std::uint32_t negative, __m256i digits) noexcept {
   const __m256i positive = _mm256_add_epi8(digits, Row(kConstants.ones));
   return _mm256_mask_sub_epi8(positive, 0 - negative, Row(kConstants.terminators), positive);
-}
-
-// A pointer and a length as callers give them, made one form; size 0 when it is no length of a
-// number.
-struct Located {
-  const std::uint8_t* bytes;
-  std::uint32_t size;
-};
-
-KES_AVX512 Located Locate(const std::uint8_t* x, std::size_t xlen) noexcept {
-  if (x == nullptr) [[unlikely]]
-    return {nullptr, 0};
-  if (xlen == 0) xlen = *x++;
-  return {x, xlen <= kMaxBytes ? static_cast<std::uint32_t>(xlen) : 0};
 }
 
 // A number in a register: byte k of digits is digit k, counted from 0, and the others are 0.

@@ -11,7 +11,7 @@ const Kernels& KernelsFor(os::CpuLevel level) noexcept {
   if (level >= os::CpuLevel::kAvx512) return kAvx512Kernels;
 #endif
   static_cast<void>(level);
-  return kScalarKernels;
+  return kWordKernels;
 }
 
 const Kernels& ChooseKernels() noexcept {

@@ -1,6 +1,5 @@
 // The operations that have more than one implementation, behind one table that is chosen once.
-// Every function has the arguments and the behaviour of the exported one of its name; the scalar
-// table is the reference.
+// Every function has the arguments and the behaviour of the exported one of its name.
 #pragma once
 
 #include <atomic>
@@ -52,12 +51,13 @@ struct Kernels {
   CompareArrayFunction* compare_array;
 };
 
-// The scalar table's functions; kernels hand them what they do not take.
+// The plain functions: the reference, and what kernels hand everything to that they do not take.
 namespace scalar {
 BinaryFunction Add, Subtract, Multiply, Divide;
 RoundFunction Round, RoundEven, Truncate;
 CompareFunction Compare;
 UnaryFunction Negate, Absolute, Copy;
+UnaryArrayFunction AbsoluteArray, NegateArray, CopyArray;
 }  // namespace scalar
 
 // The best table at a level; never null.

@@ -1,4 +1,4 @@
-// The scalar table: bytes to values, the operation, values to bytes.
+// The plain functions: bytes to values, the operation, values to bytes.
 #include <bit>
 #include <cstring>
 
@@ -79,23 +79,6 @@ Copied Positive(const std::uint8_t* x, std::size_t xlen) noexcept {
   return number;
 }
 
-using ValueOperation = Decimal(const Decimal& x, const Decimal& y) noexcept;
-
-template <ValueOperation* operation>
-int BinaryArray(const std::uint8_t* const* x, const std::uint16_t* xlen,
-                const std::uint8_t* const* y, const std::uint16_t* ylen, std::size_t n,
-                const std::uint8_t* nulls, std::uint8_t** out, std::uint16_t* outlen,
-                std::uint8_t* area, std::size_t area_size) noexcept {
-  return PackResults(
-      n, nulls, out, outlen, area, area_size, [&](std::size_t i, std::uint8_t* room) noexcept {
-        std::uint8_t bytes[kMaxBytes];
-        const std::size_t length =
-            WriteNumber(operation(ReadNumber(x[i], xlen[i]), ReadNumber(y[i], ylen[i])), bytes);
-        std::memcpy(room, bytes, length);
-        return length;
-      });
-}
-
 template <Copied (*operation)(const std::uint8_t*, std::size_t) noexcept>
 int UnaryArray(const std::uint8_t* const* x, const std::uint16_t* xlen, std::size_t n,
                const std::uint8_t* nulls, std::uint8_t** out, std::uint16_t* outlen,
@@ -110,14 +93,6 @@ int UnaryArray(const std::uint8_t* const* x, const std::uint16_t* xlen, std::siz
 
 Copied Same(const std::uint8_t* x, std::size_t xlen) noexcept {
   return Copied(NumberBytes(x, xlen));
-}
-
-void CompareArray(const std::uint8_t* const* x, const std::uint16_t* xlen,
-                  const std::uint8_t* const* y, const std::uint16_t* ylen, std::size_t n,
-                  const std::uint8_t* nulls, int* result) noexcept {
-  for (std::size_t i = 0; i < n; ++i) {
-    result[i] = IsNull(nulls, i) ? 0 : Compare(x[i], xlen[i], y[i], ylen[i]);
-  }
 }
 
 }  // namespace
@@ -186,26 +161,23 @@ void Copy(const std::uint8_t* x, std::size_t xlen, std::uint8_t* out,
   StoreBytes(number.bytes, number.length, out, outlen);
 }
 
+int AbsoluteArray(const std::uint8_t* const* x, const std::uint16_t* xlen, std::size_t n,
+                  const std::uint8_t* nulls, std::uint8_t** out, std::uint16_t* outlen,
+                  std::uint8_t* area, std::size_t area_size) noexcept {
+  return UnaryArray<Positive>(x, xlen, n, nulls, out, outlen, area, area_size);
+}
+
+int NegateArray(const std::uint8_t* const* x, const std::uint16_t* xlen, std::size_t n,
+                const std::uint8_t* nulls, std::uint8_t** out, std::uint16_t* outlen,
+                std::uint8_t* area, std::size_t area_size) noexcept {
+  return UnaryArray<Negated>(x, xlen, n, nulls, out, outlen, area, area_size);
+}
+
+int CopyArray(const std::uint8_t* const* x, const std::uint16_t* xlen, std::size_t n,
+              const std::uint8_t* nulls, std::uint8_t** out, std::uint16_t* outlen,
+              std::uint8_t* area, std::size_t area_size) noexcept {
+  return UnaryArray<Same>(x, xlen, n, nulls, out, outlen, area, area_size);
+}
+
 }  // namespace scalar
-
-constinit const Kernels kScalarKernels = {
-    "scalar",
-    scalar::Add,
-    scalar::Subtract,
-    scalar::Multiply,
-    scalar::Divide,
-    scalar::Round,
-    scalar::RoundEven,
-    scalar::Truncate,
-    scalar::Compare,
-    scalar::UnaryArray<scalar::Positive>,
-    scalar::UnaryArray<scalar::Negated>,
-    scalar::UnaryArray<scalar::Same>,
-    scalar::BinaryArray<number::Add>,
-    scalar::BinaryArray<number::Subtract>,
-    scalar::BinaryArray<number::Multiply>,
-    scalar::BinaryArray<number::Divide>,
-    scalar::CompareArray,
-};
-
 }  // namespace kestra::number

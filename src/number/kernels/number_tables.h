@@ -5,7 +5,7 @@
 
 namespace kestra::number {
 
-extern const Kernels kScalarKernels;
+extern const Kernels kWordKernels;
 #if defined(__x86_64__)
 extern const Kernels kAvx512Kernels;
 #endif
