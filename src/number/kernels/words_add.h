@@ -12,16 +12,29 @@
 // for: a difference starts at place 2 at the lowest then, and place 22 decides the rounding.
 #pragma once
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include "number/kernels/words_number.h"
 
 namespace kestra::number::words {
 
-// Carry and borrow are 0 or 1.
-KES_INLINE Word Sum(Word a, Word b, Word& carry) noexcept {
+#if defined(__x86_64__)
+using Carry = unsigned char;
+KES_INLINE Word Sum(Word a, Word b, Carry& carry) noexcept {
+  unsigned long long sum;
+  carry = _addcarry_u64(carry, a, b, &sum);
+  return sum;
+}
+#else
+using Carry = Word;
+KES_INLINE Word Sum(Word a, Word b, Carry& carry) noexcept {
   const Wide sum = static_cast<Wide>(a) + b + carry;
   carry = static_cast<Word>(sum >> 64);
   return static_cast<Word>(sum);
 }
+#endif
 
 // All ones if x is below y.
 KES_INLINE Word IsBelow(Row1 x, Row1 y) noexcept { return Word{0} - (x.first < y.first ? 1 : 0); }
@@ -72,9 +85,8 @@ KES_INLINE bool MoveDown(Row3& row, std::uint32_t bytes) noexcept {
   return lost == 0;
 }
 
-// Digits of a + b, b biased by 156 in each byte, or of a - b, b complemented.
-KES_INLINE Word Digits(Word a, Word b, Word& carry) noexcept {
-  const Word sum = Sum(a, b, carry);
+// The sum of words to that of their digits: bytes that did not carry are 156 too large.
+KES_INLINE Word Corrected(Word sum, Word a, Word b) noexcept {
   const Word carried = (a & b) | ((a | b) & ~sum);  // bit 7 of each byte: out of it
   return sum - (~carried >> 7 & kConstants.ones) * (256 - kBase);
 }
@@ -82,28 +94,36 @@ KES_INLINE Word Digits(Word a, Word b, Word& carry) noexcept {
 // larger + smaller, or larger - smaller where opposite is all ones; less a unit of the last place
 // if not whole.
 KES_INLINE Row1 Combine(Row1 larger, Row1 smaller, Word opposite, bool) noexcept {
-  const Word bias = kConstants.bias & ~opposite;
-  Word carry = opposite & 1;
-  return {Digits(larger.first, (smaller.first ^ opposite) + bias, carry)};
+  const Word term = (smaller.first ^ opposite) + (kConstants.bias & ~opposite);
+  return {Corrected(larger.first + term + (opposite & 1), larger.first, term)};
 }
 KES_INLINE Row3 Combine(Row3 larger, Row3 smaller, Word opposite, bool whole) noexcept {
   const Word bias = kConstants.bias & ~opposite;
-  Word carry = opposite & (whole ? 1 : 0);
-  const Word third = Digits(larger.third, (smaller.third ^ opposite) + bias, carry);
-  const Word second = Digits(larger.second, (smaller.second ^ opposite) + bias, carry);
-  return {Digits(larger.first, (smaller.first ^ opposite) + bias, carry), second, third};
+  const Row3 term = {(smaller.first ^ opposite) + bias, (smaller.second ^ opposite) + bias,
+                     (smaller.third ^ opposite) + bias};
+  Carry carry = static_cast<Carry>(opposite & (whole ? 1 : 0));
+  Row3 sum;
+  sum.third = Sum(larger.third, term.third, carry);
+  sum.second = Sum(larger.second, term.second, carry);
+  sum.first = Sum(larger.first, term.first, carry);
+  return {Corrected(sum.first, larger.first, term.first),
+          Corrected(sum.second, larger.second, term.second),
+          Corrected(sum.third, larger.third, term.third)};
 }
 
 // False: not a case for rows of this size.
 template <typename Row, typename Sink>
 KES_INLINE bool AddRows(Located a, Located b, Word subtract, Sink sink) noexcept {
-  Row x, y;
-  Word x_sign, y_sign;
-  if (!Load(a, x, x_sign) || !Load(b, y, y_sign)) [[unlikely]]
+  Loaded<Row> first, second;
+  Load(a, first);
+  Load(b, second);
+  if (!AreSound(first, second)) [[unlikely]]
     return false;
+  Row x = first.row;
+  Row y = second.row;
   const Word below = IsBelow(x, y);
   ExchangeIf(below, x, y);
-  const Word opposite = x_sign ^ y_sign ^ subtract;
+  const Word opposite = first.sign ^ second.sign ^ subtract;
   const auto exponent = static_cast<std::uint32_t>(x.first >> 56);
   const auto distance = exponent - static_cast<std::uint32_t>(y.first >> 56);
   x.first &= kConstants.digit_bytes;
@@ -112,7 +132,7 @@ KES_INLINE bool AddRows(Located a, Located b, Word subtract, Sink sink) noexcept
   if (sizeof(Row) == sizeof(Row1) && !whole) [[unlikely]]
     return false;
   Finish(Combine(x, y, opposite, whole), static_cast<std::int32_t>(exponent) + 1,
-         x_sign ^ (opposite & below), sink);
+         first.sign ^ (opposite & below), sink);
   return true;
 }
 

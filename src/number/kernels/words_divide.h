@@ -80,21 +80,16 @@ KES_INLINE Integer ToInteger(const Row3& row) noexcept {
   return Plus(value, {0, 0, PackDigits(row.third >> 24)});
 }
 
-// The exponent of the digit before the point.
-KES_INLINE std::int32_t QuotientExponent(Word x, Word y) noexcept {
-  return static_cast<std::int32_t>(x >> 56) - static_cast<std::int32_t>(y >> 56) + kExponentBias +
-         1;
-}
-
 struct Divide {
   template <typename Sink>
   static KES_INLINE bool Short(Located a, Located b, Sink sink) noexcept {
-    Row1 x, y;
-    Word x_sign, y_sign;
-    if (!Load(a, x, x_sign) || !Load(b, y, y_sign)) [[unlikely]]
+    Loaded<Row1> x, y;
+    Load(a, x);
+    Load(b, y);
+    if (!AreSound(x, y)) [[unlikely]]
       return false;
-    const Word divisor = PackDigits(y.first & kDigitBytes);
-    Word rest = PackDigits(x.first & kDigitBytes);
+    const Word divisor = PackDigits(y.row.first & kDigitBytes);
+    Word rest = PackDigits(x.row.first & kDigitBytes);
     Word chunks[3] = {0, 0, 0};
     Word scale = kTenTo14;
     for (Word& chunk : chunks) {
@@ -105,18 +100,19 @@ struct Divide {
       scale = kTenTo16;
     }
     Finish(Row3{UnpackDigits(chunks[0]), UnpackDigits(chunks[1]), UnpackDigits(chunks[2])},
-           QuotientExponent(x.first, y.first), x_sign ^ y_sign, sink);
+           x.Exponent() - y.Exponent() + kExponentBias + 1, x.sign ^ y.sign, sink);
     return true;
   }
 
   template <typename Sink>
   static KES_INLINE bool Long(Located a, Located b, Sink sink) noexcept {
-    Row3 x, y;
-    Word x_sign, y_sign;
-    if (!Load(a, x, x_sign) || !Load(b, y, y_sign)) [[unlikely]]
+    Loaded<Row3> x, y;
+    Load(a, x);
+    Load(b, y);
+    if (!AreSound(x, y)) [[unlikely]]
       return false;
-    Integer rest = ToInteger(x);
-    const Integer divisor = ToInteger(y);
+    Integer rest = ToInteger(x.row);
+    const Integer divisor = ToInteger(y.row);
     // At least 10^38: the top bit is in the middle word or above it.
     const unsigned shift = divisor.high != 0
                                ? static_cast<unsigned>(std::countl_zero(divisor.high))
@@ -136,7 +132,7 @@ struct Divide {
       scale = kTenTo16;
     }
     Finish(Row3{UnpackDigits(chunks[0]), UnpackDigits(chunks[1]), UnpackDigits(chunks[2])},
-           QuotientExponent(x.first, y.first), x_sign ^ y_sign, sink);
+           x.Exponent() - y.Exponent() + kExponentBias + 1, x.sign ^ y.sign, sink);
     return true;
   }
 };

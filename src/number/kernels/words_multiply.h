@@ -12,48 +12,46 @@
 
 namespace kestra::number::words {
 
-KES_INLINE std::int32_t ProductExponent(Word x, Word y) noexcept {
-  return static_cast<std::int32_t>(x >> 56) + static_cast<std::int32_t>(y >> 56) - kExponentBias;
-}
-
 struct Multiply {
   template <typename Sink>
   static KES_INLINE bool Short(Located a, Located b, Sink sink) noexcept {
-    Row1 x, y;
-    Word x_sign, y_sign;
-    if (!Load(a, x, x_sign) || !Load(b, y, y_sign)) [[unlikely]]
+    Loaded<Row1> x, y;
+    Load(a, x);
+    Load(b, y);
+    if (!AreSound(x, y)) [[unlikely]]
       return false;
-    const std::int32_t exponent = ProductExponent(x.first, y.first);
-    const Word sign = x_sign ^ y_sign;
-    if (((x.first | y.first) & 0xFFFFFF) == 0) {  // four digits each
+    const std::int32_t exponent = x.Exponent() + y.Exponent() - kExponentBias;
+    const Word sign = x.sign ^ y.sign;
+    if (((x.row.first | y.row.first) & 0xFFFFFF) == 0) {  // four digits each
       const Word product =
-          PackFour(x.first >> 24 & 0xFFFFFFFF) * PackFour(y.first >> 24 & 0xFFFFFFFF);
+          PackFour(x.row.first >> 24 & 0xFFFFFFFF) * PackFour(y.row.first >> 24 & 0xFFFFFFFF);
       Finish(Row1{UnpackDigits(product)}, exponent, sign, sink);
       return true;
     }
     Word low;
-    const Word high = DivideBy16(
-        static_cast<Wide>(PackDigits(x.first & kDigitBytes)) * PackDigits(y.first & kDigitBytes),
-        low);
+    const Word high = DivideBy16(static_cast<Wide>(PackDigits(x.row.first & kDigitBytes)) *
+                                     PackDigits(y.row.first & kDigitBytes),
+                                 low);
     Finish(Row3{UnpackDigits(high), UnpackDigits(low), 0}, exponent + 2, sign, sink);
     return true;
   }
 
   template <typename Sink>
   static KES_INLINE bool Long(Located a, Located b, Sink sink) noexcept {
-    Row3 x, y;
-    Word x_sign, y_sign;
-    if (!Load(a, x, x_sign) || !Load(b, y, y_sign)) [[unlikely]]
+    Loaded<Row3> x, y;
+    Load(a, x);
+    Load(b, y);
+    if (!AreSound(x, y)) [[unlikely]]
       return false;
-    const std::int32_t exponent = ProductExponent(x.first, y.first);
-    const Word x1 = PackDigits(x.first & kDigitBytes);
-    const Word y1 = PackDigits(y.first & kDigitBytes);
-    const Word x2 = PackDigits(x.second);
-    const Word y2 = PackDigits(y.second);
+    const std::int32_t exponent = x.Exponent() + y.Exponent() - kExponentBias;
+    const Word x1 = PackDigits(x.row.first & kDigitBytes);
+    const Word y1 = PackDigits(y.row.first & kDigitBytes);
+    const Word x2 = PackDigits(x.row.second);
+    const Word y2 = PackDigits(y.row.second);
     Wide third = static_cast<Wide>(x2) * y2;
-    if ((x.third | y.third) != 0) {
-      const Word x3 = PackDigits(x.third);
-      const Word y3 = PackDigits(y.third);
+    if ((x.row.third | y.row.third) != 0) {
+      const Word x3 = PackDigits(x.row.third);
+      const Word y3 = PackDigits(y.row.third);
       third += static_cast<Wide>(x1) * y3 + static_cast<Wide>(x3) * y1 +
                QuotientBelow(static_cast<Wide>(x2) * y3 + static_cast<Wide>(x3) * y2);
     }
@@ -65,7 +63,7 @@ struct Multiply {
         DivideBy16(static_cast<Wide>(x1) * y2 + static_cast<Wide>(x2) * y1 + second_carry, last);
     const Word first = DivideBy16(static_cast<Wide>(x1) * y1 + first_carry, middle);
     Finish(Row3{UnpackDigits(first), UnpackDigits(middle), UnpackDigits(last)}, exponent + 2,
-           x_sign ^ y_sign, sink);
+           x.sign ^ y.sign, sink);
     return true;
   }
 };

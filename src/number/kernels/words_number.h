@@ -73,35 +73,34 @@ KES_INLINE void StoreWord(std::uint8_t* at, Word word) noexcept {
   std::memcpy(at, &word, sizeof word);
 }
 
-// 2 to 8 bytes as two halves that overlap and, where there are too few for halves, two quarters:
-// halves are then loaded from and stored to a place of their own.
+// 2 to 8 bytes: the first and the last of them overlap.
 KES_INLINE Word LoadShort(const std::uint8_t* bytes, std::size_t size) noexcept {
-  static constexpr std::uint8_t kNothing[kWordBytes] = {};
-  const std::uint8_t* const halves = size >= 4 ? bytes : kNothing + 2;
-  std::uint32_t half[2];
-  std::uint16_t quarter[2];
-  std::memcpy(&half[0], halves, 4);
-  std::memcpy(&half[1], halves + size - 4, 4);
-  std::memcpy(&quarter[0], bytes, 2);
-  std::memcpy(&quarter[1], bytes + size - 2, 2);
-  const Word word =
-      static_cast<Word>(half[0]) | static_cast<Word>(half[1]) << ((8 * size - 32) & 63) |
-      static_cast<Word>(quarter[0]) | static_cast<Word>(quarter[1]) << (8 * size - 16);
-  return __builtin_bswap64(word);
+  if (size >= 4) {
+    std::uint32_t first, last;
+    std::memcpy(&first, bytes, 4);
+    std::memcpy(&last, bytes + size - 4, 4);
+    return __builtin_bswap64(first | static_cast<Word>(last) << (8 * size - 32));
+  }
+  std::uint16_t first, last;
+  std::memcpy(&first, bytes, 2);
+  std::memcpy(&last, bytes + size - 2, 2);
+  return __builtin_bswap64(first | static_cast<Word>(last) << (8 * size - 16));
 }
 
 // The first 2 to 8 bytes of a word.
 KES_INLINE void StoreShort(std::uint8_t* out, std::size_t size, Word word) noexcept {
-  std::uint8_t nowhere[kWordBytes];
-  std::uint8_t* const halves = size >= 4 ? out : nowhere + 2;
   word = __builtin_bswap64(word);
-  const auto first = static_cast<std::uint32_t>(word);
-  const auto last = static_cast<std::uint32_t>(word >> ((8 * size - 32) & 63));
-  const auto last_quarter = static_cast<std::uint16_t>(word >> (8 * size - 16));
-  std::memcpy(halves, &first, 4);
-  std::memcpy(halves + size - 4, &last, 4);
-  std::memcpy(out, &first, 2);
-  std::memcpy(out + size - 2, &last_quarter, 2);
+  if (size >= 4) {
+    const auto first = static_cast<std::uint32_t>(word);
+    const auto last = static_cast<std::uint32_t>(word >> (8 * size - 32));
+    std::memcpy(out, &first, 4);
+    std::memcpy(out + size - 4, &last, 4);
+  } else {
+    const auto first = static_cast<std::uint16_t>(word);
+    const auto last = static_cast<std::uint16_t>(word >> (8 * size - 16));
+    std::memcpy(out, &first, 2);
+    std::memcpy(out + size - 2, &last, 2);
+  }
 }
 
 // Bytes of a word from its first on.
@@ -115,13 +114,9 @@ inline constexpr auto kFirstBytes = [] {
   return table;
 }();
 
-// Mantissa bytes to digits where the mask is set: b - 1, or 101 - b, which is (255 - b) - 154.
-KES_INLINE Word Decode(Word bytes, Word mask, Word sign) noexcept {
-  return ((bytes ^ sign) & mask) - ((kConstants.ones + (sign & kConstants.more_taken)) & mask);
-}
-
-// The same for a first word of so many bytes, by [is negative][size]: bytes ^ flip - take. The
-// exponent byte becomes that of the absolute value, the terminator 0, which spare is to check.
+// Mantissa bytes become digits as bytes ^ flip - take: b - 1, or 101 - b, which is (255 - b) - 154.
+// This is for the first word of numbers of one word, by [is positive][size]. The exponent byte
+// becomes that of the absolute value, the terminator 0, which spare is to check.
 struct FirstDecoding {
   Word flip, take, spare, unused;
 };
@@ -132,8 +127,8 @@ inline constexpr auto kFirstDecoding = [] {
   for (unsigned size = 2; size <= kWordBytes; ++size) {
     const Word last = Word{0xFF} << (64 - 8 * size);
     const Word digits = kFirstBytes.mask[size] & kDigitBytes;
-    table.at[0][size] = {0, digits & Each(1), 0, 0};
-    table.at[1][size] = {(~kDigitBytes | (digits & ~last)) + (last & Each(kTerminator)),
+    table.at[1][size] = {0, digits & Each(1), 0, 0};
+    table.at[0][size] = {(~kDigitBytes | (digits & ~last)) + (last & Each(kTerminator)),
                          digits & ~last & Each(154), last, 0};
   }
   return table;
@@ -145,53 +140,68 @@ KES_INLINE Word WrongDigits(Word digits) noexcept {
   return (digits | (digits + kConstants.over)) & kConstants.tops;
 }
 
-KES_INLINE bool HasFirstDigit(Word first) noexcept { return (first >> 48 & 0xFF) != 0; }
+// A number's words; sign is all ones for a negative one, wrong other than 0 if a byte is wrong.
+template <typename Row>
+struct Loaded {
+  Row row;
+  Word sign;
+  Word wrong;
 
-// 2 to 8 bytes; sign becomes all ones for a negative number. False: a byte is wrong, or the first
-// digit 0.
-KES_INLINE bool LoadFirst(const std::uint8_t* bytes, std::size_t size, Word& first,
-                          Word& sign) noexcept {
-  const Word stored = LoadShort(bytes, size);
-  const Word negative = (stored >> 63) ^ 1;
-  const FirstDecoding& decoding = kFirstDecoding.at[negative][size];
-  first = (stored ^ decoding.flip) - decoding.take;
-  sign = Word{0} - negative;
-  const Word wrong = WrongDigits(first & kConstants.digit_bytes) | (first & decoding.spare);
-  return (wrong == 0) & HasFirstDigit(first);
+  std::int32_t Exponent() const noexcept { return static_cast<std::int32_t>(row.first >> 56); }
+  bool HasFirstDigit() const noexcept { return static_cast<std::uint8_t>(row.first >> 48) != 0; }
+};
+
+// Is it a case for kernels?
+template <typename Row>
+KES_INLINE bool IsSound(const Loaded<Row>& x) noexcept {
+  return (x.wrong == 0) & x.HasFirstDigit();
+}
+template <typename Row>
+KES_INLINE bool AreSound(const Loaded<Row>& x, const Loaded<Row>& y) noexcept {
+  return ((x.wrong | y.wrong) == 0) & x.HasFirstDigit() & y.HasFirstDigit();
 }
 
 KES_INLINE bool IsShort(Located x) noexcept { return x.size - 2 <= kWordBytes - 2; }
 KES_INLINE bool IsLong(Located x) noexcept { return x.size - 2 <= kMaxBytes - 2; }
 
-// Numbers of up to 8 bytes. False: zero, infinite, malformed.
-KES_INLINE bool Load(Located x, Row1& row, Word& sign) noexcept {
-  return LoadFirst(x.bytes, x.size, row.first, sign);
+// Numbers of 2 to 8 bytes.
+KES_INLINE void Load(Located x, Loaded<Row1>& number) noexcept {
+  const Word stored = LoadShort(x.bytes, x.size);
+  const Word positive = stored >> 63;
+  const FirstDecoding& decoding = kFirstDecoding.at[positive][x.size];
+  const Word first = (stored ^ decoding.flip) - decoding.take;
+  number = {{first},
+            positive - 1,
+            WrongDigits(first & kConstants.digit_bytes) | (first & decoding.spare)};
 }
 
-// Numbers of up to 21 bytes.
-KES_INLINE bool Load(Located x, Row3& row, Word& sign) noexcept {
+// Numbers of 2 to 21 bytes.
+KES_INLINE void Load(Located x, Loaded<Row3>& number) noexcept {
   if (x.size <= kWordBytes) {
-    row.second = row.third = 0;
-    return LoadFirst(x.bytes, x.size, row.first, sign);
+    Loaded<Row1> brief;
+    Load(x, brief);
+    number = {{brief.row.first, 0, 0}, brief.sign, brief.wrong};
+    return;
   }
   const Word first = LoadWord(x.bytes);
   const Word last = LoadWord(x.bytes + x.size - kWordBytes);
-  sign = (first >> 63) - 1;
+  const Word sign = (first >> 63) - 1;
   const std::size_t ended = sign & (static_cast<std::uint8_t>(last) == kTerminator ? 1 : 0);
-  row.first = (first ^ sign) -
-              ((kConstants.ones + (sign & kConstants.more_taken)) & kConstants.digit_bytes);
+  const Word take = kConstants.ones + (sign & kConstants.more_taken);
+  Row3 row = {(first ^ sign) - (take & kConstants.digit_bytes), 0, 0};
   if (x.size <= 2 * kWordBytes) {
     const std::size_t bytes = x.size - kWordBytes;
-    row.second = Decode(last << (64 - 8 * bytes), kFirstBytes.mask[bytes - ended], sign);
-    row.third = 0;
+    const Word mask = kFirstBytes.mask[bytes - ended];
+    row.second = ((last << (64 - 8 * bytes) ^ sign) & mask) - (take & mask);
   } else {
     const std::size_t bytes = x.size - 2 * kWordBytes;
-    row.second = Decode(LoadWord(x.bytes + kWordBytes), ~Word{0}, sign);
-    row.third = Decode(last << (64 - 8 * bytes), kFirstBytes.mask[bytes - ended], sign);
+    const Word mask = kFirstBytes.mask[bytes - ended];
+    row.second = (LoadWord(x.bytes + kWordBytes) ^ sign) - take;
+    row.third = ((last << (64 - 8 * bytes) ^ sign) & mask) - (take & mask);
   }
-  const Word wrong = WrongDigits(row.first & kConstants.digit_bytes) | WrongDigits(row.second) |
-                     WrongDigits(row.third);
-  return (wrong == 0) & HasFirstDigit(row.first);
+  number = {row, sign,
+            WrongDigits(row.first & kConstants.digit_bytes) | WrongDigits(row.second) |
+                WrongDigits(row.third)};
 }
 
 // A number to be stored: count mantissa bytes from the first of the words on.

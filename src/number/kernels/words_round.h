@@ -55,11 +55,12 @@ KES_INLINE Row Kept(Row row, unsigned k, bool inside) noexcept {
 template <typename Row, Rounding rounding, typename Sink>
 KES_INLINE bool RoundRow(Located a, int places, Sink sink) noexcept {
   constexpr unsigned kLastByte = sizeof(Row) == sizeof(Row1) ? kWordBytes - 1 : kMaxDigits + 1;
-  Row row;
-  Word sign;
-  if (!Load(a, row, sign)) [[unlikely]]
+  Loaded<Row> x;
+  Load(a, x);
+  if (!IsSound(x)) [[unlikely]]
     return false;
-  const auto exponent = static_cast<std::int32_t>(row.first >> 56);
+  Row row = x.row;
+  const std::int32_t exponent = x.Exponent();
   row.first &= kDigitBytes;
   bool inside = (places & 1) != 0;
   const std::int32_t end = exponent - kExponentBias + (places >> 1) + (inside ? 1 : 0);
@@ -68,7 +69,7 @@ KES_INLINE bool RoundRow(Located a, int places, Sink sink) noexcept {
   // The byte that is rounded by: digit end, or inside of the one before it.
   auto k = static_cast<unsigned>(end) + (inside ? 0 : 1);
   if (k > kLastByte) {  // every digit is kept
-    Finish(row, exponent + 1, sign, sink);
+    Finish(row, exponent + 1, x.sign, sink);
     return true;
   }
   Row rounded = row;
@@ -83,7 +84,7 @@ KES_INLINE bool RoundRow(Located a, int places, Sink sink) noexcept {
       if (odd) rounded = Combine(rounded, InByte(row, last, inside ? 10 : 1), ~Word{0}, true);
     }
   }
-  Finish(Kept(rounded, k, inside), exponent + 1, sign, sink);
+  Finish(Kept(rounded, k, inside), exponent + 1, x.sign, sink);
   return true;
 }
 
