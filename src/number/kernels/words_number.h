@@ -154,11 +154,11 @@ struct Loaded {
 // Is it a case for kernels?
 template <typename Row>
 KES_INLINE bool IsSound(const Loaded<Row>& x) noexcept {
-  return (x.wrong == 0) & x.HasFirstDigit();
+  return x.wrong == 0 && x.HasFirstDigit();
 }
 template <typename Row>
 KES_INLINE bool AreSound(const Loaded<Row>& x, const Loaded<Row>& y) noexcept {
-  return ((x.wrong | y.wrong) == 0) & x.HasFirstDigit() & y.HasFirstDigit();
+  return (x.wrong | y.wrong) == 0 && x.HasFirstDigit() && y.HasFirstDigit();
 }
 
 KES_INLINE bool IsShort(Located x) noexcept { return x.size - 2 <= kWordBytes - 2; }
