@@ -72,7 +72,8 @@ KES_API uint32_t LdiDateInterSubtractarr(LdiDate *const *out, const LdiDate *con
                                          size_t *done) KES_NOEXCEPT;
 
 /* LdiDateIntertimeAdd, LdiDateIntertimeSubtract: the time of day alone plus or minus an interval
- * day to second; the date stays, *days (may be null) receives the days that were left over.
+ * day to second; the date stays, *days (may be null) receives the days that were left over. In the
+ * array forms days is an array, or null.
  * Errors   1866, 1867, 1870 year to month. */
 KES_API uint32_t LdiDateIntertimeAdd(LdiDate *out, const LdiDate *in, const LdiInter *inter,
                                      int32_t *days) KES_NOEXCEPT;

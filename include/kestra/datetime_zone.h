@@ -109,6 +109,7 @@ KES_API uint32_t LdiFixTSLTZarr(LdiDate *const *out, const LdiDate *const *in, s
  * LdiDateTimeArrayUpgrade: the same for a stored form (LdiDateToArray), in place: from gives the
  * local time that was meant.
  * *changed  may be null; 1 when the value is another instant or has another local time now, else 0.
+ *           In the array forms an array, or null.
  * Errors    as LdiDateFromArray; 1882 the region is not in one of the files. */
 KES_API uint32_t LdiDateTimeUpgrade(LdiDate *out, const LdiDate *in, const ltzfile *to,
                                     int *changed) KES_NOEXCEPT;

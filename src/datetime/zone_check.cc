@@ -11,6 +11,9 @@ namespace {
 
 constexpr std::size_t kMaxName = 255;
 constexpr std::uint32_t kMaxRun = 65535;
+constexpr std::uint32_t kMaxDaily = 64;  // transitions of a zone in a day; real ones have one
+
+constexpr std::uint64_t DayOf(std::uint64_t key) noexcept { return key >> 32; }
 
 class Checker {
  public:
@@ -68,6 +71,8 @@ class Checker {
       const LdiDate date = file_.Transition(run, i);
       const std::uint64_t key = file_.Key(run, i);
       if (!IsUtcTimestamp(date) || (i != 0 && (key <= previous || date.year < 1))) return false;
+      // A search among local times tries all that lie within the largest offset.
+      if (i >= kMaxDaily && DayOf(file_.Key(run, i - kMaxDaily)) == DayOf(key)) return false;
       std::size_t type = 0;
       if (!file_.TypeAt(run, i, type)) return false;
       const std::int32_t offset = file_.Offset(type);

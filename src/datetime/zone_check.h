@@ -24,8 +24,8 @@ struct ZoneSummary {
 // - the size field is the number of bytes;
 // - the name index is strictly ascending, its names are 1 to 255 bytes long, its ids zones;
 // - every zone has a name, and 1 to 65535 transitions, which are those of another zone or shared with
-//   none, valid UTC timestamps without fraction, ascending, all but the first of year 1 or later, of
-//   types within bounds;
+//   none, valid UTC timestamps without fraction, ascending, at most 64 in a day, all but the first of
+//   year 1 or later, of types within bounds;
 // - the offset of a type is less than 26 hours, and every string ends inside the file.
 // zones has room for kMaxId entries and receives every zone, ascending by run.
 int CheckZoneFile(std::span<const std::uint8_t> bytes, std::span<RunSummary> zones,

@@ -359,11 +359,20 @@ TEST(ZoneDamage, EveryHeaderAndTableByteChanged) {
 TEST(ZoneDamage, WhatACheckedFilePromises) {
   const auto at = [](const char* text) { return ToSeconds(Timestamp(text)); };
   const BuiltZone good = {10, "A", {{kLongAgo, 0}, {at("2000-01-01"), 3600}}};
+  const auto in_a_day = [&at](int count) {
+    BuiltZone zone{10, "A", {{kLongAgo, 0}}};
+    for (int i = 0; i < count; ++i) {
+      zone.transitions.push_back({at("2000-01-01") + 20 * i, i % 2 == 0 ? 3600 : 0});
+    }
+    return zone;
+  };
   const struct {
     const char* what;
     std::vector<BuiltZone> zones;
     bool accepted;
   } cases[] = {
+      {"64 transitions in a day", {in_a_day(64)}, true},
+      {"65 transitions in a day", {in_a_day(65)}, false},
       {"a good one", {good}, true},
       {"no zones at all", {}, true},
       {"transitions out of order", {{10, "A", {{at("2000-01-01"), 0}, {kLongAgo, 0}}}}, false},
