@@ -23,7 +23,7 @@ std::uint32_t SetAmount(LdiInter& out, const Amount& amount, std::uint32_t type,
   inter.field[fields.first] = static_cast<std::int32_t>(leading);
   rest -= leading * kFieldSeconds[fields.first];
   const auto small = static_cast<std::int32_t>(rest);  // less than a unit of the leading field
-  if (type == KES_INTERVAL_DAY_TO_SECOND) {  // the commonest, with constants to divide by
+  if (type == KES_INTERVAL_DAY_TO_SECOND) {            // the commonest, with constants to divide by
     inter.field[1] = small / 3600;
     inter.field[2] = small / 60 % 60;
     inter.field[3] = small % 60;

@@ -91,7 +91,7 @@ struct DatetimePlan {
   std::uint8_t format[kDatetimePlanFormat];  // which it was made of
   std::uint8_t format_length;                // 0: none
   std::uint8_t covered;                      // bytes of the format that the plan serves
-  std::uint8_t types;      // bit n: the type n has all elements of the whole format
+  std::uint8_t types;  // bit n: the type n has all elements of the whole format
   Basis basis;
   bool whole_readable;     // the whole format is
   bool readable;           // and nothing of the date comes after the plan

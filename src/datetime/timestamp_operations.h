@@ -1,7 +1,7 @@
-// Timestamps plus intervals, and differences of timestamps: what nearly every value takes, without a
-// branch that depends on it. Each answers whether that was so; when it was not (another type, fields
-// out of range, the year 0, the ends of the calendar), nothing was written, and the general
-// functions decide. Scalar functions and the loops of the array forms run the same body.
+// Timestamps plus intervals, and differences of timestamps: what nearly every value takes, in one
+// straight run. Each answers whether that was so; when it was not (another type, fields out of range,
+// the year 0, the ends of the calendar), nothing was written, and the general functions decide.
+// Scalar functions and the loops of the array forms run the same body.
 //
 // Tests: tests/datetime/ldi_laws_test.cc, tests/datetime/ldi_array_test.cc.
 #pragma once
@@ -55,32 +55,35 @@ inline constexpr bool kPlainOrder = std::endian::native == std::endian::little;
 // in plus sign times an interval, offset and region kept.
 inline bool AddPlain(LdiDate& out, const LdiDate& in, const LdiInter& inter,
                      std::int64_t sign) noexcept {
+  constexpr std::uint32_t kDated = 0b10101010;                 // by type
   constexpr std::uint32_t kDayToSecond = 0b11'1111'0111'1000;  // by type
   constexpr std::int64_t kShift = std::int64_t{1} << 33;  // days; makes what is divided positive
-  constexpr std::int64_t kMargin = 10;  // days that no offset of eight bits goes beyond
+  constexpr std::int32_t kMargin = 10;  // days that no offset of eight bits goes beyond
+  if (!kPlainOrder || in.type >= 8 || inter.type >= 32 ||
+      (kDated >> in.type & kDayToSecond >> inter.type & 1) == 0) {
+    return false;
+  }
   const std::int32_t* f = inter.field;
   const std::int64_t nanos = sign * f[kNanosField] + in.fraction;
   const std::int64_t whole = sign * (std::int64_t{f[0]} * 86400 + std::int64_t{f[1]} * 3600 +
                                      std::int64_t{f[2]} * 60 + f[3]);
   const std::uint64_t raised = static_cast<std::uint64_t>(nanos + std::int64_t{8} * kNanos);
-  const auto carry = static_cast<std::int64_t>(raised / kNanos);
-  const auto fraction =
-      static_cast<std::uint32_t>(raised - static_cast<std::uint64_t>(carry) * kNanos);
+  const auto carry = static_cast<std::uint32_t>(raised / kNanos);
+  const auto fraction = static_cast<std::uint32_t>(raised) - carry * kNanos;
   const std::int64_t total = ClockSeconds(in) + whole + carry - 8;
   const std::uint64_t shifted = static_cast<std::uint64_t>(total + kShift * kDaySeconds);
   const std::uint64_t shifted_days = shifted / kDaySeconds;
   const auto second = static_cast<std::uint32_t>(shifted - shifted_days * kDaySeconds);
   const std::int64_t days = static_cast<std::int64_t>(shifted_days) - kShift;
-  const std::int64_t day = days + DayNumber(in.year, in.month, in.day);
-  const CivilDate civil = SplitDay(static_cast<std::int32_t>(day));
+  if (days < -kMaxDay || days > kMaxDay || (in.type == KES_DATETIME_DATE && fraction != 0)) {
+    return false;
+  }
+  const std::int32_t day = static_cast<std::int32_t>(days) + DayNumber(in.year, in.month, in.day);
+  if (day <= kMargin || day >= kMaxDay - kMargin) return false;
+  const CivilDate civil = SplitDay(day);
+  if (civil.year == 0) return false;
   const std::uint64_t fields = LoadFields(in);
   const std::uint64_t date = days == 0 ? fields & kDatePart : PackDay(civil);
-  const bool typed = in.type < 8 && HasDate(in.type) && inter.type < 32 &&
-                     (kDayToSecond >> inter.type & 1) != 0 &&
-                     (in.type != KES_DATETIME_DATE || fraction == 0);
-  const bool inside = static_cast<std::uint64_t>(days + kMaxDay) <= 2 * std::uint64_t{kMaxDay} &&
-                      day > kMargin && day < kMaxDay - kMargin && civil.year != 0;
-  if (!kPlainOrder || !typed || !inside) return false;
   CopyTail(out, in);
   StoreFields(out, (fields & ~(kDatePart | kClockPart)) | date | PackClock(second));
   out.fraction = fraction;
