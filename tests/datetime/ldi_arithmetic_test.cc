@@ -276,29 +276,6 @@ TEST(LdiDateDateOverlap, EndsAreOpenAndPointsCount) {
   }
 }
 
-TEST(LdiArrays, StopAtTheFirstErrorAndShareAnOperand) {
-  LdiDate in[3] = {Datetime("2024-01-01 00:00:00"), Datetime("9999-12-31 00:00:00"),
-                   Datetime("2024-01-03 00:00:00")};
-  LdiDate out[3] = {};
-  const LdiDate* sources[3] = {&in[0], &in[1], &in[2]};
-  LdiDate* targets[3] = {&out[0], &out[1], &out[2]};
-  const LdiInter day = Interval(KES_INTERVAL_DAY, 1);
-  const LdiInter* shared[1] = {&day};
-  std::size_t done = 9;
-  EXPECT_EQ(LdiDateInterAddarr(targets, sources, 3, shared, KES_DATETIME_SHARED, &done), 1841u);
-  EXPECT_EQ(done, 1u);
-  EXPECT_EQ(Show(out[0]), "2024-01-02 00:00:00.000000000");
-  EXPECT_EQ(out[1].year, 0);
-  ASSERT_EQ(LdiDateInterSubtractarr(targets, sources, 3, shared, KES_DATETIME_SHARED, &done), 0u);
-  EXPECT_EQ(done, 3u);
-  std::int8_t order[3];
-  ASSERT_EQ(LdiDateComparearr(order, sources, 3, sources + 2, nullptr, KES_DATETIME_SHARED, &done),
-            0u);
-  EXPECT_EQ(order[0], -1);
-  EXPECT_EQ(order[1], 1);
-  EXPECT_EQ(order[2], 0);
-}
-
 TEST(LdiDateExtract, FieldsOfEachType) {
   using kestra::test::Text;
   const LdiDate date = Datetime("-4712-02-03 04:05:06.75 -09:30");

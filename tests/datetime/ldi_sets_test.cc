@@ -126,6 +126,14 @@ TEST(LdiSets, TheDecimalCharacterIsThatOfTheHandle) {
     }
     const std::string decimal(c.decimal);
     EXPECT_EQ(set.Write(stamp, "SSXFF2"), "06" + decimal + "25");
+    // Formats of fields alone go another way.
+    EXPECT_EQ(set.Write(stamp, "YYYY-MM-DD HH24:MI:SSXFF2"),
+              "2024-02-29 13:45:06" + decimal + "25");
+    for (const std::string& between : {decimal, std::string("."), std::string(",")}) {
+      EXPECT_EQ(set.Read("2024-02-29 13:45:06" + between + "25", "YYYY-MM-DD HH24:MI:SSXFF",
+                         KES_DATETIME_TIMESTAMP),
+                Show(stamp));
+    }
     const std::string read = Show(Datetime("2026-05-01 00:00:06.25"));
     for (const std::string& between : {decimal, std::string("."), std::string(",")}) {
       EXPECT_EQ(set.Read("06" + between + "25", "SSXFF", KES_DATETIME_TIMESTAMP), read) << between;
