@@ -121,6 +121,8 @@ Fault TakeName(TextWalk& walk, const NameMatch& match, std::uint8_t modifier,
   return {};
 }
 
+}  // namespace
+
 Fault TakeOrdinalSuffix(TextWalk& walk, std::uint32_t value) noexcept {
   const std::span<const std::uint8_t> left = walk.left();
   const std::string_view suffix = OrdinalSuffix(value);
@@ -133,17 +135,6 @@ Fault TakeOrdinalSuffix(TextWalk& walk, std::uint32_t value) noexcept {
     }
   }
   return walk.exact() ? walk.Missing(kLiteralDiffers) : Fault{};
-}
-
-}  // namespace
-
-Fault TakeNumber(TextWalk& walk, std::uint32_t most, std::uint8_t modifier,
-                 std::uint32_t& value) noexcept {
-  const std::uint32_t count = walk.TakeDigits(most, value);
-  if (count == 0) return walk.Missing(kDigitExpected);
-  if (walk.exact() && (modifier & kFill) != 0 && count < most) return walk.Error(kWrongDigits);
-  if ((modifier & kSuffixMask) != 0) return TakeOrdinalSuffix(walk, value);
-  return {};
 }
 
 namespace {

@@ -19,6 +19,7 @@ inline constexpr std::uint32_t kLetterExpected = 1859;
 inline constexpr std::uint32_t kLiteralDiffers = 1861;
 inline constexpr std::uint32_t kWrongDigits = 1862;
 
+// Where the reader is in the text; in the bytes of the context's set.
 class TextWalk {
  public:
   TextWalk(ldxctx& ctx, std::span<const std::uint8_t> text, ReadFields& fields) noexcept
@@ -114,9 +115,18 @@ class TextWalk {
   bool exact_ = false;
 };
 
+// st, nd, rd or th behind a number.
+Fault TakeOrdinalSuffix(TextWalk& walk, std::uint32_t value) noexcept;
+
 // most digits, all of them under FX in fill mode, and the suffix that the modifier tells.
-Fault TakeNumber(TextWalk& walk, std::uint32_t most, std::uint8_t modifier,
-                 std::uint32_t& value) noexcept;
+inline Fault TakeNumber(TextWalk& walk, std::uint32_t most, std::uint8_t modifier,
+                        std::uint32_t& value) noexcept {
+  const std::uint32_t count = walk.TakeDigits(most, value);
+  if (count == 0) return walk.Missing(kDigitExpected);
+  if (walk.exact() && (modifier & kFill) != 0 && count < most) return walk.Error(kWrongDigits);
+  if ((modifier & kSuffixMask) != 0) return TakeOrdinalSuffix(walk, value);
+  return {};
+}
 
 // An element of datetimes (datetime_model.h); walk.fields() has them.
 Fault ReadDatetimeElement(TextWalk& walk, std::uint8_t code) noexcept;
