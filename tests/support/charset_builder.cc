@@ -289,6 +289,13 @@ std::vector<Mapping> DoubleMappings() {
   return mappings;
 }
 
+std::vector<Mapping> PairMappings() {
+  std::vector<Mapping> mappings = DoubleMappings();
+  std::erase_if(mappings,
+                [](const Mapping& m) { return m.bytes.size() > 2 || m.code_point > 0xFFFF; });
+  return mappings;
+}
+
 const CharsetObject& UsAscii() {
   static const CharsetObject set = MakeTableSet(1, AsciiMappings(), "?");
   return set;
@@ -303,6 +310,10 @@ const CharsetObject& Ebcdic() {
 }
 const CharsetObject& Double() {
   static const CharsetObject set = MakeTableSet(830, DoubleMappings(), "?");
+  return set;
+}
+const CharsetObject& Pairs() {
+  static const CharsetObject set = MakeTableSet(850, PairMappings(), "?");
   return set;
 }
 const CharsetObject& Unicode(std::uint16_t id) {

@@ -37,15 +37,18 @@ CharsetObject MakeTableSet(std::uint16_t id, const std::vector<Mapping>& mapping
 CharsetObject MakeUnicodeSet(std::uint16_t id);
 
 // Sets for tests. Latin: ISO 8859-1 without 80..9F. Ebcdic: letters and digits at EBCDIC places and
-// no ASCII below 80. Double: ASCII, 8-byte-row two-byte characters and a few of three bytes.
+// no ASCII below 80. Double: ASCII, 8-byte-row two-byte characters and a few of three bytes. Pairs: its
+// characters of one and two bytes.
 std::vector<Mapping> AsciiMappings();
 std::vector<Mapping> LatinMappings();
 std::vector<Mapping> EbcdicMappings();
 std::vector<Mapping> DoubleMappings();
+std::vector<Mapping> PairMappings();
 const CharsetObject& UsAscii();
 const CharsetObject& Latin();
 const CharsetObject& Ebcdic();
 const CharsetObject& Double();
+const CharsetObject& Pairs();
 const CharsetObject& Unicode(std::uint16_t id);
 
 }  // namespace kestra::test
