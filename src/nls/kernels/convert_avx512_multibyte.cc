@@ -38,6 +38,63 @@ KES_AVX512 inline UpperSet FindFirstBytes(const std::uint16_t* classes, bool lon
   return {words[0], words[1]};
 }
 
+// Where the characters of up to 64 bytes begin.
+struct Starts {
+  std::uint64_t all;
+  std::uint64_t pairs;   // those of pairs
+  std::size_t consumed;  // bytes of them
+  bool last;             // a longer character follows
+};
+
+class FirstBytes {
+ public:
+  KES_AVX512 explicit FirstBytes(const MultibyteDecodeTable& table) noexcept {
+    const UpperSet pairs = FindFirstBytes(table.classes, false);
+    const UpperSet longer = table.longer ? FindFirstBytes(table.classes, true) : UpperSet{0, 0};
+    pairs_low_ = _mm512_movm_epi8(pairs.low);
+    pairs_high_ = _mm512_movm_epi8(pairs.high);
+    has_longer_ = (longer.low | longer.high) != 0;
+    longer_low_ = _mm512_movm_epi8(longer.low);
+    longer_high_ = _mm512_movm_epi8(longer.high);
+  }
+
+  // upper: the bytes from 80 up.
+  KES_AVX512 Starts Find(__m512i bytes, std::uint64_t upper, std::size_t count) const noexcept {
+    constexpr std::uint64_t kOdd = ~kEvenBytes;
+    const std::uint64_t mask = FirstBits(count);
+    // Bytes that can begin a pair; those that do and those behind them.
+    const std::uint64_t leads =
+        _mm512_movepi8_mask(_mm512_permutex2var_epi8(pairs_low_, bytes, pairs_high_)) & upper;
+    const std::uint64_t code = (((leads << 1) | kOdd) - leads) ^ kOdd;
+    const std::uint64_t followers = code ^ leads;
+    const std::uint64_t begins = code & leads;
+    Starts starts = {~followers & mask, begins, count, false};
+    if ((begins >> (count - 1) & 1) != 0) {  // its second byte is not here
+      starts.all &= mask >> 1;
+      starts.consumed = count - 1;
+    }
+    if (has_longer_) {
+      const std::uint64_t longs =
+          _mm512_movepi8_mask(_mm512_permutex2var_epi8(longer_low_, bytes, longer_high_)) & upper &
+          starts.all;
+      if (longs != 0) {
+        starts.consumed = static_cast<std::size_t>(_tzcnt_u64(longs));
+        starts.all &= FirstBits(starts.consumed);
+        starts.last = true;
+      }
+    }
+    starts.pairs &= starts.all;
+    return starts;
+  }
+
+ private:
+  __m512i pairs_low_;
+  __m512i pairs_high_;
+  __m512i longer_low_;
+  __m512i longer_high_;
+  bool has_longer_;
+};
+
 // Cells of 16 lanes. Two-byte cells are the upper half of the four bytes that begin two bytes
 // before them, so that nothing behind a table is read; in front of it there is always the header.
 template <std::uint32_t kWidth>
@@ -168,15 +225,7 @@ KES_AVX512 inline Progress ToUnits(const MultibyteDecodeTable& given, const Rows
                                    const std::uint8_t* in, std::size_t size, std::uint16_t* out,
                                    std::size_t room) noexcept {
   const MultibyteDecodeTable table = given;
-  const UpperSet pairs = FindFirstBytes(table.classes, false);
-  const UpperSet longer = table.longer ? FindFirstBytes(table.classes, true) : UpperSet{0, 0};
-  const __m512i pairs_low = _mm512_movm_epi8(pairs.low);
-  const __m512i pairs_high = _mm512_movm_epi8(pairs.high);
-  const bool has_longer = (longer.low | longer.high) != 0;
-  const __m512i longer_low = _mm512_movm_epi8(longer.low);
-  const __m512i longer_high = _mm512_movm_epi8(longer.high);
-  constexpr std::uint64_t kOdd = ~kEvenBytes;
-
+  const FirstBytes first_bytes(table);
   const std::uint8_t* p = in;
   const std::uint8_t* const end = in + size;
   std::uint16_t* q = out;
@@ -184,8 +233,7 @@ KES_AVX512 inline Progress ToUnits(const MultibyteDecodeTable& given, const Rows
   while (p < end && out_end - q >= 64) {
     const auto left = static_cast<std::size_t>(end - p);
     const std::size_t count = left < 64 ? left : 64;
-    const std::uint64_t mask = FirstBits(count);
-    const __m512i bytes = _mm512_maskz_loadu_epi8(mask, p);
+    const __m512i bytes = _mm512_maskz_loadu_epi8(FirstBits(count), p);
     const std::uint64_t upper = _mm512_movepi8_mask(bytes);
     if (upper == 0) {
       _mm512_storeu_si512(q, _mm512_cvtepu8_epi16(_mm512_castsi512_si256(bytes)));
@@ -194,33 +242,12 @@ KES_AVX512 inline Progress ToUnits(const MultibyteDecodeTable& given, const Rows
       q += count;
       continue;
     }
-    // Bytes that can begin a pair; those that do and those behind them.
-    const std::uint64_t leads =
-        _mm512_movepi8_mask(_mm512_permutex2var_epi8(pairs_low, bytes, pairs_high)) & upper;
-    const std::uint64_t code = (((leads << 1) | kOdd) - leads) ^ kOdd;
-    const std::uint64_t followers = code ^ leads;
-    const std::uint64_t begins = code & leads;
-    std::uint64_t starts = ~followers & mask;
-    std::size_t consumed = count;
-    bool last = false;
-    if ((begins >> (count - 1) & 1) != 0) {  // its second byte is not here
-      starts &= mask >> 1;
-      consumed = count - 1;
-    }
-    if (has_longer) {
-      const std::uint64_t longs =
-          _mm512_movepi8_mask(_mm512_permutex2var_epi8(longer_low, bytes, longer_high)) & upper &
-          starts;
-      if (longs != 0) {
-        consumed = static_cast<std::size_t>(_tzcnt_u64(longs));
-        starts &= FirstBits(consumed);
-        last = true;
-      }
-    }
-    if (consumed == 0) break;
+    const Starts found = first_bytes.Find(bytes, upper, count);
+    if (found.consumed == 0) break;
+    const std::uint64_t starts = found.all;
+    const std::uint64_t inside = found.pairs;
     // The first bytes in a row are the units of the ASCII among them; the pairs, at most 32, are
     // looked up in a row of their own and spread over their places.
-    const std::uint64_t inside = begins & starts;
     const __m512i letters = _mm512_maskz_compress_epi8(starts, bytes);
     const __m512i firsts = _mm512_maskz_compress_epi8(inside, bytes);
     const __m512i seconds = _mm512_maskz_compress_epi8(inside << 1, bytes);
@@ -236,7 +263,7 @@ KES_AVX512 inline Progress ToUnits(const MultibyteDecodeTable& given, const Rows
         q, _mm512_mask_expand_epi16(_mm512_cvtepu8_epi16(Half(letters, 0)), low_places, units));
     _mm512_storeu_si512(q + 32, _mm512_mask_expand_epi16(_mm512_cvtepu8_epi16(Half(letters, 1)),
                                                          high_places, rest));
-    Done done = {consumed, CountBits(starts), false};
+    Done done = {found.consumed, CountBits(starts), false};
     const std::uint32_t none = _mm512_testn_epi16_mask(units, units) & lanes;
     if (none != 0) [[unlikely]] {
       done.consumed = static_cast<std::size_t>(
@@ -248,7 +275,7 @@ KES_AVX512 inline Progress ToUnits(const MultibyteDecodeTable& given, const Rows
     if (singles != 0) done = LookUpSingles(table, p, q, starts, singles, done);
     p += done.consumed;
     q += done.made;
-    if (last || done.stopped) break;
+    if (found.last || done.stopped) break;
   }
   const auto made = static_cast<std::size_t>(q - out);
   return {static_cast<std::size_t>(p - in), made, made};
@@ -356,6 +383,14 @@ KES_AVX512 inline __m512i FindCells(const Find& find, const std::uint16_t* in,
   return _mm512_inserti32x4(cells, FindEight(find, in + 24, count - 24), 3);
 }
 
+// Letters alone: a run that is worth it, else 0.
+KES_AVX512 inline std::size_t NarrowRun(const MultibyteEncodeTable& table, const std::uint16_t* in,
+                                        std::size_t count, std::uint8_t* out) noexcept {
+  if (!table.ascii || in[0] >= 0x80) return 0;
+  const std::size_t run = NarrowAscii(in, count, out);
+  return run >= 32 || run == count ? run : 0;
+}
+
 KES_AVX512 inline Progress ToPairs(const MultibyteEncodeTable& given, const std::uint16_t* in,
                                    std::size_t count, std::uint8_t* out,
                                    std::size_t room) noexcept {
@@ -368,14 +403,10 @@ KES_AVX512 inline Progress ToPairs(const MultibyteEncodeTable& given, const std:
   std::uint8_t* const out_end = out + room;
   std::size_t i = 0;
   while (i < count) {
-    // Letters alone, 32 at a time.
-    if (table.ascii && in[i] < 0x80) {
-      const std::size_t run = NarrowAscii(in + i, count - i, q);
-      if (run >= 32 || run == count - i) {
-        q += run;
-        i += run;
-        continue;
-      }
+    if (const std::size_t run = NarrowRun(table, in + i, count - i, q); run != 0) {
+      q += run;
+      i += run;
+      continue;
     }
     std::size_t step = count - i < 32 ? count - i : 32;
     const auto lanes = static_cast<__mmask32>(FirstBits(step));
@@ -404,14 +435,10 @@ KES_AVX512 inline Progress FromUnits(const MultibyteEncodeTable& given, const st
   std::uint8_t* const out_end = out + room;
   std::size_t i = 0;
   while (i < count) {
-    // Letters alone, 32 at a time.
-    if (table.ascii && in[i] < 0x80) {
-      const std::size_t run = NarrowAscii(in + i, count - i, q);
-      if (run >= 32 || run == count - i) {
-        q += run;
-        i += run;
-        continue;
-      }
+    if (const std::size_t run = NarrowRun(table, in + i, count - i, q); run != 0) {
+      q += run;
+      i += run;
+      continue;
     }
     const std::size_t block = count - i < kBlock ? count - i : kBlock;
     alignas(64) Cell cells[kBlock];

@@ -232,9 +232,38 @@ KES_AVX512 inline Progress ToUtf8(const std::uint16_t* code_points, const std::u
   return {consumed, static_cast<std::size_t>(q - out), consumed};
 }
 
-// The block of 64 cells that a code point chooses is what a lead byte (or the first two of three)
-// chooses in UTF-8, so that a window of two blocks is looked up by the last byte and one bit of the
-// byte before it.
+// The cells of characters of two and three bytes, at their last bytes. The block of 64 cells that a
+// code point chooses is what a lead byte (or the first two of three) chooses in UTF-8, so that a window
+// of two blocks is looked up by the last byte and one bit of the byte before it. The window that was
+// used last is tried first.
+KES_AVX512 inline __m512i LookUpLonger(const ByteEncodeTable& table, const Utf8Block& block,
+                                       std::uint64_t ends, const std::uint8_t* p, __m512i result,
+                                       std::uint32_t& current, Window& window) noexcept {
+  const __m512i bytes = block.bytes;
+  const std::uint64_t three = block.lead3_up << 2;
+  const __m512i before = _mm512_maskz_permutexvar_epi8(block.expected, OneBack(), bytes);
+  const __m512i before_that = _mm512_maskz_permutexvar_epi8(three, TwoBack(), bytes);
+  // The number of the window: 5 bits of the byte before, 4 of the one before that.
+  const __m512i number_low = _mm512_and_si512(before, Bytes(0x3E));
+  const __m512i number_high = _mm512_and_si512(before_that, Bytes(0x0F));
+  const __m512i place =
+      _mm512_mask_add_epi8(bytes, _mm512_test_epi8_mask(before, Bytes(1)), bytes, Bytes(0x40));
+  std::uint64_t left = ends & block.trail;
+  for (;;) {
+    const std::uint64_t hits =
+        _mm512_cmpeq_epi8_mask(number_low, Bytes(static_cast<int>(2 * current & 0x3E))) &
+        _mm512_cmpeq_epi8_mask(number_high, Bytes(static_cast<int>(current >> 5))) & left;
+    result = _mm512_mask_mov_epi8(result, hits,
+                                  _mm512_permutex2var_epi8(window.first, place, window.second));
+    left &= ~hits;
+    if (left == 0) return result;
+    const auto at = static_cast<std::size_t>(_tzcnt_u64(left));
+    current = (p[at - 1] & 0x3Eu) >> 1;
+    if ((three >> at & 1) != 0) current |= (p[at - 2] & 0x0Fu) << 5;
+    window = LoadWindow(table, current);
+  }
+}
+
 template <bool kAscii>
 KES_AVX512 inline Progress FromUtf8(const ByteEncodeTable& given, const std::uint8_t* in,
                                     std::size_t size, std::uint8_t* out,
@@ -275,29 +304,8 @@ KES_AVX512 inline Progress FromUtf8(const ByteEncodeTable& given, const std::uin
     const __m512i bytes = block.bytes;
     __m512i result = bytes;
     if constexpr (!kAscii) result = _mm512_permutex2var_epi8(base.first, bytes, base.second);
-    std::uint64_t left = ends & block.trail;
-    if (left != 0) {
-      const std::uint64_t three = block.lead3_up << 2;
-      const __m512i before = _mm512_maskz_permutexvar_epi8(block.expected, OneBack(), bytes);
-      const __m512i before_that = _mm512_maskz_permutexvar_epi8(three, TwoBack(), bytes);
-      // The number of the window: 5 bits of the byte before, 4 of the one before that.
-      const __m512i number_low = _mm512_and_si512(before, Bytes(0x3E));
-      const __m512i number_high = _mm512_and_si512(before_that, Bytes(0x0F));
-      const __m512i place =
-          _mm512_mask_add_epi8(bytes, _mm512_test_epi8_mask(before, Bytes(1)), bytes, Bytes(0x40));
-      for (;;) {
-        const std::uint64_t hits =
-            _mm512_cmpeq_epi8_mask(number_low, Bytes(static_cast<int>(2 * current & 0x3E))) &
-            _mm512_cmpeq_epi8_mask(number_high, Bytes(static_cast<int>(current >> 5))) & left;
-        result = _mm512_mask_mov_epi8(result, hits,
-                                      _mm512_permutex2var_epi8(window.first, place, window.second));
-        left &= ~hits;
-        if (left == 0) break;
-        const auto at = static_cast<std::size_t>(_tzcnt_u64(left));
-        current = (p[at - 1] & 0x3Eu) >> 1;
-        if ((three >> at & 1) != 0) current |= (p[at - 2] & 0x0Fu) << 5;
-        window = LoadWindow(table, current);
-      }
+    if ((ends & block.trail) != 0) {
+      result = LookUpLonger(table, block, ends, p, result, current, window);
     }
     const std::uint64_t empty = _mm512_testn_epi8_mask(result, result) & ends;
     if (empty != 0) [[unlikely]] {

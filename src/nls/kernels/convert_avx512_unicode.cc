@@ -49,6 +49,38 @@ KES_AVX512 inline __m512i Utf8OfPairs(__m512i high, __m512i low) noexcept {
   return _mm512_or_si512(Or3(b0, b1, b2), b3_only);
 }
 
+// The forms of 32 units, four bytes a unit, and the bytes that they consist of.
+struct Forms {
+  __m512i bytes[2];
+  __m512i kept[2];  // not zero
+};
+
+KES_AVX512 inline Forms FormsOf(__m512i first_half, __m512i second_half) noexcept {
+  const __m512i first_byte = Dwords(0xFF);  // stays, also when it is a zero
+  const __m512i first = Utf8OfUnits(first_half);
+  const __m512i second = Utf8OfUnits(second_half);
+  return {{first, second},
+          {_mm512_or_si512(first, first_byte), _mm512_or_si512(second, first_byte)}};
+}
+
+// Puts in the forms of pairs, at their high halves. next: the units behind each.
+KES_AVX512 inline void PutPairs(Forms& forms, __m512i first_half, __m512i second_half, __m512i next,
+                                std::uint32_t high, std::uint32_t low) noexcept {
+  const __m512i first_byte = Dwords(0xFF);
+  const __m512i first =
+      _mm512_mask_mov_epi32(forms.bytes[0], static_cast<__mmask16>(high),
+                            Utf8OfPairs(first_half, _mm512_cvtepu16_epi32(Half(next, 0))));
+  const __m512i second =
+      _mm512_mask_mov_epi32(forms.bytes[1], static_cast<__mmask16>(high >> 16),
+                            Utf8OfPairs(second_half, _mm512_cvtepu16_epi32(Half(next, 1))));
+  forms.bytes[0] = first;
+  forms.bytes[1] = second;
+  forms.kept[0] =
+      _mm512_maskz_mov_epi32(static_cast<__mmask16>(~low), _mm512_or_si512(first, first_byte));
+  forms.kept[1] = _mm512_maskz_mov_epi32(static_cast<__mmask16>(~low >> 16),
+                                         _mm512_or_si512(second, first_byte));
+}
+
 template <bool kSwap>
 KES_AVX512 inline Progress Utf16ToUtf8(const std::uint8_t* in, std::size_t size, std::uint8_t* out,
                                        std::size_t room) noexcept {
@@ -111,39 +143,24 @@ KES_AVX512 inline Progress Utf16ToUtf8(const std::uint8_t* in, std::size_t size,
       if (count == 0) break;
       last = true;
     }
-    const __m512i first_half = _mm512_cvtepu16_epi32(_mm512_castsi512_si256(units));
-    const __m512i second_half = _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(units, 1));
-    __m512i first_bytes = Utf8OfUnits(first_half);
-    __m512i second_bytes = Utf8OfUnits(second_half);
-    const __m512i first_byte = Dwords(0xFF);  // stays, also when it is a zero
-    __m512i first_keep = _mm512_or_si512(first_bytes, first_byte);
-    __m512i second_keep = _mm512_or_si512(second_bytes, first_byte);
+    const __m512i first_half = _mm512_cvtepu16_epi32(Half(units, 0));
+    const __m512i second_half = _mm512_cvtepu16_epi32(Half(units, 1));
+    Forms forms = FormsOf(first_half, second_half);
     if (high != 0) {
       mask = static_cast<__mmask32>(FirstBits(left - 1 < 32 ? left - 1 : 32));
       __m512i next = _mm512_maskz_loadu_epi16(mask, p + 2);
       if constexpr (kSwap) next = SwapUnits(next);
-      const auto pairs1 = static_cast<__mmask16>(high);
-      const auto pairs2 = static_cast<__mmask16>(high >> 16);
-      first_bytes = _mm512_mask_mov_epi32(
-          first_bytes, pairs1,
-          Utf8OfPairs(first_half, _mm512_cvtepu16_epi32(_mm512_castsi512_si256(next))));
-      second_bytes = _mm512_mask_mov_epi32(
-          second_bytes, pairs2,
-          Utf8OfPairs(second_half, _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(next, 1))));
-      first_keep = _mm512_maskz_mov_epi32(static_cast<__mmask16>(~low),
-                                          _mm512_or_si512(first_bytes, first_byte));
-      second_keep = _mm512_maskz_mov_epi32(static_cast<__mmask16>(~low >> 16),
-                                           _mm512_or_si512(second_bytes, first_byte));
+      PutPairs(forms, first_half, second_half, next, high, low);
     }
-    const std::uint64_t keep1 =
-        _mm512_test_epi8_mask(first_keep, first_keep) & FirstBits(count < 16 ? 4 * count : 64);
-    const std::uint64_t keep2 = _mm512_test_epi8_mask(second_keep, second_keep) &
+    const std::uint64_t keep1 = _mm512_test_epi8_mask(forms.kept[0], forms.kept[0]) &
+                                FirstBits(count < 16 ? 4 * count : 64);
+    const std::uint64_t keep2 = _mm512_test_epi8_mask(forms.kept[1], forms.kept[1]) &
                                 FirstBits(count > 16 ? 4 * count - 64 : 0);
     const std::size_t length1 = CountBits(keep1);
     const std::size_t length2 = CountBits(keep2);
     if (length1 + length2 > free) break;
-    Store(q, free, _mm512_maskz_compress_epi8(keep1, first_bytes), length1);
-    Store(q + length1, free - length1, _mm512_maskz_compress_epi8(keep2, second_bytes), length2);
+    Store(q, free, _mm512_maskz_compress_epi8(keep1, forms.bytes[0]), length1);
+    Store(q + length1, free - length1, _mm512_maskz_compress_epi8(keep2, forms.bytes[1]), length2);
     p += 2 * count;
     q += length1 + length2;
     lows += CountBits(low & FirstBits(count));
@@ -151,6 +168,35 @@ KES_AVX512 inline Progress Utf16ToUtf8(const std::uint8_t* in, std::size_t size,
   }
   const auto consumed = static_cast<std::size_t>(p - in);
   return {consumed, static_cast<std::size_t>(q - out), consumed / 2 - lows};
+}
+
+// The units that are made at the bytes of `made`, 64 at most; those of `third` are high surrogates.
+KES_AVX512 inline void UnitsOf(const Utf8Block& block, std::uint64_t made, std::uint64_t third,
+                               __m512i units[2]) noexcept {
+  const __m512i trail_bits = Bytes(0x3F);
+  const __m512i b0 =
+      _mm512_mask_mov_epi8(block.bytes, block.trail, _mm512_and_si512(block.bytes, trail_bits));
+  // The byte before, for characters of two and more bytes, and the one before that for three.
+  const __m512i b1 = _mm512_maskz_permutexvar_epi8(block.expected, OneBack(), block.bytes);
+  const __m512i b2 = _mm512_maskz_permutexvar_epi8(block.lead3_up << 2 | block.lead4_up << 3,
+                                                   TwoBack(), block.bytes);
+  const __m512i packed0 = _mm512_maskz_compress_epi8(made, b0);
+  const __m512i packed1 = _mm512_maskz_compress_epi8(made, _mm512_and_si512(b1, trail_bits));
+  const __m512i packed2 = _mm512_maskz_compress_epi8(made, _mm512_and_si512(b2, Bytes(0x0F)));
+  const auto third_units = _pext_u64(third, made);
+  for (int half = 0; half < 2; ++half) {
+    __m512i unit = Or3(_mm512_cvtepu8_epi16(Half(packed0, half)),
+                       _mm512_slli_epi16(_mm512_cvtepu8_epi16(Half(packed1, half)), 6),
+                       _mm512_slli_epi16(_mm512_cvtepu8_epi16(Half(packed2, half)), 12));
+    if (third != 0) {
+      const auto high = static_cast<__mmask32>(third_units >> (32 * half));
+      const auto low = static_cast<__mmask32>((third_units << 1) >> (32 * half));
+      unit = _mm512_mask_add_epi16(unit, high, _mm512_srli_epi16(unit, 4), Words(0xD7C0));
+      unit = _mm512_mask_mov_epi16(
+          unit, low, _mm512_or_si512(_mm512_and_si512(unit, Words(0x3FF)), Words(0xDC00)));
+    }
+    units[half] = unit;
+  }
 }
 
 template <bool kSwap>
@@ -161,8 +207,6 @@ KES_AVX512 inline Progress Utf8ToUtf16(const std::uint8_t* in, std::size_t size,
   std::uint8_t* q = out;
   std::uint8_t* const out_end = out + (room & ~std::size_t{1});
   std::size_t pairs = 0;
-  const __m512i one_back = _mm512_sub_epi8(ByteNumbers(), Bytes(1));
-  const __m512i two_back = _mm512_sub_epi8(ByteNumbers(), Bytes(2));
   while (p < end) {
     while (end - p >= 64 && out_end - q >= 128) {
       const __m512i bytes = _mm512_loadu_si512(p);
@@ -184,43 +228,16 @@ KES_AVX512 inline Progress Utf8ToUtf16(const std::uint8_t* in, std::size_t size,
     std::size_t consumed = block.consumed;
     if (consumed == 0) break;
     bool last = block.last;
-    const __m512i bytes = block.bytes;
-    const std::uint64_t lead3_up = block.lead3_up;
-    const std::uint64_t lead4_up = block.lead4_up;
-    const std::uint64_t trail = block.trail;
-    const std::uint64_t expected = block.expected;
     const std::uint64_t inside = FirstBits(consumed);
     // A unit is made at the last byte of each character; of a character of four bytes also at the
     // third, which makes the high surrogate.
-    const std::uint64_t fourth = lead4_up << 3 & inside;
+    const std::uint64_t fourth = block.lead4_up << 3 & inside;
     const std::uint64_t third = fourth >> 1;
-    const std::uint64_t made = (~((trail & inside) >> 1) & inside) | third;
-    const __m512i trail_bits = Bytes(0x3F);
-    const __m512i b0 = _mm512_mask_mov_epi8(bytes, trail, _mm512_and_si512(bytes, trail_bits));
-    // The byte before, for characters of two and more bytes, and the one before that for three.
-    const __m512i b1 = _mm512_maskz_permutexvar_epi8(expected, one_back, bytes);
-    const __m512i b2 =
-        _mm512_maskz_permutexvar_epi8(lead3_up << 2 | lead4_up << 3, two_back, bytes);
-    const __m512i packed0 = _mm512_maskz_compress_epi8(made, b0);
-    const __m512i packed1 = _mm512_maskz_compress_epi8(made, _mm512_and_si512(b1, trail_bits));
-    const __m512i packed2 = _mm512_maskz_compress_epi8(made, _mm512_and_si512(b2, Bytes(0x0F)));
-    std::size_t units = CountBits(made);
+    const std::uint64_t made = (~((block.trail & inside) >> 1) & inside) | third;
     __m512i result[2];
-    const auto third_units = _pext_u64(third, made);
-    for (int half = 0; half < 2; ++half) {
-      __m512i unit = Or3(_mm512_cvtepu8_epi16(Half(packed0, half)),
-                         _mm512_slli_epi16(_mm512_cvtepu8_epi16(Half(packed1, half)), 6),
-                         _mm512_slli_epi16(_mm512_cvtepu8_epi16(Half(packed2, half)), 12));
-      if (third != 0) {
-        const auto high = static_cast<__mmask32>(third_units >> (32 * half));
-        const auto low = static_cast<__mmask32>((third_units << 1) >> (32 * half));
-        unit = _mm512_mask_add_epi16(unit, high, _mm512_srli_epi16(unit, 4), Words(0xD7C0));
-        unit = _mm512_mask_mov_epi16(
-            unit, low, _mm512_or_si512(_mm512_and_si512(unit, Words(0x3FF)), Words(0xDC00)));
-      }
-      result[half] = unit;
-    }
-    if (lead3_up != 0) {
+    UnitsOf(block, made, third, result);
+    std::size_t units = CountBits(made);
+    if (block.lead3_up != 0) {
       const __m512i replacement = Words(0xFFFD);
       const std::uint64_t found =
           (_mm512_cmpeq_epi16_mask(result[0], replacement) |
