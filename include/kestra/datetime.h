@@ -331,7 +331,7 @@ KES_API uint32_t LdiDateDateConvertarr(LdiDate *const *out, const LdiDate *const
  * the year. Times of day begin again at midnight. A carry that crosses a transition finds the offset
  * of the region behind it: the instant moves by the rounding and no more.
  * session  the zone file, which only the carry of a value with a region needs; may be null.
- * Errors   1880 the precision; 1841 past the year 9999; those of the zone file. */
+ * Errors   1866; 1880 the precision; 1841 past the year 9999; those of the zone file. */
 KES_API uint32_t LdiDateRoundFS(LdiDate *out, const LdiDate *in, uint32_t precision,
                                 const LdiSession *session) KES_NOEXCEPT;
 KES_API uint32_t LdiDateRoundFSarr(LdiDate *const *out, const LdiDate *const *in, size_t count,

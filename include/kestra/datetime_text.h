@@ -158,7 +158,7 @@ KES_API uint32_t LdiDateFromStringarr(LdiDate *const *out, const uint8_t *const 
 
 /* LdiDateFromLiteral: a datetime from an SQL literal, or from ISO 8601:
  *   DATE '2024-02-29', TIME '10:00:00.5 +02:00', TIMESTAMP '2024-02-29 10:00:00 Europe/Berlin'
- *   2024-02-29, 2024-02-29T10:00:00.5+02:00, 20240229T100000Z, 10:00:00
+ *   2024-02-29, 2024-02-29T10:00:00.5+02:00, 20240229T100000Z, 10:00:00, T100000
  * A date may have a sign, blanks or a T may stand before the time, a region or an offset at the end.
  * The parts that are there decide its type; it is then converted to type, or kept when type is 0.
  * session  the zone file, and the zone that a conversion adds; may be null.

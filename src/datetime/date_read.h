@@ -17,6 +17,9 @@ struct DatetimeFields {
   std::int32_t zone_hour = 0;
   std::int32_t zone_minute = 0;
   bool zone_negative = false;
+  bool zone_positive = false;
+  bool zone_hour_said = false;
+  bool zone_minute_said = false;
   char region[64] = {};
   char abbreviation[16] = {};
 };

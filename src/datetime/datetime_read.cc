@@ -35,13 +35,21 @@ Fault ZoneNumber(TextWalk& walk, std::uint8_t code) noexcept {
   DatetimeFields& fields = *walk.fields().datetime;
   const std::size_t offset = walk.offset();
   const bool negative = walk.Accept('-');
-  if (!negative) walk.Accept('+');
+  const bool plus = !negative && walk.Accept('+');
   std::uint32_t value = 0;
   if (walk.TakeDigits(2, value) == 0) return walk.Missing(kDigitExpected);
   if (value > (code == kZoneHour ? 15u : 59u)) return {code == kZoneHour ? 1874u : 1875u, offset};
-  (code == kZoneHour ? fields.zone_hour : fields.zone_minute) = static_cast<std::int32_t>(value);
+  const auto number = static_cast<std::int32_t>(value);
+  std::int32_t& field = code == kZoneHour ? fields.zone_hour : fields.zone_minute;
+  bool& said = code == kZoneHour ? fields.zone_hour_said : fields.zone_minute_said;
+  if (said && field != number) return {1882, offset};  // TZR and TZH disagree
+  field = number;
+  said = true;
+  // Hours are positive without a sign, minutes are what the hours are.
+  const bool positive = !negative && value != 0 && (plus || code == kZoneHour);
   fields.zone_negative = fields.zone_negative || negative;
-  return {};
+  fields.zone_positive = fields.zone_positive || positive;
+  return fields.zone_negative && fields.zone_positive ? Fault{1875, offset} : Fault{};
 }
 
 // +hh:mm, +hh or +hhmm in place of a region.

@@ -23,8 +23,10 @@ LdiDate FromDate(const ldxdate& in) noexcept {
 // The zone of the result: its local fields are there already.
 std::uint32_t ConvertZone(LdiDate& date, const LdiDate& in, const LdiSession* session) noexcept {
   if (date.type == KES_DATETIME_TIMESTAMP_LTZ) {
-    if (HasZone(in.type) && HasDate(in.type)) {
-      return ShowInZone(date, UtcMoment(in), SessionZone(session));
+    if (HasZone(in.type)) {
+      Moment utc = LocalMoment(date);
+      utc.seconds -= ZoneMinutes(in) * 60;
+      return ShowInZone(date, utc, SessionZone(session));
     }
     return AttachZone(date, SessionZone(session));
   }
@@ -81,6 +83,7 @@ std::uint32_t ToDate(ldxdate& out, const LdiDate& in, const LdiSession* session)
 
 std::uint32_t RoundFS(LdiDate& out, const LdiDate& in, std::uint32_t precision,
                       const LdiSession* session) noexcept {
+  if (!IsDatetimeType(in.type)) return KES_DATETIME_BAD_TYPE;
   if (precision > KES_DATETIME_MAX_PRECISION) return KES_DATETIME_BAD_FRACTION;
   LdiDate date = in;
   if (const std::uint32_t error = RoundInZone(date, precision, ZonesOf(session))) return error;

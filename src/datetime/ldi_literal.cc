@@ -68,10 +68,10 @@ bool TakeDate(PlainReader& text, Parts& parts) noexcept {
   return true;
 }
 
-// hour:minute[:second[.fraction]] or hhmm[ss[.fraction]].
-std::uint32_t TakeTime(PlainReader& text, Parts& parts) noexcept {
+// hour:minute[:second[.fraction]], or after a date or a T hhmm[ss[.fraction]]: 2024-05 alone is no time.
+std::uint32_t TakeTime(PlainReader& text, bool marked, Parts& parts) noexcept {
   const std::size_t digits = CountDigits(text.Rest());
-  if (digits == 4 || digits == 6) {
+  if (marked && (digits == 4 || digits == 6)) {
     if (!TakeDigits(text, 2, parts.hour) || !TakeDigits(text, 2, parts.minute)) return kNotALiteral;
     if (digits == 6 && !TakeDigits(text, 2, parts.second)) return kNotALiteral;
   } else {
@@ -94,13 +94,12 @@ std::uint32_t TakeTime(PlainReader& text, Parts& parts) noexcept {
 
 std::uint32_t ReadParts(PlainReader text, Parts& parts) noexcept {
   text.Blanks();
-  if (TakeDate(text, parts)) {
-    if (text.AtEnd()) return 0;
-    const std::size_t blanks = text.Blanks();
-    if (text.AtEnd()) return 0;
-    if (blanks == 0 && !text.Take('T') && !text.Take('t')) return kTextLeft;
-  }
-  return TakeTime(text, parts);
+  if (!TakeDate(text, parts)) return TakeTime(text, text.Take('T') || text.Take('t'), parts);
+  if (text.AtEnd()) return 0;
+  const std::size_t blanks = text.Blanks();
+  if (text.AtEnd()) return 0;
+  if (blanks == 0 && !text.Take('T') && !text.Take('t')) return kTextLeft;
+  return TakeTime(text, true, parts);
 }
 
 // +hhmm, which ISO 8601 writes without a colon, becomes +hh:mm.

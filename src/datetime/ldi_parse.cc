@@ -17,6 +17,7 @@ namespace kestra::datetime {
 namespace {
 
 constexpr std::uint32_t kTextLeft = 1830;
+constexpr std::uint32_t kHourDisagrees = 1836;
 constexpr std::size_t kMaxUnits = 1024;
 
 bool SameName(std::string_view x, std::string_view y) noexcept {
@@ -173,6 +174,9 @@ class Job {
     more.zone_negative = planned.zone_negative;
     more.zone_hour = planned.zone_minutes / 60;
     more.zone_minute = planned.zone_minutes % 60;
+    more.zone_positive = more.zone_hour != 0 && !more.zone_negative;
+    more.zone_hour_said = true;
+    more.zone_minute_said = job.plan->minute_at != kNoPlace;
   }
   const std::span<const std::uint8_t> left = job.format.subspan(job.plan->covered);
   if (!left.empty()) {
@@ -217,6 +221,8 @@ inline bool ReadByPlan(LdiDate& out, std::span<const std::uint8_t> text, const J
     ldxdate parts{};
     Fault fault = ReadText(job.ctx.date, text, job.format, full_years, fields);
     if (!fault) fault = CombineFields(job.ctx.date, fields, parts);
+    const bool hour25 = (more.seen & DatetimeBit(kHour25)) != 0 && fields.has(KES_DATE_SSSSS);
+    if (!fault && hour25 && more.hour25 % 24 != parts.hour) fault.number = kHourDisagrees;
     if (!fault) fault.number = Combine(out, job.ctx, parts, more, job.type, job.precision);
     return fault;
   };

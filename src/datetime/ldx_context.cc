@@ -45,7 +45,9 @@ void ReadEbcdic(State& state, const lxobject* set) noexcept {
 
 // Reads everything that is kept of the handle but the default format.
 void ReadHandle(ldxctx& ctx) noexcept {
+  const bool datetime = StateOf(ctx).datetime;
   memset(ctx.inner, 0, sizeof ctx.inner);
+  StateOf(ctx).datetime = datetime;
   for (std::size_t c = 0; c < 128; ++c) StateOf(ctx).ascii[c] = static_cast<std::uint8_t>(c);
   ctx.first_weekday = 0;
   ctx.calendar = 0;

@@ -152,6 +152,12 @@ TEST(LdiDateDateConvert, KeepsLocalFieldsOrTheInstant) {
   const LdiDate noon = Datetime("12:00:00");
   ASSERT_EQ(LdiDateDateConvert(&out, &noon, KES_DATETIME_TIMESTAMP, 9, &session), 0u);
   EXPECT_GE(out.year, 2020) << "today";
+  session.zone_hour = -5;
+  const LdiDate abroad = Datetime("12:34:56 +05:30");
+  ASSERT_EQ(LdiDateDateConvert(&out, &abroad, KES_DATETIME_TIMESTAMP_LTZ, 9, &session), 0u);
+  EXPECT_EQ(Show(out).substr(10), " 02:04:56.000000000 -05:00");
+  out.type = 200;
+  EXPECT_EQ(LdiDateRoundFS(&out, &out, 0, &session), 1866u);
 }
 
 TEST(LdiJulian, NumbersAndDatesAreOneAnother) {

@@ -129,12 +129,26 @@ TEST_F(LdiText, ReadsTheElementsOfDatetimes) {
       {"2024-02-29 24:00:00", "YYYY-MM-DD HH25:MI:SS", kStamp, "2024-03-01 00:00:00.000000000"},
       {"2024-02-29 24:00:01", "YYYY-MM-DD HH25:MI:SS", kStamp, "!1879"},
       {"2024-02-29 25:00:00", "YYYY-MM-DD HH25:MI:SS", kStamp, "!1879"},
+      {"2024-02-29 24 0", "YYYY-MM-DD HH25 SSSSS", kStamp, "2024-03-01 00:00:00.000000000"},
+      {"2024-02-29 13 46801", "YYYY-MM-DD HH25 SSSSS", kStamp, "2024-02-29 13:00:01.000000000"},
+      {"2024-02-29 13 43200", "YYYY-MM-DD HH25 SSSSS", kStamp, "!1836"},
       {"123456", "FF3", kStamp, "!1830"},
       {"12", "FXFF3", kStamp, "!1862"},
       {"", "FF3", kStamp, "!1840"},
       {"x", "FF3", kStamp, "!1858"},
       {"2024-02-29 -05:30", "YYYY-MM-DD TZH:TZM", kZoned, "2024-02-29 00:00:00.000000000 -05:30"},
       {"2024-02-29 -0:30", "YYYY-MM-DD TZH:TZM", kZoned, "2024-02-29 00:00:00.000000000 -00:30"},
+      {"2024-02-29 -05 -30", "YYYY-MM-DD TZH TZM", kZoned, "2024-02-29 00:00:00.000000000 -05:30"},
+      {"2024-02-29 30 -05", "YYYY-MM-DD TZM TZH", kZoned, "2024-02-29 00:00:00.000000000 -05:30"},
+      {"2024-02-29 +05:-30", "YYYY-MM-DD TZH:TZM", kZoned, "!1875"},
+      {"2024-02-29 05:-30", "YYYY-MM-DD TZH:TZM", kZoned, "!1875"},
+      {"2024-02-29 -05:+30", "YYYY-MM-DD TZH:TZM", kZoned, "!1875"},
+      {"2024-02-29 +05:-30", "YYYY-MM-DD TZR", kZoned, "!1875"},
+      {"2024-02-29 -05:30 -05:30", "YYYY-MM-DD TZR TZH:TZM", kZoned,
+       "2024-02-29 00:00:00.000000000 -05:30"},
+      {"2024-02-29 -05:30 +05:30", "YYYY-MM-DD TZR TZH:TZM", kZoned, "!1875"},
+      {"2024-02-29 -05:30 -03:30", "YYYY-MM-DD TZR TZH:TZM", kZoned, "!1882"},
+      {"2024-02-29 -05:30 -05:45", "YYYY-MM-DD TZH:TZM TZR", kZoned, "!1882"},
       {"2024-02-29 +16:00", "YYYY-MM-DD TZH:TZM", kZoned, "!1874"},
       {"2024-02-29 +15:60", "YYYY-MM-DD TZH:TZM", kZoned, "!1875"},
       {"2024-02-29 +15:01", "YYYY-MM-DD TZH:TZM", kZoned, "!1875"},
@@ -213,6 +227,11 @@ TEST_F(LdiText, ModelsExcludeAndUnparse) {
             1878u);
 }
 
+TEST_F(LdiText, AContextBroughtUpToDateKeepsItsElements) {
+  ldxrdf(&ctx_.date);
+  EXPECT_EQ(Write(Datetime("10:00:00.25"), "SSXFF2"), "00.25");
+}
+
 TEST_F(LdiText, LiteralsAndIso8601) {
   struct Case {
     const char* text;
@@ -237,6 +256,9 @@ TEST_F(LdiText, LiteralsAndIso8601) {
       {"2024-02-29 10:11", KES_DATETIME_DATE, "2024-02-29 10:11:00",
        "TIMESTAMP '2024-02-29 10:11:00'"},
       {"10:11:12", 0, "10:11:12.000000000", "TIME '10:11:12.000000000'"},
+      {"T101112", 0, "10:11:12.000000000", "TIME '10:11:12.000000000'"},
+      {"2024-05", 0, "!1861", ""},
+      {"202405", 0, "!1861", ""},
       {"2024-02-30", 0, "!1847", ""},
       {"2024-13-01", 0, "!1843", ""},
       {"99999-01-01", 0, "!1841", ""},
