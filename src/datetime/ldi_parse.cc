@@ -57,7 +57,6 @@ std::uint32_t ReadZone(const DatetimeFields& fields, const LdiSession* session,
   const bool offset = (fields.seen & (DatetimeBit(kZoneHour) | DatetimeBit(kZoneMinute))) != 0 ||
                       ((fields.seen & DatetimeBit(kZoneRegion)) != 0 && fields.region[0] == 0);
   const std::int32_t magnitude = fields.zone_hour * 60 + fields.zone_minute;
-  if (magnitude > kMaxZoneMinutes) return KES_DATETIME_BAD_ZONE_MINUTE;
   const std::int32_t minutes = fields.zone_negative ? -magnitude : magnitude;
   const std::string_view abbreviation(fields.abbreviation);
   Zone zone = SessionZone(session);
@@ -69,6 +68,8 @@ std::uint32_t ReadZone(const DatetimeFields& fields, const LdiSession* session,
   } else if (offset) {
     // An abbreviation beside a mere offset has no rules that it could belong to.
     if (!abbreviation.empty()) return KES_DATETIME_BAD_NAME;
+    // Regions go further, see kMaxRegionMinutes.
+    if (magnitude > kMaxZoneMinutes) return KES_DATETIME_BAD_ZONE_MINUTE;
     return AttachZone(date, {.zones = zone.zones, .region = 0, .minutes = minutes});
   }
   if (zone.region != 0 && HasDate(date.type) && (offset || !abbreviation.empty())) {

@@ -476,6 +476,35 @@ TEST(LdiDateToLiteral, TheLongestNameOfARegionComesBack) {
   ltzFree(zones);
 }
 
+TEST(LdiDateFromString, AnOffsetOfARegionBeyondFifteenHoursComesBack) {
+  const std::vector<std::uint8_t> bytes =
+      BuildZones({{1, "Far/East", {{kLongAgo, 15 * 3600 + 13 * 60, false, "LMT"}}}});
+  const ltzfile* zones = ltzReadMemory(bytes.data(), bytes.size(), nullptr, nullptr);
+  ASSERT_NE(zones, nullptr);
+  LdiSession session;
+  LdiSessionInit(&session, zones);
+  LdiParseContext ctx;
+  LdiParseContextInit(&ctx, nullptr, nullptr, &session);
+  const std::string model = "YYYY-MM-DD HH24:MI TZR TZH:TZM";
+  const std::string text = "1860-01-01 12:00 Far/East +15:13";
+  const auto bytes_of = [](const std::string& s) {
+    return reinterpret_cast<const std::uint8_t*>(s.data());
+  };
+  std::uint8_t format[100], out[100];
+  std::size_t format_length = 0, length = 0;
+  ASSERT_EQ(
+      LdiParseForInput(format, sizeof format, &format_length, bytes_of(model), model.size(), &ctx),
+      0u);
+  LdiDate date{};
+  ASSERT_EQ(LdiDateFromString(&date, bytes_of(text), text.size(), format, format_length,
+                              KES_DATETIME_TIMESTAMP_TZ, 9, &ctx),
+            0u);
+  ASSERT_EQ(LdiDateToString(out, sizeof out, &length, &date, format, format_length, 9, &ctx), 0u);
+  EXPECT_EQ(std::string(out, out + length), text);
+  LdiParseContextTerm(&ctx);
+  ltzFree(zones);
+}
+
 // Two releases of one zone: the second puts the clock forward an hour on 2 January 1970.
 class LdiUpgrade : public testing::Test {
  protected:
