@@ -6,20 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/child_process.h"
+#include "tests/support/tool_cases.h"
 
 namespace kestra::test {
 namespace {
 
-struct Case {
-  std::vector<std::string> arguments;
-  const char* input;
-  int exit_code;
-  const char* out;
-  const char* err;  // a part of it
-};
-
-const Case kCases[] = {
+const ToolCase kCases[] = {
     {{"0.1+0.2"}, "", 0, "0.3\n", ""},
     {{"1", "+", "2"}, "", 0, "3\n", ""},
     {{"--bytes", "--", "-1*1"}, "", 0, "-1  3E 64 66\n", ""},
@@ -98,17 +90,7 @@ const Case kCases[] = {
     {{"--columns"}, "", 2, "", "takes an expression"},
 };
 
-TEST(KestraCalc, AnswersAndExitCodes) {
-  for (const Case& c : kCases) {
-    std::vector<std::string> arguments = {"calc"};
-    arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
-    const ChildResult result = RunTool("kestra", arguments, c.input);
-    SCOPED_TRACE(::testing::PrintToString(arguments));
-    EXPECT_EQ(result.exit_code, c.exit_code);
-    EXPECT_EQ(result.out, c.out);
-    EXPECT_NE(result.err.find(c.err), std::string::npos) << result.err;
-  }
-}
+TEST(KestraCalc, AnswersAndExitCodes) { RunToolCases("calc", kCases); }
 
 TEST(KestraCalc, JsonOfASum) {
   const ChildResult result = RunTool("kestra", {"calc", "--json", "--sum", "--bytes"}, "1\n4\n");

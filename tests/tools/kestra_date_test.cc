@@ -3,11 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <span>
 #include <string>
 #include <vector>
 
-#include "tests/support/child_process.h"
+#include "tests/support/tool_cases.h"
 
 namespace kestra::test {
 namespace {
@@ -16,15 +15,7 @@ namespace {
 const ChildEnvironment kHome = {{"KESTRA_HOME", KESTRA_BUILD_DIR "/home"},
                                 {"TZ", "America/New_York"}};
 
-struct Case {
-  std::vector<std::string> arguments;
-  const char* input;
-  int exit_code;
-  const char* out;
-  const char* err;  // a part of it
-};
-
-const Case kCases[] = {
+const ToolCase kCases[] = {
     {{"2019-02-28"}, "", 0, "2019-02-28 00:00:00\n", ""},
     {{"2019-02-28T12:30", "-44-03-15 01:02:03", "--format", "SYYYY MM DD HH24:MI:SS"},
      "",
@@ -104,7 +95,7 @@ const Case kCases[] = {
 };
 
 // Timestamps, zones, intervals.
-const Case kTimestamps[] = {
+const ToolCase kTimestamps[] = {
     {{"2019-02-28T12:30:00.250", "-44-03-15 01:02:03.000000001"},
      "",
      0,
@@ -196,19 +187,8 @@ const Case kTimestamps[] = {
      "line 4, column 2: '2026-07-01 12:00 Mars' error 1882: unknown time zone 'Mars'"},
 };
 
-void RunAll(std::span<const Case> cases) {
-  for (const Case& c : cases) {
-    std::vector<std::string> arguments = {"date"};
-    arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
-    const ChildResult result = RunTool("kestra", arguments, c.input, kHome);
-    SCOPED_TRACE(::testing::PrintToString(arguments));
-    EXPECT_EQ(result.exit_code, c.exit_code) << result.err;
-    EXPECT_EQ(result.out, c.out);
-    EXPECT_NE(result.err.find(c.err), std::string::npos) << result.err;
-  }
-}
-TEST(KestraDate, AnswersAndExitCodes) { RunAll(kCases); }
-TEST(KestraDate, TimestampsZonesAndIntervals) { RunAll(kTimestamps); }
+TEST(KestraDate, AnswersAndExitCodes) { RunToolCases("date", kCases, kHome); }
+TEST(KestraDate, TimestampsZonesAndIntervals) { RunToolCases("date", kTimestamps, kHome); }
 
 TEST(KestraDate, JsonOfAnIntervalInBothNotations) {
   const ChildResult result = RunTool(

@@ -10,8 +10,6 @@
 namespace kestra::tools {
 namespace {
 
-constexpr std::uint32_t kOnlyWritten = 1820;
-
 // What a suffix of the element adds to its meaning.
 std::string Meaning(const ModelPiece& piece) {
   std::string meaning = ElementMeaning(piece.code);

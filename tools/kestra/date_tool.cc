@@ -14,7 +14,6 @@ namespace kestra::tools {
 namespace {
 
 constexpr std::uint32_t kCalendarKind = KES_ITEM_CALENDAR;
-constexpr std::uint32_t kOnlyWritten = 1820;
 constexpr std::uint32_t kNoDefaultFormat = 600;
 constexpr std::uint32_t kNotALiteral = 1861;
 constexpr std::size_t kModelRoom = 8192;
@@ -140,7 +139,7 @@ LdiZone DateTool::Zone(const std::string& text) {
   const std::uint32_t error =
       LdiZoneFromText(&zone, Bytes(text), text.size(), nullptr, zone_session_.zones);
   if (error == 0) return zone;
-  if (error == KES_DATETIME_NO_REGION && zones_) static_cast<void>(zones_->Require(text));
+  if (error == KES_DATETIME_NO_REGION && zones_) zones_->Require(text);
   if (error == KES_DATETIME_ZONE_FILE) Check(error);
   throw ToolError(kUsage, fmt::format("'{}' is no time zone such as Europe/Berlin or +05:30: {}",
                                       text, DateErrorText(error)));

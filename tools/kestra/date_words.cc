@@ -158,16 +158,13 @@ DateFault::DateFault(std::uint32_t number, std::size_t offset, const std::string
       offset_(offset) {}
 
 std::string WithCaret(std::string_view text, std::size_t offset) {
-  constexpr std::size_t kAround = 60;        // bytes of a long text on either side
-  const auto inside = [&](std::size_t at) {  // of a character
-    return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
-  };
+  constexpr std::size_t kAround = 60;  // bytes of a long text on either side
   offset = std::min(offset, text.size());
   std::size_t begin = offset - std::min(offset, kAround);
   std::size_t end = std::min(offset + kAround, text.size());
   if (text.size() <= 2 * kAround) begin = 0, end = text.size();
-  while (begin < offset && inside(begin)) ++begin;
-  while (end > offset && inside(end)) --end;
+  while (begin < offset && IsInsideCharacter(text, begin)) ++begin;
+  while (end > offset && IsInsideCharacter(text, end)) --end;
   const std::string before =
       (begin != 0 ? "..." : "") + Printable(text.substr(begin, offset - begin));
   return fmt::format("  {}{}{}\n  {}^", before, Printable(text.substr(offset, end - offset)),

@@ -20,6 +20,9 @@ class DateFault : public std::runtime_error {
   std::size_t offset_;
 };
 
+// The error of reading with an element that is only written.
+inline constexpr std::uint32_t kOnlyWritten = 1820;
+
 // An error number of dates, models and intervals in words.
 const char* DateErrorText(std::uint32_t number);
 

@@ -113,12 +113,9 @@ std::string Printable(std::string_view utf8) {
 std::string PrintableMessage(std::string_view utf8) {
   constexpr std::size_t kPart = 300;
   if (utf8.size() <= 2 * kPart) return Printable(utf8);
-  const auto inside = [&](std::size_t at) {  // of a character
-    return (static_cast<unsigned char>(utf8[at]) & 0xC0) == 0x80;
-  };
   std::size_t begin = kPart, end = utf8.size() - kPart;
-  while (begin > kPart - 4 && inside(begin)) --begin;
-  while (end < utf8.size() - kPart + 4 && inside(end)) ++end;
+  while (begin > kPart - 4 && IsInsideCharacter(utf8, begin)) --begin;
+  while (end < utf8.size() - kPart + 4 && IsInsideCharacter(utf8, end)) ++end;
   return Printable(utf8.substr(0, begin)) + " ... " + Printable(utf8.substr(end));
 }
 

@@ -24,7 +24,12 @@ std::size_t DisplayWidth(std::string_view utf8);
 // file or from the environment cannot move the cursor or change colours.
 std::string Printable(std::string_view utf8);
 
-// The same for a message: of a long one, which quotes a long value, the beginning and the end.
+// Whether a cut at a byte would go through a character.
+inline bool IsInsideCharacter(std::string_view utf8, std::size_t at) {
+  return at < utf8.size() && (static_cast<unsigned char>(utf8[at]) & 0xC0) == 0x80;
+}
+
+// A printable message: of a long one, which quotes a long value, the beginning and the end.
 std::string PrintableMessage(std::string_view utf8);
 
 // "E2 82 AC".
