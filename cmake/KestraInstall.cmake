@@ -12,5 +12,8 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/KestraConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/KestraConfig.cmake ${CMAKE_BINARY_DIR}/KestraConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kestra)
+# The tree may be moved: kestra.pc finds it from where it lies itself.
+file(RELATIVE_PATH KESTRA_PREFIX_FROM_PC ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+  ${CMAKE_INSTALL_PREFIX})
 configure_file(${CMAKE_SOURCE_DIR}/cmake/kestra.pc.in ${CMAKE_BINARY_DIR}/kestra.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/kestra.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

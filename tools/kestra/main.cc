@@ -53,8 +53,8 @@ std::string ExplainExtras(const CLI::App& app, const std::vector<std::string>& e
 
 int Run(int argc, char** argv) {
   CLI::App app(
-      "Character sets, languages and territories: convert text, see what the environment\n"
-      "means, look into text and data files.",
+      "Character sets, languages, decimals, dates and time zones: convert text, calculate, see\n"
+      "what the environment means, look into text and data files.",
       "kestra");
   Globals globals;
   bool version = false;
@@ -63,7 +63,8 @@ int Run(int argc, char** argv) {
   app.set_help_flag("-h,--help", "This text; `kestra COMMAND --help` tells more and has examples");
   app.footer(
       Examples({"kestra convert -f latin1 -t utf-8 letter.txt",
-                "NLS_LANG=GERMAN_AUSTRIA kestra locale", "kestra inspect unknown.txt"}) +
+                "kestra date --add 14 --language GERMAN --format DL today",
+                "NLS_LANG=GERMAN_AUSTRIA kestra locale"}) +
       "\n\nExit codes: 0 done, 1 something found (text that cannot be converted, an invalid\n"
       "setting, no match), 2 wrong usage, 3 locale data missing or damaged, 4 input or output.");
   app.get_formatter()->column_width(28);
