@@ -1,7 +1,8 @@
 // Columns of decimals: members against dense loops over bare arrays without a null bitmap, loading
 // and reading NUMBERs, and a column expression against the same row by row.
 //
-// The dense loops are compiled for AVX-512 where the processor has it, as the members are.
+// The dense loops are compiled for the level that the members run at: BENCH_CPU_LEVEL=0 or 1 in the
+// environment means that of lesser processors (see cpu_level.h).
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/cpu_level.h"
 #include "kestra/decimal_vector.h"
 #include "kestra/number.h"
 #ifdef KESTRA_HAVE_BOOST
@@ -22,13 +24,6 @@
 namespace {
 
 __extension__ using int128 = __int128;
-
-#if defined(__x86_64__)
-#define DENSE \
-  [[gnu::noinline, gnu::target("avx512f,avx512bw,avx512dq,avx512vl,prefer-vector-width=512")]]
-#else
-#define DENSE [[gnu::noinline]]
-#endif
 
 struct Int192 {
   std::uint64_t w[3];
@@ -50,27 +45,28 @@ inline Int192 Sum(const Int192& x, const Int192& y) {
 }
 
 template <class T>
-DENSE void DenseAdd(std::size_t n, const T* x, const T* y, T* out) {
+[[gnu::always_inline]] inline void DenseAdd(std::size_t n, const T* x, const T* y, T* out) {
   for (std::size_t i = 0; i < n; ++i) out[i] = Sum(x[i], y[i]);
 }
 template <class T>
-DENSE void DenseMultiply(std::size_t n, const T* x, const T* y, T* out) {
+[[gnu::always_inline]] inline void DenseMultiply(std::size_t n, const T* x, const T* y, T* out) {
   for (std::size_t i = 0; i < n; ++i) out[i] = static_cast<T>(x[i] * y[i]);
 }
 template <class T>
-DENSE void DenseAddScalar(std::size_t n, const T* x, const T* y, T* out) {
+[[gnu::always_inline]] inline void DenseAddScalar(std::size_t n, const T* x, const T* y, T* out) {
   const T scalar = *x;
   for (std::size_t i = 0; i < n; ++i) out[i] = static_cast<T>(scalar + y[i]);
 }
 template <class T>
-DENSE T DenseSum(std::size_t n, const T* x) {
+[[gnu::always_inline]] inline T DenseSum(std::size_t n, const T* x) {
   T sum = 0;
   for (std::size_t i = 0; i < n; ++i) sum = static_cast<T>(sum + x[i]);
   return sum;
 }
 // Products of the lower 192 bits, by hand as well.
 template <>
-DENSE void DenseMultiply(std::size_t n, const Int192* x, const Int192* y, Int192* out) {
+[[gnu::always_inline]] inline void DenseMultiply(std::size_t n, const Int192* x, const Int192* y,
+                                                 Int192* out) {
   __extension__ using uint128 = unsigned __int128;
   for (std::size_t i = 0; i < n; ++i) {
     const std::uint64_t* a = x[i].w;
@@ -93,7 +89,7 @@ bool Less(const Int192& x, const Int192& y) {
   return x.w[1] != y.w[1] ? x.w[1] < y.w[1] : x.w[0] < y.w[0];
 }
 template <class T>
-DENSE void DenseAddMinMax(std::size_t n, const T* x, const T* y, T* out) {
+[[gnu::always_inline]] inline void DenseAddMinMax(std::size_t n, const T* x, const T* y, T* out) {
   T lo = Sum(x[0], y[0]);
   T hi = lo;
   for (std::size_t i = 0; i < n; ++i) {
@@ -104,6 +100,41 @@ DENSE void DenseAddMinMax(std::size_t n, const T* x, const T* y, T* out) {
   benchmark::DoNotOptimize(lo);
   benchmark::DoNotOptimize(hi);
 }
+
+// The same function compiled for each level, and the one of the level in force.
+#if defined(__x86_64__)
+#define AT_LEVELS(result, name, parameters, arguments)                                    \
+  template <class T>                                                                      \
+  [[gnu::noinline,                                                                        \
+    gnu::target("avx512f,avx512bw,avx512dq,avx512vl,prefer-vector-width=512")]] result    \
+      name##Avx512 parameters {                                                           \
+    return name arguments;                                                                \
+  }                                                                                       \
+  template <class T>                                                                      \
+  [[gnu::noinline, gnu::target("avx2,bmi,bmi2")]] result name##Avx2 parameters {          \
+    return name arguments;                                                                \
+  }                                                                                       \
+  template <class T>                                                                      \
+  [[gnu::noinline]] result name##Baseline parameters {                                    \
+    return name arguments;                                                                \
+  }                                                                                       \
+  template <class T>                                                                      \
+  result(*name##AtLevel()) parameters {                                                   \
+    const int level = static_cast<int>(kestra::os::GetCpuLevel());                        \
+    return level == 0 ? name##Baseline<T> : level == 1 ? name##Avx2<T> : name##Avx512<T>; \
+  }
+#else
+#define AT_LEVELS(result, name, parameters, arguments) \
+  template <class T>                                   \
+  result(*name##AtLevel()) parameters {                \
+    return name<T>;                                    \
+  }
+#endif
+AT_LEVELS(void, DenseAdd, (std::size_t n, const T* x, const T* y, T* out), (n, x, y, out))
+AT_LEVELS(void, DenseMultiply, (std::size_t n, const T* x, const T* y, T* out), (n, x, y, out))
+AT_LEVELS(void, DenseAddScalar, (std::size_t n, const T* x, const T* y, T* out), (n, x, y, out))
+AT_LEVELS(void, DenseAddMinMax, (std::size_t n, const T* x, const T* y, T* out), (n, x, y, out))
+AT_LEVELS(T, DenseSum, (std::size_t n, const T* x), (n, x))
 
 std::vector<std::uint8_t> MakeNulls(std::size_t n, int percent) {
   std::mt19937 random(3);
@@ -160,11 +191,13 @@ template <class T>
 void DenseSums(benchmark::State& state) {
   const auto n = static_cast<Size>(state.range(0));
   Array<T> x(n);
-  for (auto _ : state) benchmark::DoNotOptimize(DenseSum<T>(n, x.data));
+  T (*const sum)(Size, const T*) = DenseSumAtLevel<T>();
+  for (auto _ : state) benchmark::DoNotOptimize(sum(n, x.data));
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
 constexpr std::int64_t kSizes[] = {16384, 1 << 20};
+constexpr std::int64_t kShort = 20;
 
 template <class T>
 void RegisterDense(const std::string& what, void (*loop)(Size, const T*, const T*, T*)) {
@@ -182,18 +215,20 @@ void RegisterMember(const std::string& what, ldsbmember member, std::uint32_t pr
     for (const std::int64_t percent : {-1, 5, 50, 95}) b->Args({n, percent, 0});
     b->Args({n, -1, 1})->Args({n, 5, 1});
   }
+  b->Args({kShort, 5, 0})->Args({kShort, 5, 1});
 }
 template <class T>
 void RegisterWidth(const char* bits, std::uint32_t precision, ldsbmember add, ldsbmember multiply,
                    ldsbmember add_scalar, ldsbmember sum) {
   const std::string name = bits;
-  RegisterDense<T>("add" + name, DenseAdd<T>);
+  RegisterDense<T>("add" + name, DenseAddAtLevel<T>());
   RegisterMember<T>("add" + name, add, precision);
-  RegisterDense<T>("mul" + name, DenseMultiply<T>);
+  RegisterDense<T>("mul" + name, DenseMultiplyAtLevel<T>());
   RegisterMember<T>("mul" + name, multiply, precision);
-  if constexpr (sizeof(T) > 8) RegisterDense<T>("add" + name + "_minmax", DenseAddMinMax<T>);
+  if constexpr (sizeof(T) > 8)
+    RegisterDense<T>("add" + name + "_minmax", DenseAddMinMaxAtLevel<T>());
   if constexpr (sizeof(T) != sizeof(Int192)) {
-    RegisterDense<T>("adds" + name, DenseAddScalar<T>);
+    RegisterDense<T>("adds" + name, DenseAddScalarAtLevel<T>());
     RegisterMember<T>("adds" + name, add_scalar, precision);
     benchmark::RegisterBenchmark(("BM_Dense/sum" + name).c_str(), DenseSums<T>)
         ->ArgNames({"n"})
@@ -453,6 +488,7 @@ BENCHMARK(BM_ExpressionSqlite)->ArgNames({"rows"})->Arg(1'000'000)->Unit(benchma
 }  // namespace
 
 int main(int argc, char** argv) {
+  kestra::bench::ForceCpuLevelOfEnvironment();
   RegisterWidth<std::int8_t>("8", 1, ldsbgopadd8x8, ldsbgopmul8x8, ldsbgopadds8x8, ldsbgopsum8);
   RegisterWidth<std::int16_t>("16", 2, ldsbgopadd16x16, ldsbgopmul16x16, ldsbgopadds16x16,
                               ldsbgopsum16);

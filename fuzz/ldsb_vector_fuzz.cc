@@ -187,7 +187,8 @@ void CheckNumbers(Input& in) {
   }
   Bytes described[2];
   for (int k = 0; k < 2; ++k) {
-    kestra::os::ForceCpuLevel(k == 0 ? CpuLevel::kBaseline : CpuLevel::kAvx512);
+    const CpuLevel best = (choice & 16) != 0 ? CpuLevel::kAvx2 : CpuLevel::kAvx512;
+    kestra::os::ForceCpuLevel(k == 0 ? CpuLevel::kBaseline : best);
     ldsbvector vector;
     Check(ldsbvinit(nullptr, &vector, nullptr, 0) == 0);
     const int status = ldsbvset_ons(nullptr, &vector, precision, scale, 0, count, pointers.data(),

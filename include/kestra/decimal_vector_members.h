@@ -128,7 +128,7 @@ typedef struct ldsboperation {
  * left + right, sub left - right, mul left * right, sum the sum of the elements. Inputs are
  * sign-extended first. Nothing tests for overflow: results are taken modulo the output width, so
  * the caller chooses a width that holds them, as ldsbvop does. Where an element is null the output
- * is left as it is.
+ * keeps what it holds, which may be read and written back.
  *
  * The members of codes KES_DSB_MINMAX to KES_DSB_GATHER, found with ldsbget_operation alone, are
  * the functions ldsbminmaxdsbs to ldsbcopydsbs_gather below in this shape; record->precision tells

@@ -114,7 +114,7 @@ KES_DSB_LANE bool DecodeEight(const Four& low, const Four& high, std::int32_t sc
 
 }  // namespace
 
-KES_DSB_AVX512 void DecodeShortAvx512(std::size_t n, const std::uint8_t* const* numbers,
+KES_DSB_TARGET void DecodeShortAvx512(std::size_t n, const std::uint8_t* const* numbers,
                                       const std::uint16_t* lengths, const std::uint8_t* nulls,
                                       std::int32_t scale, std::int64_t* out) noexcept {
   std::size_t first = 0;

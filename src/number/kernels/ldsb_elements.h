@@ -7,6 +7,8 @@
 namespace kestra::number::dsb {
 
 inline constexpr int kPrecisions = 6;
+// Elements whose null bits are looked at together.
+inline constexpr std::size_t kGroup = 64;
 
 template <int kPrecision>
 struct ElementOf;
@@ -157,6 +159,9 @@ class AliveGroups {
   std::size_t full_;
   std::uint64_t tail_;
 };
+
+// The first element that is not null; n: there is none.
+std::size_t FirstAlive(std::size_t n, const std::uint8_t* nulls) noexcept;
 
 // Stores the bits of a comparison of the size elements from first on (see CompareKernel).
 KES_DSB_INLINE void StoreMatches(std::uint64_t below, std::uint64_t above, std::uint32_t relation,

@@ -12,6 +12,15 @@ std::uint64_t AliveTail(const std::uint8_t* nulls, std::size_t size) noexcept {
   return ~bits & exist;
 }
 
+std::size_t FirstAlive(std::size_t n, const std::uint8_t* nulls) noexcept {
+  if (nulls == nullptr) return 0;
+  for (std::size_t first = 0; first < n; first += kGroup) {
+    const std::uint64_t alive = AliveBits(nulls, first, n - first);
+    if (alive != 0) return first + static_cast<std::size_t>(std::countr_zero(alive));
+  }
+  return n;
+}
+
 void MergeWide(ldsbminmax* minmax, const Int192& lo, const Int192& hi) noexcept {
   if (hi < lo || minmax->state == KES_DSB_EXTREMES_UNKNOWN) return;
   const bool none = minmax->state == KES_DSB_EXTREMES_NONE;

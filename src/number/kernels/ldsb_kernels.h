@@ -2,7 +2,8 @@
 // level may be null: the portable table has them all. Precisions are counted from 0 here (code -
 // 1).
 //
-// nulls: a bitmap over the elements, or null: none is null. Results at nulls are not written.
+// nulls: a bitmap over the elements, or null: none is null. Where an element is null the output
+// keeps what it holds, which may be read and written back.
 // Arrays need no alignment; nothing past the last element is read or written.
 #pragma once
 

@@ -1,5 +1,4 @@
-// The bodies of the portable kernels. Each file that includes this wraps them in functions of its
-// own target attributes, and the compiler vectorises the dense loops for that target.
+// Loops that take elements one by one, for 128 and 192 bits and for what has no other loop.
 //
 // Elements are taken in groups of 64, the bits of one word of the null bitmap. A group without
 // nulls is a loop of fixed length with no test in it; a group of nulls is skipped; a mixed one
@@ -18,8 +17,6 @@
 #endif
 
 namespace kestra::number::dsb {
-
-inline constexpr std::size_t kGroup = 64;
 
 template <class In, class Out, class Operation, bool kScalar>
 struct MemberLoop {

@@ -1,7 +1,12 @@
-// The portable kernels: every operation at every width, for any processor. They are the reference
-// that the others are tested against (tests/number/ldsb_kernels_test.cc).
+// The portable kernels: every operation at every width, for any processor. Elements up to 64 bits go
+// through registers of 16 bytes, wider ones one by one.
 #include "number/kernels/ldsb_decode.h"
-#include "number/kernels/ldsb_loops.h"
+
+#define KES_DSB_TARGET
+#define KES_DSB_LANE_BYTES 16
+#include "number/kernels/ldsb_lanes_vector.h"
+// Needs the lanes.
+#include "number/kernels/ldsb_lane_loops.h"
 
 namespace kestra::number::dsb {
 namespace {
@@ -36,35 +41,41 @@ void Compare(std::size_t n, const void* left, const void* right, bool one_right,
   CompareBody<Element<kIn>>(n, left, right, one_right, relation, nulls, matches);
 }
 
-template <int kIn>
-constexpr void FillRow(Kernels& k) noexcept {
-  constexpr int kWider = kIn < kPrecisions ? kIn + 1 : kIn;
-  const auto set = [&k](int operation, MemberKernel same, MemberKernel wider) {
-    k.members[operation][kIn - 1][0] = same;
-    k.members[operation][kIn - 1][1] = kIn < kPrecisions ? wider : nullptr;
-  };
-  set(0, Member<kIn, kIn, AddOperation, false>, Member<kIn, kWider, AddOperation, false>);
-  set(1, Member<kIn, kIn, SubtractOperation, false>, Member<kIn, kWider, SubtractOperation, false>);
-  set(2, Member<kIn, kIn, MultiplyOperation, false>, Member<kIn, kWider, MultiplyOperation, false>);
-  set(3, Member<kIn, kIn, AddOperation, true>, Member<kIn, kWider, AddOperation, true>);
-  set(4, Member<kIn, kIn, SubtractOperation, true>, Member<kIn, kWider, SubtractOperation, true>);
-  set(5, Member<kIn, kIn, MultiplyOperation, true>, Member<kIn, kWider, MultiplyOperation, true>);
-  set(6, Sum<kIn, kIn>, Sum<kIn, kWider>);
+template <int kIn, int kOut>
+constexpr void FillPair(Kernels& k) noexcept {
+  constexpr int kWider = kOut - kIn;
+  k.members[0][kIn - 1][kWider] = Member<kIn, kOut, AddOperation, false>;
+  k.members[1][kIn - 1][kWider] = Member<kIn, kOut, SubtractOperation, false>;
+  k.members[2][kIn - 1][kWider] = Member<kIn, kOut, MultiplyOperation, false>;
+  k.members[3][kIn - 1][kWider] = Member<kIn, kOut, AddOperation, true>;
+  k.members[4][kIn - 1][kWider] = Member<kIn, kOut, SubtractOperation, true>;
+  k.members[5][kIn - 1][kWider] = Member<kIn, kOut, MultiplyOperation, true>;
+  k.members[6][kIn - 1][kWider] = Sum<kIn, kOut>;
+}
+
+// What FillLanes leaves.
+template <int kIn = 1>
+constexpr void FillRest(Kernels& k) noexcept {
   ConvertKernel* convert = k.convert[kIn - 1];
-  if constexpr (kIn != 1) convert[0] = ConvertAll<kIn, 1>;
-  if constexpr (kIn != 2) convert[1] = ConvertAll<kIn, 2>;
-  if constexpr (kIn != 3) convert[2] = ConvertAll<kIn, 3>;
-  if constexpr (kIn != 4) convert[3] = ConvertAll<kIn, 4>;
+  if constexpr (kIn > 4) {
+    FillPair<kIn, kIn>(k);
+    convert[0] = ConvertAll<kIn, 1>;
+    convert[1] = ConvertAll<kIn, 2>;
+    convert[2] = ConvertAll<kIn, 3>;
+    convert[3] = ConvertAll<kIn, 4>;
+    k.minmax[kIn - 1] = MinMax<kIn>;
+  }
+  if constexpr (kIn == 4 || kIn == 5) FillPair<kIn, kIn + 1>(k);
   if constexpr (kIn != 5) convert[4] = ConvertAll<kIn, 5>;
   if constexpr (kIn != 6) convert[5] = ConvertAll<kIn, 6>;
-  k.minmax[kIn - 1] = MinMax<kIn>;
   k.compare[kIn - 1] = Compare<kIn>;
-  if constexpr (kIn < kPrecisions) FillRow<kIn + 1>(k);
+  if constexpr (kIn < kPrecisions) FillRest<kIn + 1>(k);
 }
 
 constexpr Kernels MakeKernels() noexcept {
   Kernels k = {};
-  FillRow<1>(k);
+  FillRest(k);
+  FillLanes(k);
   k.decode = DecodeShort;
   return k;
 }

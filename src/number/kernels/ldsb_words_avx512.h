@@ -160,7 +160,7 @@ KES_DSB_LANE void AddExtremes(WordExtremes<kWords>& extremes, __mmask8 mask,
 }
 
 template <std::size_t kWords>
-KES_DSB_AVX512 [[gnu::noinline]] void Merge(const WordExtremes<kWords>& extremes,
+KES_DSB_TARGET [[gnu::noinline]] void Merge(const WordExtremes<kWords>& extremes,
                                             ldsbminmax* minmax) noexcept {
   std::uint64_t lows[kWords][kWordLanes];
   std::uint64_t highs[kWords][kWordLanes];
