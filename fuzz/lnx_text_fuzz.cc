@@ -15,6 +15,7 @@
 namespace {
 
 using kestra::os::CpuLevel;
+namespace scalar = kestra::number::scalar;
 
 void Check(bool holds) {
   if (!holds) __builtin_trap();
@@ -32,26 +33,27 @@ struct Reading {
   bool operator==(const Reading&) const = default;
 };
 
-Reading Read(std::string_view text, const lnxsymbols* symbols) {
+Reading Read(std::string_view text, const lnxsymbols* symbols,
+             kestra::number::FromTextFunction* from_text = lnxfromtext) {
   std::uint8_t out[21];
   Reading reading = {};
   std::size_t length = 0;
-  reading.status = lnxfromtext(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
-                               symbols, out, &length, &reading.bad);
+  reading.status = from_text(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
+                             symbols, out, &length, &reading.bad);
   reading.number.assign(reinterpret_cast<char*>(out), length);
   return reading;
 }
 
 // Asks for the size first, then writes into exactly that much.
 std::string Write(std::string_view number, const lnxtextform* form, const lnxsymbols* symbols,
-                  int& status) {
+                  int& status, kestra::number::ToTextFunction* to_text = lnxtotext) {
   const auto* const x = reinterpret_cast<const std::uint8_t*>(number.data());
   std::size_t length = 0;
-  status = lnxtotext(x, number.size(), form, symbols, nullptr, 0, &length);
+  status = to_text(x, number.size(), form, symbols, nullptr, 0, &length);
   if (status != LNX_FULL) return {};
   const auto exact = std::make_unique<std::uint8_t[]>(length);
   std::size_t written = 0;
-  status = lnxtotext(x, number.size(), form, symbols, exact.get(), length, &written);
+  status = to_text(x, number.size(), form, symbols, exact.get(), length, &written);
   Check(status == LNX_OK && written == length);
   return {reinterpret_cast<char*>(exact.get()), length};
 }
@@ -90,14 +92,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   symbols.group = {kSpace, 2};
   const lnxsymbols* const used = choice % 2 == 0 ? nullptr : &symbols;
 
-  Use(CpuLevel::kBaseline);
-  const Reading reference = Read(rest, used);
+  const Reading reference = Read(rest, used, scalar::FromText);
   int reference_status = 0;
-  const std::string reference_text = Write(rest, nullptr, used, reference_status);
-  Use(CpuLevel::kAvx512);
-  Check(Read(rest, used) == reference);
+  const std::string reference_text = Write(rest, nullptr, used, reference_status, scalar::ToText);
   int status = 0;
-  Check(Write(rest, nullptr, used, status) == reference_text && status == reference_status);
+  for (const CpuLevel level : {CpuLevel::kBaseline, CpuLevel::kAvx512}) {
+    Use(level);
+    Check(Read(rest, used) == reference);
+    Check(Write(rest, nullptr, used, status) == reference_text && status == reference_status);
+  }
 
   if (reference.status == LNX_BAD_BYTE) Check(reference.bad <= rest.size());
   if (reference.status == LNX_OK) CheckNumber(reference.number, used, choice);

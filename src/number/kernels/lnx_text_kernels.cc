@@ -4,16 +4,13 @@ namespace kestra::number {
 
 constinit std::atomic<const TextKernels*> active_text_kernels{nullptr};
 
+extern const TextKernels kWordTextKernels;
 #if defined(__x86_64__)
 extern const TextKernels kAvx512TextKernels;
 #endif
 
-namespace {
-constexpr TextKernels kScalarTextKernels = {scalar::ToText, scalar::FromText};
-}
-
 const TextKernels& ChooseTextKernels() noexcept {
-  const TextKernels* chosen = &kScalarTextKernels;
+  const TextKernels* chosen = &kWordTextKernels;
 #if defined(__x86_64__)
   if (os::GetCpuLevel() >= os::CpuLevel::kAvx512) chosen = &kAvx512TextKernels;
 #endif

@@ -1,5 +1,5 @@
 // The text functions that have more than one implementation, behind one table that is chosen once.
-// Both have the arguments and the behaviour of the exported function of their name; the scalar ones
+// All have the arguments and the behaviour of the exported function of their name; the scalar ones
 // are the reference, and take what a kernel does not.
 #pragma once
 
