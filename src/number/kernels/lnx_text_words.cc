@@ -131,7 +131,7 @@ KES_INLINE std::size_t FromShortPlain(const std::uint8_t* given, std::size_t siz
                                       std::uint8_t* bytes) noexcept {
   Wide text = GetBytes(given, size) ^ Both(kZeros, kZeros);
   const Word negative = given[0] == '-';
-  const bool sign = (given[0] == '-') | (given[0] == '+');
+  const bool sign = given[0] == '-' || given[0] == '+';
   if (sign) text = text << 8 | '0';
   const auto left = static_cast<int>(size) - (sign ? 1 : 0);
   // What follows the text counts as no digit.
@@ -166,7 +166,7 @@ KES_INLINE std::size_t FromLongPlain(const std::uint8_t* given, std::size_t size
   constexpr std::size_t kDigits = 6 * kWordBytes;
   const auto* const text = reinterpret_cast<const char*>(given);
   const Word negative = *text == '-';
-  const std::size_t sign = (*text == '-') | (*text == '+') ? 1 : 0;
+  const std::size_t sign = *text == '-' || *text == '+' ? 1 : 0;
   const std::string_view all(text, size);
   const std::size_t integers = DigitRun(all, sign);
   const std::size_t after = sign + integers + 1;

@@ -11,16 +11,28 @@ namespace kestra::number {
 namespace words {
 namespace {
 
-// Numbers of any length; a function of its own, so that short ones do not wait for its registers to
-// be saved.
+KES_INLINE Located At(const std::uint8_t* x, std::size_t xlen) noexcept {
+  return {x, static_cast<std::uint32_t>(xlen)};
+}
+
+// Short and long numbers are functions of their own, which the entries do nothing but choose from:
+// each saves the registers that it needs, and short ones do not wait for those of long ones. Lengths
+// are of numbers alone here, 2 to 21.
 template <typename Operation, BinaryFunction* other>
 __attribute__((noinline)) void LongBinary(const std::uint8_t* x, std::size_t xlen,
                                           const std::uint8_t* y, std::size_t ylen,
                                           std::uint8_t* out, std::size_t* outlen) noexcept {
-  const Located a = Locate(x, xlen);
-  const Located b = Locate(y, ylen);
-  if (!IsLong(a) || !IsLong(b) || !Operation::Long(a, b, Store{out, outlen})) [[unlikely]] {
+  if (!Operation::Long(At(x, xlen), At(y, ylen), Store{out, outlen})) [[unlikely]] {
     other(x, xlen, y, ylen, out, outlen);
+  }
+}
+
+template <typename Operation, BinaryFunction* other>
+__attribute__((noinline)) void ShortBinary(const std::uint8_t* x, std::size_t xlen,
+                                           const std::uint8_t* y, std::size_t ylen,
+                                           std::uint8_t* out, std::size_t* outlen) noexcept {
+  if (!Operation::Short(At(x, xlen), At(y, ylen), Store{out, outlen})) [[unlikely]] {
+    LongBinary<Operation, other>(x, xlen, y, ylen, out, outlen);
   }
 }
 
@@ -29,8 +41,20 @@ void Binary(const std::uint8_t* x, std::size_t xlen, const std::uint8_t* y, std:
             std::uint8_t* out, std::size_t* outlen) noexcept {
   const Located a = Locate(x, xlen);
   const Located b = Locate(y, ylen);
-  if (!IsShort(a) || !IsShort(b) || !Operation::Short(a, b, Store{out, outlen})) {
-    LongBinary<Operation, other>(x, xlen, y, ylen, out, outlen);
+  if (IsShort(a) && IsShort(b)) {
+    return ShortBinary<Operation, other>(a.bytes, a.size, b.bytes, b.size, out, outlen);
+  }
+  if (IsLong(a) && IsLong(b)) {
+    return LongBinary<Operation, other>(a.bytes, a.size, b.bytes, b.size, out, outlen);
+  }
+  other(x, xlen, y, ylen, out, outlen);
+}
+
+template <typename Row, Rounding rounding, RoundFunction* other>
+__attribute__((noinline)) void RoundAs(const std::uint8_t* x, std::size_t xlen, std::uint8_t* out,
+                                       std::size_t* outlen, int places) noexcept {
+  if (!RoundRow<Row, rounding>(At(x, xlen), places, Store{out, outlen})) [[unlikely]] {
+    other(x, xlen, out, outlen, places);
   }
 }
 
@@ -38,11 +62,9 @@ template <Rounding rounding, RoundFunction* other>
 void RoundNumber(const std::uint8_t* x, std::size_t xlen, std::uint8_t* out, std::size_t* outlen,
                  int places) noexcept {
   const Located a = Locate(x, xlen);
-  const Store store{out, outlen};
-  if (IsShort(a) ? !RoundRow<Row1, rounding>(a, places, store)
-                 : !IsLong(a) || !RoundRow<Row3, rounding>(a, places, store)) [[unlikely]] {
-    other(x, xlen, out, outlen, places);
-  }
+  if (IsShort(a)) return RoundAs<Row1, rounding, other>(a.bytes, a.size, out, outlen, places);
+  if (IsLong(a)) return RoundAs<Row3, rounding, other>(a.bytes, a.size, out, outlen, places);
+  other(x, xlen, out, outlen, places);
 }
 
 // The first two bytes, the first of them above.

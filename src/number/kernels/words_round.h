@@ -9,19 +9,28 @@
 
 namespace kestra::number::words {
 
+// All ones for the word that byte k is in. Places vary, so words are picked without a branch.
+KES_INLINE Row3 WordOf(unsigned k) noexcept {
+  const Word first = Word{0} - (k < kWordBytes ? 1 : 0);
+  const Word third = Word{0} - (k >= 2 * kWordBytes ? 1 : 0);
+  return {first, ~(first | third), third};
+}
+
 // The value in byte k of a row, 0 elsewhere.
 KES_INLINE Row1 InByte(Row1, unsigned k, Word value) noexcept { return {value << (56 - 8 * k)}; }
 KES_INLINE Row3 InByte(Row3, unsigned k, Word value) noexcept {
   const Word word = value << (56 - 8 * (k % kWordBytes));
-  return {k < kWordBytes ? word : 0, k / kWordBytes == 1 ? word : 0,
-          k / kWordBytes == 2 ? word : 0};
+  const Row3 there = WordOf(k);
+  return {word & there.first, word & there.second, word & there.third};
 }
 
 KES_INLINE unsigned ByteOf(Row1 row, unsigned k) noexcept {
   return static_cast<std::uint8_t>(row.first >> (56 - 8 * k));
 }
 KES_INLINE unsigned ByteOf(Row3 row, unsigned k) noexcept {
-  const Word word = k < kWordBytes ? row.first : k < 2 * kWordBytes ? row.second : row.third;
+  const Row3 there = WordOf(k);
+  const Word word =
+      (row.first & there.first) | (row.second & there.second) | (row.third & there.third);
   return static_cast<std::uint8_t>(word >> (56 - 8 * (k % kWordBytes)));
 }
 
@@ -29,9 +38,9 @@ KES_INLINE unsigned ByteOf(Row3 row, unsigned k) noexcept {
 KES_INLINE Row1 Cut(Row1 row, unsigned k) noexcept { return {row.first & ~(~Word{0} >> (8 * k))}; }
 KES_INLINE Row3 Cut(Row3 row, unsigned k) noexcept {
   const Word partly = ~(~Word{0} >> (8 * (k % kWordBytes)));
-  if (k < kWordBytes) return {row.first & partly, 0, 0};
-  if (k < 2 * kWordBytes) return {row.first, row.second & partly, 0};
-  return {row.first, row.second, row.third & partly};
+  const Row3 there = WordOf(k);
+  return {row.first & (partly | ~there.first), row.second & ((partly & there.second) | there.third),
+          row.third & partly & there.third};
 }
 
 // Byte by byte, none above 255.
