@@ -33,6 +33,14 @@ bool SameName(std::string_view x, std::string_view y) noexcept {
 std::uint32_t ChooseReading(LdiDate& date, const Zone& zone, const std::int32_t* minutes,
                             std::string_view abbreviation) noexcept {
   if (zone.zones == nullptr) return KES_DATETIME_ZONE_FILE;
+  if (minutes != nullptr && abbreviation.empty()) {
+    Moment utc = LocalMoment(date);
+    utc.seconds -= *minutes * 60;
+    if (HasOffsetAt(zone, utc, *minutes)) {
+      SetZone(date, *minutes, zone.region);
+      return 0;
+    }
+  }
   LdiDate local = date;
   local.type = KES_DATETIME_TIMESTAMP;
   ltzlocal answer;

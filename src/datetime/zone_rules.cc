@@ -45,6 +45,11 @@ std::uint32_t RegionAtUtc(const Zone& zone, const Moment& utc, std::int32_t& min
 std::uint32_t RegionAtLocal(const Zone& zone, const LdiDate& date, Moment& local,
                             std::int32_t& minutes) noexcept {
   if (zone.zones == nullptr) return KES_DATETIME_ZONE_FILE;
+  // Also where the seconds that offsets lack let the local time look as if it were in a gap.
+  if (zone.keeps && HasOffsetAt(zone, {local.seconds - zone.minutes * 60, 0}, zone.minutes)) {
+    minutes = zone.minutes;
+    return 0;
+  }
   const LdiDate timestamp = Timestamp(date);
   ltzlocal answer;
   const int status = ltzGetLocalA(zone.zones, zone.region, &timestamp, &answer);
@@ -55,13 +60,15 @@ std::uint32_t RegionAtLocal(const Zone& zone, const LdiDate& date, Moment& local
     local.seconds += (after - answer.reading[0].offset / 60) * 60;
     return WholeMinutes(answer.reading[1].offset, minutes);
   }
-  const std::uint32_t other = 1 - answer.chosen;
-  const bool kept = zone.keeps && answer.kind == KES_ZONE_TWICE &&
-                    answer.reading[other].offset / 60 == zone.minutes;
-  return WholeMinutes(answer.reading[kept ? other : answer.chosen].offset, minutes);
+  return WholeMinutes(answer.reading[answer.chosen].offset, minutes);
 }
 
 }  // namespace
+
+bool HasOffsetAt(const Zone& zone, const Moment& utc, std::int32_t minutes) noexcept {
+  std::int32_t found = 0;
+  return RegionAtUtc(zone, utc, found) == 0 && found == minutes;
+}
 
 std::uint32_t ZoneError(int status) noexcept {
   switch (status) {

@@ -23,7 +23,7 @@ std::uint32_t FindRegion(const ltzfile* zones, std::string_view name, std::uint3
 inline constexpr std::size_t kRegionRoom = 256;  // of a region's name with its NUL
 
 // A zone: a region when it is not 0, else an offset. keeps: minutes is the offset that the region had
-// before the local time was moved; where that exists twice now, the reading with this offset is it.
+// before the local time was moved; where it still has it, as in a time that exists twice, it stays.
 struct Zone {
   const ltzfile* zones = nullptr;
   std::uint32_t region = 0;
@@ -37,6 +37,9 @@ inline const ltzfile* ZonesOf(const LdiSession* session) noexcept {
 
 // The offset of a zone at a UTC; 1841 outside the calendar.
 std::uint32_t OffsetAtUtc(const Zone& zone, const Moment& utc, std::int32_t& minutes) noexcept;
+
+// Whether a region has an offset at a UTC.
+bool HasOffsetAt(const Zone& zone, const Moment& utc, std::int32_t minutes) noexcept;
 
 // The offset of a zone at the local time of a dated value, of which local is the moment: moved
 // forward when it lies in a gap.

@@ -476,9 +476,10 @@ TEST(LdiDateToLiteral, TheLongestNameOfARegionComesBack) {
   ltzFree(zones);
 }
 
-TEST(LdiDateFromString, AnOffsetOfARegionBeyondFifteenHoursComesBack) {
+TEST(LdiDateFromString, OffsetsOfLocalMeanTimesComeBack) {
   const std::vector<std::uint8_t> bytes =
-      BuildZones({{1, "Far/East", {{kLongAgo, 15 * 3600 + 13 * 60, false, "LMT"}}}});
+      BuildZones({{1, "Far/East", {{kLongAgo, 15 * 3600 + 13 * 60, false, "LMT"}}},
+                  {2, "West", {{kLongAgo, -15584, false, "LMT"}, {86'400, -14400, false, "W"}}}});
   const ltzfile* zones = ltzReadMemory(bytes.data(), bytes.size(), nullptr, nullptr);
   ASSERT_NE(zones, nullptr);
   LdiSession session;
@@ -501,6 +502,19 @@ TEST(LdiDateFromString, AnOffsetOfARegionBeyondFifteenHoursComesBack) {
             0u);
   ASSERT_EQ(LdiDateToString(out, sizeof out, &length, &date, format, format_length, 9, &ctx), 0u);
   EXPECT_EQ(std::string(out, out + length), text);
+  // Ten seconds before a local mean time of -4:19:44 ends: -4:19 shows a time that the clock left out.
+  const LdiDate last = Datetime("1970-01-01 23:59:50 +00:00");
+  ASSERT_EQ(LdiTimeZoneAdjust(&date, &last, {0, 0, 2}, &session), 0u);
+  ASSERT_EQ(LdiDateToString(out, sizeof out, &length, &date, format, format_length, 9, &ctx), 0u);
+  EXPECT_EQ(std::string(out, out + length), "1970-01-01 19:40 West -04:19");
+  LdiDate other{};
+  int changed = 9;
+  EXPECT_EQ(LdiDateTimeUpgrade(&other, &date, zones, &changed), 0u);
+  EXPECT_EQ(changed, 0);
+  ASSERT_EQ(LdiDateFromString(&other, out, length, format, format_length, KES_DATETIME_TIMESTAMP_TZ,
+                              9, &ctx),
+            0u);
+  EXPECT_EQ(Show(other), "1970-01-01 19:40:00.000000000 -04:19 #2");
   LdiParseContextTerm(&ctx);
   ltzFree(zones);
 }
