@@ -76,6 +76,19 @@ inline constexpr std::int32_t kGregorianStart = 32044;
 inline constexpr std::int32_t kFirstCommonDay = 60;  // from here on numbers are the astronomers'
 }  // namespace march_year
 
+// Days from 1 March to the first of a month of the year that begins then. Bytes that are no month go
+// on as the months do.
+struct MonthStarts {
+  std::uint16_t days[256];
+};
+inline constexpr MonthStarts kSinceMarch = [] {
+  MonthStarts starts{};
+  for (std::uint32_t m = 0; m < 256; ++m) {
+    starts.days[m] = static_cast<std::uint16_t>((979 * (m < 3 ? m + 12 : m) - 2919) / 32);
+  }
+  return starts;
+}();
+
 // Day number of a date; year within -32768..32767, month and day within 0..255. Days that do not
 // exist (30 February, 10 October 1582) get the number that counting on from the month's first day
 // gives.
@@ -84,9 +97,8 @@ constexpr std::int32_t DayNumber(std::int32_t year, std::uint32_t month,
   using namespace march_year;
   const std::uint32_t early = month < 3 ? 1 : 0;  // January and February end the year before
   const std::int32_t y = year - static_cast<std::int32_t>(early) + kFirst;
-  const std::uint32_t m = month + 12 * early;
   const std::int32_t julian =
-      ((1461 * y) >> 2) + static_cast<std::int32_t>((979 * m - 2919) / 32 + day) - kJulianStart;
+      ((1461 * y) >> 2) + static_cast<std::int32_t>(kSinceMarch.days[month] + day) - kJulianStart;
   const auto century = static_cast<std::int32_t>(static_cast<std::uint32_t>(y) / 100);
   const std::int32_t gregorian = century / 4 - century + kGregorianGain;
   return julian + (julian >= kFirstGregorianDay + kSkippedDays ? gregorian : 0) +
