@@ -27,7 +27,8 @@
  *
  * Array forms end in "arr" and do the scalar operation on each element in turn:
  *   (results, inputs, count, second operands, what all elements share, flags, done)
- * results  addresses of the results; for answers that are numbers, the array of answers itself.
+ * results  addresses of the results, all different; for answers that are numbers, the array of
+ *          answers itself.
  * inputs   addresses of the inputs. A result may be at its own input, not at another one's.
  * second operands  one for each element; with KES_DATETIME_SHARED in flags the first serves all.
  *          Forms without them have no flags either.

@@ -122,7 +122,9 @@ KES_API uint32_t LdiMaxDispWidth(size_t *width, uint32_t type, int interval,
 KES_API uint32_t LdiPrecisionCode(uint32_t *code, uint32_t precision) KES_NOEXCEPT;
 
 /* LdiDateToString: a datetime in a format. precision: the digits that FF writes, 0..9; the fraction
- * is cut. U: size and length in units. Array forms: see datetime.h.
+ * is cut; an X before no digits is written too. U: size and length in units. Texts in units, of a
+ * handle's set or of U, are at most 4096 bytes long before they are converted. Array forms: see
+ * datetime.h.
  * Errors   1821 a damaged format; 1878 an element that the type has not (TZH of a timestamp); 1880;
  *          1877 no room; those of LdiDateCheck and of the zone file. */
 KES_API uint32_t LdiDateToString(uint8_t *out, size_t size, size_t *length, const LdiDate *in,
@@ -138,7 +140,9 @@ KES_API uint32_t LdiDateToStringarr(uint8_t *const *out, const LdiDate *const *i
 
 /* LdiDateFromString: the datetime of a type that a text says. Missing fields are as in date_format.h;
  * a missing zone is the session's. After an error of the text ctx->date.error_offset tells where in
- * it, in bytes; 0: as a whole. TZR with TZH: the region, whose offset has to be that one, or
+ * it, in bytes; 0: as a whole, or not the text. Texts in units are at most 1024 units (1830); their
+ * offset is in bytes of the units, but of U with a handle in another set than UTF-8 in bytes of the
+ * converted text. TZR with TZH: the region, whose offset has to be that one, or
  * has to have been it at a time that comes twice.
  * precision  of the fraction, which is rounded to it.
  * Errors     those of the reader of dates; 1878 an element that the type has not; 1874, 1875, 1879;

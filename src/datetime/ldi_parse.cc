@@ -222,6 +222,7 @@ inline bool ReadByPlan(LdiDate& out, std::span<const std::uint8_t> text, const J
 // By walking along the format.
 [[gnu::noinline]] std::uint32_t ReadAny(LdiDate& out, std::span<const std::uint8_t> text,
                                         Job& job) noexcept {
+  job.ctx.date.error_offset = 0;
   if (const std::uint32_t error = job.CheckFormat()) return error;
   const auto attempt = [&](bool full_years) {
     DatetimeFields more;
@@ -251,13 +252,21 @@ inline std::uint32_t ReadBytes(LdiDate& out, std::span<const std::uint8_t> text,
 
 std::uint32_t ReadUnits(LdiDate& out, std::span<const std::uint8_t> units, Job& job) noexcept {
   const ldxctx& ctx = job.ctx.date;
-  if (units.size() > 2 * kMaxUnits) return kTextLeft;
+  if (units.size() > 2 * kMaxUnits) {
+    job.ctx.date.error_offset = 0;
+    return kTextLeft;
+  }
   std::uint8_t bytes[8 * kMaxUnits];
   const bool utf8 = ctx.handle == nullptr || KeepsUtf8(ctx);
   const std::size_t length = utf8 ? UnitsToUtf8(units, OrderOfUnits(ctx), bytes)
                                   : lxgcnv(bytes, TextSet(ctx), sizeof bytes, units.data(),
                                            UnitSet(ctx), units.size(), ctx.nls);
-  return ReadBytes(out, {bytes, length}, job);
+  const std::uint32_t error = ReadBytes(out, {bytes, length}, job);
+  if (error != 0 && utf8) {
+    const std::size_t offset = job.ctx.date.error_offset;
+    job.ctx.date.error_offset = UnitBytes({bytes, offset < length ? offset : length});
+  }
+  return error;
 }
 
 inline std::uint32_t Read(LdiDate& out, std::span<const std::uint8_t> text, Job& job) noexcept {

@@ -371,5 +371,27 @@ TEST(LdiSets, EverySetSaysTheSame) {
   }
 }
 
+TEST(LdiSets, OffsetsOfErrorsInUnitsCountTheirBytes) {
+  LdiParseContext ctx;
+  ASSERT_EQ(LdiParseContextInit(&ctx, nullptr, nullptr, nullptr), 0u);
+  const std::u16string model = u"\"\u20AC\" YYYY-MM";
+  std::uint8_t format[64];
+  std::size_t length = 0;
+  ASSERT_EQ(
+      LdiParseForInputU(format, sizeof format, &length,
+                        reinterpret_cast<const std::uint16_t*>(model.data()), model.size(), &ctx),
+      0u);
+  const auto read = [&](const std::u16string& text) {
+    LdiDate date;
+    return LdiDateFromStringU(&date, reinterpret_cast<const std::uint16_t*>(text.data()),
+                              text.size(), format, length, KES_DATETIME_TIMESTAMP, 9, &ctx);
+  };
+  EXPECT_NE(read(u"\u20AC 2020-x1"), 0u);
+  EXPECT_EQ(ctx.date.error_offset, 2 * 7u);
+  EXPECT_EQ(read(std::u16string(1025, u' ')), 1830u);
+  EXPECT_EQ(ctx.date.error_offset, 0u);  // not that of the text before
+  LdiParseContextTerm(&ctx);
+}
+
 }  // namespace
 }  // namespace kestra::test
