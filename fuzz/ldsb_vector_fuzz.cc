@@ -11,33 +11,14 @@
 #include "core/os/cpu.h"
 #include "kestra/decimal_vector.h"
 #include "kestra/number.h"
+#include "tests/support/fuzz_input.h"
 
 namespace {
 
 using kestra::os::CpuLevel;
+using kestra::test::FuzzInput;
+using kestra::test::Require;
 using Bytes = std::vector<std::uint8_t>;
-
-void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
-
-struct Input {
-  const std::uint8_t* data;
-  std::size_t size;
-  std::uint8_t Next() {
-    if (size == 0) return 0;
-    --size;
-    return *data++;
-  }
-  Bytes Take(std::size_t n) {
-    Bytes bytes(n);
-    const std::size_t have = n < size ? n : size;
-    if (have != 0) std::memcpy(bytes.data(), data, have);
-    data += have;
-    size -= have;
-    return bytes;
-  }
-};
 
 long live = 0;
 long calls_left = 0;
@@ -61,19 +42,19 @@ struct Column {
   ~Column() { std::free(buffer); }
 };
 
-void MakeColumn(Input& in, std::size_t count, Column& column) {
-  const std::uint8_t choice = in.Next();
+void MakeColumn(FuzzInput& in, std::size_t count, Column& column) {
+  const std::uint8_t choice = in.Take();
   const std::uint32_t precision = 1 + choice % 6u;
-  const auto scale = static_cast<std::int32_t>(static_cast<std::int8_t>(in.Next()));
+  const auto scale = static_cast<std::int32_t>(static_cast<std::int8_t>(in.Take()));
   const std::size_t width = kWidths[precision];
   if ((choice & 0x40) != 0) {
-    const Bytes value = in.Take(width);
-    Check(ldsbvinit_sint(nullptr, &column.vector, precision, scale, value.data(), width) == 0);
+    const Bytes value = in.Bytes(width);
+    Require(ldsbvinit_sint(nullptr, &column.vector, precision, scale, value.data(), width) == 0);
     return;
   }
   const std::size_t area = (count * width + 63) / 64 * 64;
   column.buffer = static_cast<std::uint8_t*>(std::aligned_alloc(64, area == 0 ? 64 : area));
-  const Bytes elements = in.Take(count * width);
+  const Bytes elements = in.Bytes(count * width);
   if (!elements.empty()) std::memcpy(column.buffer, elements.data(), elements.size());
   // Small values are commoner than random bytes make them.
   const std::size_t keep = 1 + (choice >> 4 & 3) * 2u;
@@ -81,13 +62,13 @@ void MakeColumn(Input& in, std::size_t count, Column& column) {
     std::uint8_t* element = column.buffer + i * width;
     for (std::size_t b = keep; b < width; ++b) element[b] = element[keep - 1] >> 7 != 0 ? 0xFF : 0;
   }
-  Check(ldsbvinitx(nullptr, &column.vector, precision, scale, count, column.buffer, area, nullptr,
-                   nullptr) == 0);
+  Require(ldsbvinitx(nullptr, &column.vector, precision, scale, count, column.buffer, area, nullptr,
+                     nullptr) == 0);
   if ((choice & 0x80) != 0) {
-    column.nulls = in.Take((count + 7) / 8);
+    column.nulls = in.Bytes((count + 7) / 8);
     if (count != 0) column.vector.nulls = column.nulls.data();
   }
-  if (in.Next() % 8 != 0) Check(ldsbvset_updminmax(nullptr, &column.vector) == 0);
+  if (in.Take() % 8 != 0) Require(ldsbvset_updminmax(nullptr, &column.vector) == 0);
 }
 
 // What a result holds: status, description, bitmap and the elements that are not null.
@@ -110,18 +91,18 @@ Bytes Describe(int status, const ldsbvector& v) {
   return text;
 }
 
-void CheckOperation(Input& in) {
-  const std::size_t count = in.Next() % 200u;
-  const std::uint8_t choice = in.Next();
+void CheckOperation(FuzzInput& in) {
+  const std::size_t count = in.Take() % 200u;
+  const std::uint8_t choice = in.Take();
   ldsboptions options = {};
   if ((choice & 0x40) != 0)
-    options = {static_cast<std::uint32_t>(in.Next() & 33), in.Next() % 8u, {}};
-  const long allowed = (choice & 0x80) != 0 ? in.Next() % 5 : 100;
+    options = {static_cast<std::uint32_t>(in.Take() & 33), in.Take() % 8u, {}};
+  const long allowed = (choice & 0x80) != 0 ? in.Take() % 5 : 100;
   Column left, right;
   MakeColumn(in, count, left);
   MakeColumn(in, count, right);
   ldsbctx ctx;
-  Check(ldsbinit(&ctx, Allocate, Release, nullptr) == 0);
+  Require(ldsbinit(&ctx, Allocate, Release, nullptr) == 0);
   Bytes described[2];
   const CpuLevel levels[2] = {CpuLevel::kBaseline,
                               (choice & 1) != 0 ? CpuLevel::kAvx512 : CpuLevel::kAvx2};
@@ -129,7 +110,7 @@ void CheckOperation(Input& in) {
     kestra::os::ForceCpuLevel(levels[k]);
     calls_left = allowed;
     ldsbvector result, sum, back;
-    for (ldsbvector* v : {&result, &sum, &back}) Check(ldsbvinit(&ctx, v, nullptr, 0) == 0);
+    for (ldsbvector* v : {&result, &sum, &back}) Require(ldsbvinit(&ctx, v, nullptr, 0) == 0);
     const std::uint32_t operation = choice / 2 % 3u;
     const int status = ldsbvop(&ctx, operation, &result, &left.vector, &right.vector, &options);
     described[k] = Describe(status, result);
@@ -149,36 +130,36 @@ void CheckOperation(Input& in) {
           std::uint8_t want[24], got[24];
           const ldsbvector& x = left.vector;
           const std::size_t place = x.tag == KES_DSB_SCALAR ? 0 : i;
-          Check(ldsbvget_ints(&ctx, &x, place, 1, want, 24) == 0);
-          Check(ldsbvget_ints(&ctx, &back, i, 1, got, 24) == 0);
-          Check(std::memcmp(want, got, 24) == 0);
+          Require(ldsbvget_ints(&ctx, &x, place, 1, want, 24) == 0);
+          Require(ldsbvget_ints(&ctx, &back, i, 1, got, 24) == 0);
+          Require(std::memcmp(want, got, 24) == 0);
         }
       }
     }
-    for (ldsbvector* v : {&result, &sum, &back}) Check(ldsbvfree(&ctx, v) == 0);
-    Check(live == 0);
+    for (ldsbvector* v : {&result, &sum, &back}) Require(ldsbvfree(&ctx, v) == 0);
+    Require(live == 0);
   }
   kestra::os::ForceCpuLevel(CpuLevel::kAvx512);
-  Check(described[0] == described[1]);
+  Require(described[0] == described[1]);
 }
 
-void CheckNumbers(Input& in) {
-  const std::size_t count = in.Next() % 100u;
-  const std::uint8_t choice = in.Next();
-  const std::uint32_t precision = (choice & 1) != 0 ? 7 : in.Next() % 9u;
-  std::int32_t scale = (choice & 2) != 0 ? INT32_MAX : static_cast<std::int8_t>(in.Next());
+void CheckNumbers(FuzzInput& in) {
+  const std::size_t count = in.Take() % 100u;
+  const std::uint8_t choice = in.Take();
+  const std::uint32_t precision = (choice & 1) != 0 ? 7 : in.Take() % 9u;
+  std::int32_t scale = (choice & 2) != 0 ? INT32_MAX : static_cast<std::int8_t>(in.Take());
   if (scale == INT8_MIN) scale = INT32_MIN;
   Bytes nulls;
-  if ((choice & 4) != 0) nulls = in.Take((count + 7) / 8);
+  if ((choice & 4) != 0) nulls = in.Bytes((count + 7) / 8);
   const std::uint8_t* bitmap = nulls.empty() ? nullptr : nulls.data();
   std::vector<Bytes> numbers(count);
   std::vector<const std::uint8_t*> pointers(count);
   std::vector<std::uint16_t> lengths(count);
   for (std::size_t i = 0; i < count; ++i) {
-    const std::uint8_t length = in.Next() % 24;
-    numbers[i] = in.Take(length == 0 ? 1 : length);
+    const std::uint8_t length = in.Take() % 24;
+    numbers[i] = in.Bytes(length == 0 ? 1 : length);
     if (length == 0) {  // prefixed: the bytes that the prefix promises
-      const Bytes rest = in.Take(numbers[i][0]);
+      const Bytes rest = in.Bytes(numbers[i][0]);
       numbers[i].insert(numbers[i].end(), rest.begin(), rest.end());
     }
     numbers[i].shrink_to_fit();
@@ -190,74 +171,74 @@ void CheckNumbers(Input& in) {
     const CpuLevel best = (choice & 16) != 0 ? CpuLevel::kAvx2 : CpuLevel::kAvx512;
     kestra::os::ForceCpuLevel(k == 0 ? CpuLevel::kBaseline : best);
     ldsbvector vector;
-    Check(ldsbvinit(nullptr, &vector, nullptr, 0) == 0);
+    Require(ldsbvinit(nullptr, &vector, nullptr, 0) == 0);
     const int status = ldsbvset_ons(nullptr, &vector, precision, scale, 0, count, pointers.data(),
                                     lengths.data(), bitmap, 0);
     described[k] = Describe(status, vector);
     if (count == 1 && bitmap == nullptr) {  // a scalar is the same value
       ldsbvector scalar;
-      Check(ldsbvinit_son(nullptr, &scalar, precision, scale, pointers[0], lengths[0]) == status);
-      Check(status != 0 || std::memcmp(&scalar.extremes, &vector.extremes, 48) == 0);
+      Require(ldsbvinit_son(nullptr, &scalar, precision, scale, pointers[0], lengths[0]) == status);
+      Require(status != 0 || std::memcmp(&scalar.extremes, &vector.extremes, 48) == 0);
     }
     if (status == 0) {
       Bytes slots(22 * count);
-      Check(ldsbvget_ons(nullptr, &vector, 0, count, slots.data(), 22, nullptr) == 0);
+      Require(ldsbvget_ons(nullptr, &vector, 0, count, slots.data(), 22, nullptr) == 0);
       for (std::size_t i = 0; i < count; ++i) {
         const std::uint8_t* slot = slots.data() + 22 * i;
         if (bitmap != nullptr && (bitmap[i / 8] >> i % 8 & 1) != 0) {
-          Check(*slot == 0);
+          Require(*slot == 0);
           continue;
         }
         std::uint8_t wanted[22] = {1, 0x80};  // what a null pointer counts as
         if (pointers[i] != nullptr) lnxmul(pointers[i], lengths[i], lnxqpos1, 0, wanted, nullptr);
-        Check(lnxchk(slot, 0) == 1);
-        Check(std::memcmp(slot, wanted, 1u + *slot) == 0);
+        Require(lnxchk(slot, 0) == 1);
+        Require(std::memcmp(slot, wanted, 1u + *slot) == 0);
       }
     }
-    Check(ldsbvfree(nullptr, &vector) == 0);
+    Require(ldsbvfree(nullptr, &vector) == 0);
   }
   kestra::os::ForceCpuLevel(CpuLevel::kAvx512);
-  Check(described[0] == described[1]);
+  Require(described[0] == described[1]);
 }
 
 // What is scattered gathers back; a number past the limit stops both before anything is written.
-void CheckIndexed(Input& in) {
-  const std::size_t count = in.Next() % 70u;
-  const std::size_t width = kWidths[1 + in.Next() % 6u];
-  const std::size_t limit = in.Next();
-  const Bytes nulls = in.Take((count + 7) / 8);
+void CheckIndexed(FuzzInput& in) {
+  const std::size_t count = in.Take() % 70u;
+  const std::size_t width = kWidths[1 + in.Take() % 6u];
+  const std::size_t limit = in.Take();
+  const Bytes nulls = in.Bytes((count + 7) / 8);
   std::vector<std::uint32_t> index(count);
   bool valid = true;
   for (std::size_t i = 0; i < count; ++i) {
-    index[i] = in.Next();
+    index[i] = in.Take();
     valid = valid && (index[i] < limit || (nulls[i / 8] >> i % 8 & 1) != 0);
   }
-  const Bytes data = in.Take(count * width);
+  const Bytes data = in.Bytes(count * width);
   Bytes table(limit * width), back(count * width);
   const Bytes before = table;
   ldsbminmax minmax[2] = {};
   const int status = ldsbcopydsbs_scatter(width, count, index.data(), data.data(), table.data(),
                                           limit, nulls.data(), nullptr);
-  Check(status == (valid ? KES_DSB_OK : KES_DSB_BOUNDS));
-  if (!valid) Check(table == before);
-  Check(ldsbcopydsbs_gather(width, count, index.data(), table.data(), limit, back.data(),
-                            nulls.data(), &minmax[0]) == status);
-  Check(ldsbminmaxdsbs_gather(width, count, index.data(), table.data(), limit, nulls.data(),
-                              &minmax[1]) == status);
-  Check(std::memcmp(&minmax[0], &minmax[1], sizeof minmax[0]) == 0);
+  Require(status == (valid ? KES_DSB_OK : KES_DSB_BOUNDS));
+  if (!valid) Require(table == before);
+  Require(ldsbcopydsbs_gather(width, count, index.data(), table.data(), limit, back.data(),
+                              nulls.data(), &minmax[0]) == status);
+  Require(ldsbminmaxdsbs_gather(width, count, index.data(), table.data(), limit, nulls.data(),
+                                &minmax[1]) == status);
+  Require(std::memcmp(&minmax[0], &minmax[1], sizeof minmax[0]) == 0);
   for (std::size_t i = 0; valid && i < count; ++i) {
     const bool null = (nulls[i / 8] >> i % 8 & 1) != 0;
     const Bytes zero(width);
     const std::uint8_t* wanted = null ? zero.data() : table.data() + index[i] * width;
-    Check(std::memcmp(back.data() + i * width, wanted, width) == 0);
+    Require(std::memcmp(back.data() + i * width, wanted, width) == 0);
   }
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input in = {data, size};
-  const std::uint8_t choice = in.Next();
+  FuzzInput in(data, size);
+  const std::uint8_t choice = in.Take();
   if ((choice & 1) == 0) {
     CheckOperation(in);
   } else if ((choice & 0x82) != 0x82) {

@@ -12,53 +12,33 @@
 #include "datetime/kernels/date_kernels.h"
 #include "kestra/date.h"
 #include "nls/nlb_format.h"
+#include "tests/support/fuzz_input.h"
 
 using kestra::datetime::active_date_kernels;
 using kestra::datetime::DateKernelsFor;
 using kestra::os::CpuLevel;
+using kestra::test::FuzzInput;
+using kestra::test::Require;
 
 namespace {
-
-void Check(bool holds) {
-  if (!holds) std::abort();
-}
 
 // The library has no exceptions and a callback must not return, but when it does the call returns
 // at once: that is what is used here.
 std::uint32_t raised;
 void Keep(ldxctx*, std::uint32_t number) { raised = number; }
 
-class Input {
- public:
-  Input(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
-
-  template <typename T>
-  T Take() {
-    T value = {};
-    const std::size_t length = size_ < sizeof value ? size_ : sizeof value;
-    if (length != 0) std::memcpy(&value, data_, length);
-    data_ += length;
-    size_ -= length;
-    return value;
-  }
-
-  // A date: mostly made valid, as raw bytes seldom are.
-  ldxdate Date() {
-    auto date = Take<ldxdate>();
-    if (Take<std::uint8_t>() % 8 == 0) return date;
-    const std::int32_t number = static_cast<std::int32_t>(
-        (static_cast<std::uint32_t>(date.month) << 16 | static_cast<std::uint16_t>(date.year)) %
-        5373484);
-    const ldxjdate julian = {number + 1, static_cast<std::int32_t>(date.day * 338 % 86400)};
-    ldxdfd(nullptr, &date, &julian);
-    if (date.year == 0) date.year = 1;
-    return date;
-  }
-
- private:
-  const std::uint8_t* data_;
-  std::size_t size_;
-};
+// A date: mostly made valid, as raw bytes seldom are.
+ldxdate TakeDate(FuzzInput& input) {
+  auto date = input.Take<ldxdate>();
+  if (input.Take() % 8 == 0) return date;
+  const std::int32_t number = static_cast<std::int32_t>(
+      (static_cast<std::uint32_t>(date.month) << 16 | static_cast<std::uint16_t>(date.year)) %
+      5373484);
+  const ldxjdate julian = {number + 1, static_cast<std::int32_t>(date.day * 338 % 86400)};
+  ldxdfd(nullptr, &date, &julian);
+  if (date.year == 0) date.year = 1;
+  return date;
+}
 
 template <typename Out, typename In, typename Scalar, typename Array>
 void Compare(const std::vector<In>& in, const Scalar& scalar, const Array& array) {
@@ -83,9 +63,9 @@ void Compare(const std::vector<In>& in, const Scalar& scalar, const Array& array
     std::size_t processed = SIZE_MAX;
     raised = 0;
     array(to.data(), from.data(), in.size(), &processed);
-    Check(raised == error && processed == done);
+    Require(raised == error && processed == done);
     for (std::size_t i = 0; i < done; ++i) {
-      Check(std::memcmp(&out[i], &expected[i], sizeof(Out)) == 0);
+      Require(std::memcmp(&out[i], &expected[i], sizeof(Out)) == 0);
     }
   }
 }
@@ -95,7 +75,7 @@ void CheckOne(ldxctx* ctx, const ldxdate& date, std::int32_t months, std::uint32
   ldxdate back = {};
   std::uint8_t number[22];
   ldxsbm(ctx, number, &date, &back);
-  Check(number[0] >= 1 && number[0] <= 21);
+  Require(number[0] >= 1 && number[0] <= 21);
   if (ldxchk(ctx, &date, KES_DATE_PARTS) != 0 || date.zero != 0) {
     ldxtrn(ctx, &back, &date, unit);
     ldxrnd(ctx, &back, &date, unit);
@@ -103,25 +83,25 @@ void CheckOne(ldxctx* ctx, const ldxdate& date, std::int32_t months, std::uint32
     return;
   }
   ldxite(ctx, stored, &date);
-  Check(ldxrck(ctx, stored, KES_DATE_STORED) == 0);
+  Require(ldxrck(ctx, stored, KES_DATE_STORED) == 0);
   ldxeti(ctx, &back, stored);
-  Check(ldxcmp(&back, &date) == 0);
+  Require(ldxcmp(&back, &date) == 0);
   ldxjdate julian = {};
   ldxdtd(ctx, &julian, &date);
-  Check(ldxchk(ctx, &julian, KES_DATE_JULIAN) == 0);
+  Require(ldxchk(ctx, &julian, KES_DATE_JULIAN) == 0);
   ldxdfd(ctx, &back, &julian);
-  Check(ldxcmp(&back, &date) == 0);
+  Require(ldxcmp(&back, &date) == 0);
   raised = 0;
   ldxadm(ctx, &back, &date, months);
   const bool let_through = back.year == 0 || back.year == 10000 ||
                            ldxchk(ctx, &back, KES_DATE_PARTS) == KES_DATE_SKIPPED_DAY;
-  Check(raised != 0 || let_through || ldxchk(ctx, &back, KES_DATE_PARTS) == 0);
+  Require(raised != 0 || let_through || ldxchk(ctx, &back, KES_DATE_PARTS) == 0);
   raised = 0;
   ldxtrn(ctx, &back, &date, unit);
-  if (raised == 0) Check(ldxcmp(&back, &date) <= 0 && ldxchk(ctx, &back, KES_DATE_PARTS) == 0);
+  if (raised == 0) Require(ldxcmp(&back, &date) <= 0 && ldxchk(ctx, &back, KES_DATE_PARTS) == 0);
   raised = 0;
   ldxrnd(ctx, &back, &date, unit);
-  if (raised == 0) Check(ldxchk(ctx, &back, KES_DATE_PARTS) == 0);
+  if (raised == 0) Require(ldxchk(ctx, &back, KES_DATE_PARTS) == 0);
 }
 
 // A calendar object without names, of an arithmetic and a number of eras.
@@ -151,16 +131,16 @@ void CheckCalendars(const ldxdate& date, std::int32_t months, std::uint32_t mont
     if (!calendar.FromDate(date, there)) continue;
     const bool valid = ldxchk(nullptr, &date, KES_DATE_PARTS) == 0;
     if (valid) {
-      Check(calendar.ToDate(there, back) == 0 && ldxcmp(&back, &date) == 0);
+      Require(calendar.ToDate(there, back) == 0 && ldxcmp(&back, &date) == 0);
     }
     calendar.ToDate({static_cast<std::int32_t>(month % 4) - 1, months, month, month * 7 % 33},
                     back);
     datetime::MonthsBetween between = {};
-    Check(datetime::lxeldd(calendar, date, back).handled);
+    Require(datetime::lxeldd(calendar, date, back).handled);
     if (datetime::lxeadm(calendar, date, months, back).error != 0 || !valid) continue;
-    Check(ldxchk(nullptr, &back, KES_DATE_PARTS) == 0);
-    Check(datetime::lxesbm(calendar, back, date, between).error == 0);
-    Check(back.year * date.year < 0 || !between.exact || between.months == months);
+    Require(ldxchk(nullptr, &back, KES_DATE_PARTS) == 0);
+    Require(datetime::lxesbm(calendar, back, date, between).error == 0);
+    Require(back.year * date.year < 0 || !between.exact || between.months == months);
   }
 }
 
@@ -169,8 +149,8 @@ void CheckCalendars(const ldxdate& date, std::int32_t months, std::uint32_t mont
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static ldxctx ctx;
   ldxnbeg(&ctx, nullptr, nullptr, Keep, nullptr, KES_DATE_NO_DEFAULT);
-  Input input(data, size);
-  const auto head = input.Take<std::uint8_t>();
+  FuzzInput input(data, size);
+  const auto head = input.Take();
   const std::size_t count = head % 41;
   const std::uint32_t flags = head >= 128 ? KES_DATE_SHARED : 0;
   ctx.first_weekday = head % 7;
@@ -180,8 +160,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::vector<std::int32_t> months(count + 1);
   std::vector<std::uint32_t> numbers(count + 1);
   for (std::size_t i = 0; i < count; ++i) {
-    dates.push_back(input.Date());
-    const auto kind = input.Take<std::uint8_t>();
+    dates.push_back(TakeDate(input));
+    const auto kind = input.Take();
     deltas[i] = input.Take<ldxdelta>();
     if (kind % 4 != 0) deltas[i].days %= 50'000;
     if (kind % 3 != 0) deltas[i].seconds = 0;

@@ -8,12 +8,11 @@
 
 #include "kestra/number.h"
 #include "kestra/number_decimal.h"
+#include "tests/support/fuzz_input.h"
 
 namespace {
 
-void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
+using kestra::test::Require;
 
 using ToField = int(const std::uint8_t*, std::size_t, const lnxfield*, std::uint8_t*, std::size_t,
                     std::size_t*);
@@ -25,21 +24,21 @@ void CheckField(ToField* to, FromField* from, const lnxfield& field, const std::
   std::uint8_t number[21];
   std::size_t length = 0, bad = 0;
   const int status = from(bytes, size, &field, number, &length, &bad);
-  if (status == LNX_BAD_BYTE) Check(bad < size);
+  if (status == LNX_BAD_BYTE) Require(bad < size);
   if (status != LNX_OK) return;
-  Check(lnxchk(number, length) == 1);
+  Require(lnxchk(number, length) == 1);
   std::size_t needed = 0;
   const int full = to(number, length, &field, nullptr, 0, &needed);
   if (full == LNX_RANGE) {
-    Check(field.digits > 38);  // rounding to 20 base-100 digits added a digit
+    Require(field.digits > 38);  // rounding to 20 base-100 digits added a digit
     return;
   }
-  Check(full == LNX_FULL && needed == size);
+  Require(full == LNX_FULL && needed == size);
   const auto exact = std::make_unique<std::uint8_t[]>(needed);
-  Check(to(number, length, &field, exact.get(), needed, &needed) == LNX_OK);
+  Require(to(number, length, &field, exact.get(), needed, &needed) == LNX_OK);
   std::uint8_t again[22];
-  Check(from(exact.get(), needed, &field, again, nullptr, nullptr) == LNX_OK);
-  Check(again[0] == length && std::memcmp(again + 1, number, length) == 0);
+  Require(from(exact.get(), needed, &field, again, nullptr, nullptr) == LNX_OK);
+  Require(again[0] == length && std::memcmp(again + 1, number, length) == 0);
 }
 
 }  // namespace

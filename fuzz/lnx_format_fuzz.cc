@@ -9,12 +9,11 @@
 
 #include "kestra/number.h"
 #include "kestra/number_format.h"
+#include "tests/support/fuzz_input.h"
 
 namespace {
 
-void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
+using kestra::test::Require;
 
 const std::uint8_t* Data(std::string_view text) {
   return reinterpret_cast<const std::uint8_t*>(text.data());
@@ -33,11 +32,11 @@ std::string_view TakePart(std::string_view& input) {
 std::string Write(std::string_view number, const lnxmodel& model) {
   std::size_t length = 0;
   int status = lnxfmtwrite(Data(number), number.size(), &model, nullptr, nullptr, 0, &length);
-  Check(status == LNX_FULL || (status == LNX_OK && length == 0));
+  Require(status == LNX_FULL || (status == LNX_OK && length == 0));
   const auto exact = std::make_unique<std::uint8_t[]>(length);
   std::size_t written = 0;
   status = lnxfmtwrite(Data(number), number.size(), &model, nullptr, exact.get(), length, &written);
-  Check(status == LNX_OK && written == length);
+  Require(status == LNX_OK && written == length);
   return {reinterpret_cast<char*>(exact.get()), length};
 }
 
@@ -45,8 +44,8 @@ int Read(std::string_view text, const lnxmodel& model, std::string& number) {
   std::uint8_t out[21];
   std::size_t length = 0, bad = 0;
   const int status = lnxfmtread(Data(text), text.size(), &model, nullptr, out, &length, &bad);
-  if (status == LNX_BAD_BYTE) Check(bad <= text.size());
-  if (status == LNX_OK) Check(lnxchk(out, length) == 1);
+  if (status == LNX_BAD_BYTE) Require(bad <= text.size());
+  if (status == LNX_OK) Require(lnxchk(out, length) == 1);
   number.assign(reinterpret_cast<char*>(out), length);
   return status;
 }
@@ -60,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::size_t bad = 0;
   const int compiled = lnxfmtcompile(Data(text), text.size(), &model, &bad);
   if (compiled != LNX_OK) {
-    Check(compiled >= LNX_MODEL_UNKNOWN && compiled <= LNX_MODEL_TOO_LONG && bad <= text.size());
+    Require(compiled >= LNX_MODEL_UNKNOWN && compiled <= LNX_MODEL_TOO_LONG && bad <= text.size());
     return 0;
   }
   const std::string_view value = TakePart(input);
@@ -70,12 +69,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string written = Write({reinterpret_cast<char*>(number), length}, model);
     const bool filled = (model.flags & 1) == 0 && text.find_first_of("Tt") == text.npos;
     const std::size_t width = lnxfmtwidth(&model, nullptr);
-    Check(filled ? written.size() == width : written.size() <= width);
+    Require(filled ? written.size() == width : written.size() <= width);
     std::string back;
     if (written.find('#') == written.npos) {
       const int status = Read(written, model, back);
-      Check(status == LNX_OK || status == LNX_RANGE);  // 9.99e125 may round up to 1E+126
-      if (status == LNX_OK) Check(Write(back, model) == written);
+      Require(status == LNX_OK || status == LNX_RANGE);  // 9.99e125 may round up to 1E+126
+      if (status == LNX_OK) Require(Write(back, model) == written);
     }
   }
   std::string read;

@@ -13,36 +13,20 @@
 #include "kestra/number_math.h"
 #include "kestra/number_native.h"
 #include "number/kernels/number_kernels.h"
+#include "tests/support/fuzz_input.h"
 
 namespace {
 
 using namespace kestra::number;  // NOLINT: the kernels' tables
 using kestra::os::CpuLevel;
-
-void Require(bool law) {
-  if (!law) std::abort();
-}
-
-class Reader {
- public:
-  Reader(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
-  std::uint8_t Byte() { return size_ == 0 ? std::uint8_t{0} : (--size_, *data_++); }
-  std::vector<std::uint8_t> Bytes(std::size_t count) {
-    std::vector<std::uint8_t> bytes(count);
-    for (std::uint8_t& byte : bytes) byte = Byte();
-    return bytes;
-  }
-
- private:
-  const std::uint8_t* data_;
-  std::size_t size_;
-};
+using kestra::test::FuzzInput;
+using kestra::test::Require;
 
 // An input in one of the two forms, with any length that its form can say.
 struct Input {
-  explicit Input(Reader& reader) {
-    const std::uint8_t form = reader.Byte();
-    const std::size_t claimed = reader.Byte();
+  explicit Input(FuzzInput& reader) {
+    const std::uint8_t form = reader.Take();
+    const std::size_t claimed = reader.Take();
     const std::size_t readable = claimed < 21 ? claimed : 21;
     const bool prefixed = (form & 1) != 0 || claimed == 0;
     bytes = reader.Bytes(readable);
@@ -250,10 +234,10 @@ void CheckMath(const Input& x, const Input& y) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Reader reader(data, size);
-  const std::uint8_t what = reader.Byte();
-  const int places = static_cast<std::int8_t>(reader.Byte()) * ((what & 1) != 0 ? 1 : 1 << 24);
-  const std::uint8_t nulls = reader.Byte();
+  FuzzInput reader(data, size);
+  const std::uint8_t what = reader.Take();
+  const int places = static_cast<std::int8_t>(reader.Take()) * ((what & 1) != 0 ? 1 : 1 << 24);
+  const std::uint8_t nulls = reader.Take();
   const std::vector<std::uint8_t> bits = reader.Bytes(8);
   const Input x(reader);
   const Input y(reader);

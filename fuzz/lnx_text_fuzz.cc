@@ -11,15 +11,13 @@
 #include "kestra/number.h"
 #include "kestra/number_text.h"
 #include "number/kernels/lnx_text_kernels.h"
+#include "tests/support/fuzz_input.h"
 
 namespace {
 
 using kestra::os::CpuLevel;
+using kestra::test::Require;
 namespace scalar = kestra::number::scalar;
-
-void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 void Use(CpuLevel level) {
   kestra::os::ForceCpuLevel(level);
@@ -54,7 +52,7 @@ std::string Write(std::string_view number, const lnxtextform* form, const lnxsym
   const auto exact = std::make_unique<std::uint8_t[]>(length);
   std::size_t written = 0;
   status = to_text(x, number.size(), form, symbols, exact.get(), length, &written);
-  Check(status == LNX_OK && written == length);
+  Require(status == LNX_OK && written == length);
   return {reinterpret_cast<char*>(exact.get()), length};
 }
 
@@ -64,19 +62,19 @@ void CheckNumber(std::string_view number, const lnxsymbols* symbols, std::uint8_
     for (const std::uint32_t flags : {0u, std::uint32_t{LNX_TEXT_GROUPED}}) {
       const lnxtextform form = {kind, flags, -1, 0, {}};
       const std::string text = Write(number, &form, symbols, status);
-      Check(status == LNX_OK);
+      Require(status == LNX_OK);
       const Reading back = Read(text, symbols);
-      Check(back.status == LNX_OK && back.number == number);
+      Require(back.status == LNX_OK && back.number == number);
     }
   }
   const lnxtextform width = {LNX_TEXT_WIDTH, 0, 0, choice % 64u + 1, {}};
-  Check(Write(number, &width, symbols, status).size() == width.width);
+  Require(Write(number, &width, symbols, status).size() == width.width);
   const lnxtextform fixed = {LNX_TEXT_FIXED, 0, choice - 100, 0, {}};
   const std::string text = Write(number, &fixed, symbols, status);
   const Reading once = Read(text, symbols);
-  Check(once.status != LNX_BAD_BYTE);
+  Require(once.status != LNX_BAD_BYTE);
   if (once.status == LNX_OK) {
-    Check(Write(once.number, &fixed, symbols, status) == text);
+    Require(Write(once.number, &fixed, symbols, status) == text);
   }
 }
 
@@ -98,15 +96,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   int status = 0;
   for (const CpuLevel level : {CpuLevel::kBaseline, CpuLevel::kAvx512}) {
     Use(level);
-    Check(Read(rest, used) == reference);
-    Check(Write(rest, nullptr, used, status) == reference_text && status == reference_status);
+    Require(Read(rest, used) == reference);
+    Require(Write(rest, nullptr, used, status) == reference_text && status == reference_status);
   }
 
-  if (reference.status == LNX_BAD_BYTE) Check(reference.bad <= rest.size());
+  if (reference.status == LNX_BAD_BYTE) Require(reference.bad <= rest.size());
   if (reference.status == LNX_OK) CheckNumber(reference.number, used, choice);
   const bool well_formed =
       lnxchk(reinterpret_cast<const std::uint8_t*>(rest.data()), rest.size()) == 1;
-  Check((status == LNX_OK) == well_formed);
+  Require((status == LNX_OK) == well_formed);
   if (well_formed) CheckNumber(rest, used, choice);
   return 0;
 }

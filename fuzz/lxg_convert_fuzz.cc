@@ -16,12 +16,11 @@
 #include "fuzz/charset_groups.h"
 #include "kestra/convert.h"
 #include "kestra/handle.h"
+#include "tests/support/fuzz_input.h"
 
 namespace {
 
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
+using kestra::test::Require;
 
 struct Sets {
   lxcontext context;

@@ -3,7 +3,8 @@
 //
 // Input: set, options, then the text. Laws: every step advances by what it returns, or by one byte
 // when it returns 0; the classes nest (a digit is alphanumeric, what is graphic is printable ...);
-// the wide form stays in its room in both directions, and what was written from it reads back as it.
+// the wide form stays in its room in both directions, and what was written from it reads back as it;
+// a scan ends where a conversion replaces first.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -11,12 +12,12 @@
 #include <vector>
 
 #include "kestra/charset.h"
+#include "kestra/convert.h"
+#include "tests/support/fuzz_input.h"
 
 namespace {
 
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
+using kestra::test::Require;
 
 struct Handles {
   lxcontext context;
@@ -81,6 +82,25 @@ void CheckWideForm(const std::uint8_t* text, std::size_t length, std::size_t roo
   Require(written <= length && std::equal(text, text + written, back.get()));
 }
 
+// A scan ends where a conversion replaces first, and counts as the cursor steps.
+void CheckScan(const std::uint8_t* text, std::size_t length, const lxhandle& handle,
+               lxcontext* context) {
+  lxscan scan;
+  Require(lxcscan(text, length, &scan, &handle, context) <= length);
+  std::vector<std::uint8_t> out(4 * length + 8);
+  lxgcnvb(out.data(), lxpcobj(2000, context), out.size(), text, lxhcsobj(&handle, context), length,
+          KES_CONVERT_STOP, context);
+  const std::uint64_t first = context->status.first_replaced;
+  // A scan and a conversion leave the odd last byte of UTF-16 alone.
+  Require(handle.charset_id == 1000 ||
+          scan.length == (first == UINT64_MAX ? context->status.consumed : first));
+  lxcursor cursor;
+  lxmopen(text, static_cast<std::size_t>(scan.length), &cursor, &handle, context, 0);
+  std::uint64_t steps = 0;
+  while (lxmfwdx(&cursor, context) != 0) ++steps;
+  Require(steps == scan.characters);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -105,8 +125,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(lxmfwdx(&cursor, &all.context) == 0 && cursor.position == end);
 
   CheckWideForm(text.get(), length, data[1], handle, &all.context);
-  lxscan scan;
-  Require(lxcscan(text.get(), length, &scan, &handle, &all.context) <= length);
+  CheckScan(text.get(), length, handle, &all.context);
 
   std::uint32_t charset = data[0] == 0 ? 0 : handle.charset_id;
   std::uint32_t status = 1;

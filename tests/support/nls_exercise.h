@@ -3,19 +3,15 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 #include <vector>
 
 #include "kestra/charset.h"
 #include "kestra/convert.h"
 #include "kestra/handle.h"
+#include "tests/support/fuzz_input.h"
 
 namespace kestra::test {
-
-inline void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 // Converts bytes of all values into and out of the handle's set.
 inline void ExerciseConversion(const lxhandle& handle, lxcontext* context) {
