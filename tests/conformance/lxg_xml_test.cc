@@ -1,34 +1,12 @@
 // XML character references: written for what the destination lacks, and read back.
-#include <gtest/gtest.h>
-
 #include <random>
 
-#include "kestra/convert.h"
-#include "tests/support/nls_fixture.h"
+#include "tests/support/conversion_fixture.h"
 
 namespace kestra::test {
 namespace {
 
-using Converter = decltype(&lxgxmlco);
-
-class LxgXml : public testing::Test {
- protected:
-  std::string Convert(Converter convert, std::uint32_t to, std::uint32_t from,
-                      std::string_view source, std::size_t room = 4096, std::uint32_t options = 0) {
-    GuardedBuffer out(room);
-    const lxobject* destination = lxpcobj(to, session_.context());
-    const lxobject* origin = lxpcobj(from, session_.context());
-    const std::size_t n =
-        convert(out.data(), destination, room, reinterpret_cast<const std::uint8_t*>(source.data()),
-                origin, source.size(), options, session_.context());
-    EXPECT_LE(n, room);
-    return std::string(reinterpret_cast<char*>(out.data()), n);
-  }
-  const lxstatus& status() { return session_.context()->status; }
-  std::uint32_t error() { return session_.context()->error; }
-
-  NlsSession session_{FullHome()};
-};
+using LxgXml = ConversionTest;
 
 struct XmlCase {
   const char* what;
@@ -36,7 +14,7 @@ struct XmlCase {
   std::uint32_t to, from;
   std::string source, result;
   std::uint64_t characters;
-  std::uint64_t first_replaced = UINT64_MAX;
+  std::uint64_t first_replaced = kNone;
 };
 
 TEST_F(LxgXml, HandWorked) {
@@ -71,12 +49,13 @@ TEST_F(LxgXml, HandWorked) {
   };
   for (const XmlCase& c : cases) {
     SCOPED_TRACE(c.what);
-    EXPECT_EQ(Convert(c.convert, c.to, c.from, c.source), c.result);
-    EXPECT_EQ(error(), 0u);
-    EXPECT_EQ(status().consumed, c.source.size());
-    EXPECT_EQ(status().characters_total, c.characters);
-    EXPECT_EQ(status().first_replaced, c.first_replaced);
-    EXPECT_EQ(status().replacement, c.first_replaced == UINT64_MAX ? 0 : 1000);
+    const Outcome got = Convert(c.to, c.from, c.source, 4096, 0, c.convert);
+    EXPECT_EQ(got.bytes, c.result);
+    EXPECT_EQ(got.error, 0u);
+    EXPECT_EQ(got.status.consumed, c.source.size());
+    EXPECT_EQ(got.status.characters_total, c.characters);
+    EXPECT_EQ(got.status.first_replaced, c.first_replaced);
+    EXPECT_EQ(got.status.replacement, c.first_replaced == kNone ? 0 : 1000);
   }
 }
 
@@ -108,36 +87,8 @@ TEST_F(LxgXml, ReadsBackWhatItWrote) {
     for (int i = 0; i < 100; ++i) {
       std::string text = RandomUtf8(random, 1 + random() % 900);
       for (char& c : text) c = c == '&' ? '+' : c;
-      const std::string coded = Convert(lxgxmlco, id, 873, text, 60'000);
-      ASSERT_EQ(Convert(lxgxmlcv, 873, id, coded, 60'000), text) << id;
-    }
-  }
-}
-
-TEST_F(LxgXml, EveryRoomAndEveryCut) {
-  std::mt19937 random(12);
-  for (const Converter convert : {lxgxmlco, lxgxmlcv}) {
-    for (const std::uint32_t id : {1u, 900u, 9999u}) {
-      const std::string text = RandomUtf8(random, 40) + "&#x20AC;";
-      const std::string whole = Convert(convert, id, 873, text);
-      const lxstatus wanted = status();
-      for (std::size_t room = 0; room <= whole.size() + 8; ++room) {
-        const std::string cut = Convert(convert, id, 873, text, room);
-        const std::uint64_t consumed = status().consumed;
-        EXPECT_EQ(error(), room >= whole.size() ? 0u : 6u) << room;
-        const std::string rest = Convert(convert, id, 873, text.substr(consumed));
-        const std::string both = Convert(lxgcnvb, 873, id, cut) + Convert(lxgcnvb, 873, id, rest);
-        EXPECT_EQ(both, Convert(lxgcnvb, 873, id, whole)) << room;
-      }
-      for (std::size_t at = 0; at <= text.size(); ++at) {
-        std::string joined = Convert(convert, id, 873, text.substr(0, at), 4096, KES_CONVERT_MORE);
-        const lxstatus first = status();
-        joined +=
-            Convert(convert, id, 873, text.substr(first.consumed), 4096, KES_CONVERT_CONTINUE);
-        EXPECT_EQ(joined, whole) << "cut at " << at;
-        EXPECT_EQ(first.consumed + status().consumed, text.size());
-        EXPECT_EQ(first.characters_total + status().characters_total, wanted.characters_total);
-      }
+      const std::string coded = Convert(id, 873, text, 60'000, 0, lxgxmlco).bytes;
+      ASSERT_EQ(Convert(873, id, coded, 60'000, 0, lxgxmlcv).bytes, text) << id;
     }
   }
 }

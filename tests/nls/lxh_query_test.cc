@@ -58,17 +58,50 @@ TEST(LxhQuery, Utf16FormsWithoutAnEntryAnswerZeros) {
 
 TEST(LxhQuery, ItemsOfKnownLocales) {
   NlsSession session;
-  const lxhandle german = session.Handle("GERMAN_AUSTRIA.AL32UTF8");
   const struct {
+    const char* handle;
     std::uint32_t item;
     const char* text;
   } texts[] = {
-      {0, "Sonntag"},  {13, "Sa."},       {16, "M\xC3\xA4rz"}, {58, "de"},
-      {59, "German"},  {60, "GERMAN"},    {61, "Deutsch"},     {62, "WE8ISO8859P1"},
-      {63, "GERMANY"}, {70, "EUR"},       {78, "AUSTRIA"},     {79, "AL32UTF8"},
-      {80, "BINARY"},  {81, "GREGORIAN"}, {83, "LTR"},         {84, ""},
-      {85, "GERMAN"},  {110, "AT"},       {150, "de-AT"},      {109, "GERMAN_AUSTRIA.AL32UTF8"}};
-  for (const auto& c : texts) EXPECT_EQ(session.Info(german, c.item), c.text) << c.item;
+      {"GERMAN_AUSTRIA.AL32UTF8", 0, "Sonntag"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 13, "Sa."},
+      {"GERMAN_AUSTRIA.AL32UTF8", 16, "M\xC3\xA4rz"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 28, "M\xC3\xA4rz"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 58, "de"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 59, "German"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 60, "GERMAN"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 61, "Deutsch"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 62, "WE8ISO8859P1"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 63, "GERMANY"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 70, "EUR"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 71, ", "},
+      {"GERMAN_AUSTRIA.AL32UTF8", 78, "AUSTRIA"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 79, "AL32UTF8"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 80, "BINARY"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 81, "GREGORIAN"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 83, "LTR"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 84, ""},
+      {"GERMAN_AUSTRIA.AL32UTF8", 85, "GERMAN"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 109, "GERMAN_AUSTRIA.AL32UTF8"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 110, "AT"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 121, "\xE2\x82\xAC"},
+      {"GERMAN_AUSTRIA.AL32UTF8", 150, "de-AT"},
+      {"AUSTRIAN GERMAN.AL32UTF8", 14, "J\xC3\xA4nner"},  // its own
+      {"AUSTRIAN GERMAN.AL32UTF8", 1, "Montag"},          // from the parent
+      {"AMERICAN_AMERICA.AL32UTF8", 37, "Dec"},
+      {"AMERICAN_AMERICA.AL32UTF8", 76, "DD-MON-RR"},
+      {"AMERICAN_AMERICA.AL32UTF8", 129, "DD-MON-RR FMHH:FMMI:SSXFF AM TZR"},
+      {"FRENCH_FRANCE.AL32UTF8", 56, "oui"},
+      // Genitive in a date, nominative alone.
+      {"RUSSIAN_RUSSIA.AL32UTF8", 14, "\xD1\x8F\xD0\xBD\xD0\xB2\xD0\xB0\xD1\x80\xD1\x8F"},
+      {"RUSSIAN_RUSSIA.AL32UTF8", 44, "\xD1\x8F\xD0\xBD\xD0\xB2\xD0\xB0\xD1\x80\xD1\x8C"},
+      {"JAPANESE_JAPAN.AL32UTF8", 14, "1\xE6\x9C\x88"},
+      {"JAPANESE_JAPAN.AL32UTF8", 70, "JPY"},
+  };
+  for (const auto& c : texts) {
+    EXPECT_EQ(session.Info(session.Handle(c.handle), c.item), c.text) << c.handle << " " << c.item;
+  }
+  const lxhandle german = session.Handle("GERMAN_AUSTRIA.AL32UTF8");
   const struct {
     std::uint32_t item;
     std::uint32_t number;

@@ -5,7 +5,6 @@
 #include <thread>
 #include <vector>
 
-#include "core/os/process_lock.h"
 #include "nls/nlb_check.h"
 #include "tests/support/nls_exercise.h"
 #include "tests/support/nls_fixture.h"
@@ -253,22 +252,6 @@ TEST(LxlArea, ThreadsHaveTheirOwnStateInRunMode2) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(lxlrunmode(before), 2);
   EXPECT_EQ(lxlrunmode(7), before) << "an unknown mode changes nothing";
-}
-
-TEST(ProcessLock, IsRecursiveAndExcludesOtherThreads) {
-  int counter = 0;  // guarded by the lock
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&counter] {
-      for (int n = 0; n < 1000; ++n) {
-        const os::ProcessLock outer;
-        const os::ProcessLock inner;
-        ++counter;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(counter, 4000);
 }
 
 }  // namespace

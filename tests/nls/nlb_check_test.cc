@@ -132,40 +132,5 @@ TEST(NlbCheck, EachFaultIsFound) {
   }
 }
 
-TEST(NlbCheck, AnySizeOfAnyFile) {
-  for (const fs::path& file : ObjectFiles(test::TestHome())) {
-    const Bytes whole = test::ReadFile(file);
-    for (std::size_t size = 0; size < std::min<std::size_t>(whole.size(), 2600); size += 5) {
-      // Exactly as large as it is told, and at the end of a page.
-      test::GuardedBuffer cut((size + 7) / 8 * 8);
-      std::memcpy(cut.data(), whole.data(), size);
-      EXPECT_NE(lxlobjcheck(cut.data(), size, 0), nullptr);
-      std::memcpy(cut.data(), whole.data(), size);
-      EXPECT_NE(lxlobjcheck(cut.data(), size, 1), nullptr);
-    }
-  }
-}
-
-// A table whose offset points to the last bytes is not read past them.
-TEST(NlbCheck, DamagedTablesStayInsideTheObject) {
-  for (const char* name : {"lx20343", "lx20369", "lx2035e", "lx50004"}) {
-    const Bytes good = test::ReadFile(test::TestHome() / "nls/data" / (std::string(name) + ".nlb"));
-    test::GuardedBuffer buffer((good.size() + 7) / 8 * 8);
-    std::uint8_t* bytes = buffer.data();
-    const std::size_t size = good.size();
-    std::uint64_t random = 12345;
-    for (int round = 0; round < 2000; ++round) {
-      std::memcpy(bytes, good.data(), size);
-      for (int n = 0; n < 3; ++n) {
-        random = random * 6364136223846793005u + 1442695040888963407u;
-        const std::size_t at = random >> 33;
-        const bool header = (random & 1024) != 0;
-        bytes[at % (header ? 512 : size)] = static_cast<std::uint8_t>(random >> 20);
-      }
-      lxlobjcheck(bytes, size, 0);
-    }
-  }
-}
-
 }  // namespace
 }  // namespace kestra::nls

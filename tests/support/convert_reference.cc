@@ -1,5 +1,9 @@
 #include "tests/support/convert_reference.h"
 
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
 #include "kestra/convert.h"
 
 namespace kestra::test::ref {
@@ -133,30 +137,46 @@ std::string LittleEndian(std::uint32_t unit) {
 
 }  // namespace
 
-Set TableSet(const std::vector<Mapping>& mappings, const std::string& replacement) {
-  std::map<std::string, std::uint32_t> decode;
-  std::map<std::uint32_t, std::string> encode;
-  std::map<char, std::size_t> lengths;
-  for (const Mapping& m : mappings) {
-    if (m.decodes) decode[m.bytes] = m.code_point;
-    if (m.encodes) encode[m.code_point] = m.bytes;
-    lengths[m.bytes[0]] = m.bytes.size();
+Map::Map(const std::string& path) {
+  std::ifstream file(KESTRA_SOURCE_DIR "/" + path);
+  if (!file) throw std::runtime_error("no map " + path);
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    const bool decode_only = line[0] == '!';
+    std::istringstream fields(line.substr(decode_only ? 1 : 0));
+    std::string digits;
+    std::uint32_t code;
+    fields >> digits >> std::hex >> code;
+    std::string bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+      bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    }
+    decode.emplace(bytes, code);
+    if (!decode_only) encode.emplace(code, bytes);
   }
+}
+
+Set TableSet(const Map& map, const std::string& replacement) {
+  std::map<char, std::size_t> lengths;
   Set set;
-  set.read = [decode, lengths](const std::string& text, std::size_t at) -> Unit {
+  for (const auto& [bytes, code] : map.decode) {
+    lengths[bytes[0]] = bytes.size();
+    set.characters.push_back(code);
+  }
+  set.read = [map, lengths](const std::string& text, std::size_t at) -> Unit {
     const auto length = lengths.find(text[at]);
     if (length == lengths.end()) return {std::nullopt, 1, false};
     if (text.size() - at < length->second) return {std::nullopt, text.size() - at, true};
     const std::string bytes = text.substr(at, length->second);
-    const auto it = decode.find(bytes);
-    if (it != decode.end()) return {it->second, bytes.size(), false};
+    const auto it = map.decode.find(bytes);
+    if (it != map.decode.end()) return {it->second, bytes.size(), false};
     std::size_t n = 1;
     while (n < bytes.size() && (bytes[n] & 0x80) != 0) ++n;
     return {std::nullopt, n, false};
   };
-  set.write = [encode](std::uint32_t code_point) {
-    const auto it = encode.find(code_point);
-    return it == encode.end() ? std::string() : it->second;
+  set.write = [map](std::uint32_t code_point) {
+    const auto it = map.encode.find(code_point);
+    return it == map.encode.end() ? std::string() : it->second;
   };
   set.replacement = replacement;
   return set;

@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "kestra/context.h"
-#include "tests/support/charset_builder.h"
 
 namespace kestra::test::ref {
 
@@ -29,9 +28,17 @@ struct Set {
   std::function<std::string(std::uint32_t code_point)> write;  // empty: not in the set
   std::string replacement;
   bool two_byte_units = false;
+  std::vector<std::uint32_t> characters;  // of a table
 };
 
-Set TableSet(const std::vector<Mapping>& mappings, const std::string& replacement);
+// A committed map: by line bytes and code point, "!" in front of what only decodes.
+struct Map {
+  explicit Map(const std::string& path);  // from the top of the sources
+  std::map<std::string, std::uint32_t> decode;
+  std::map<std::uint32_t, std::string> encode;
+};
+
+Set TableSet(const Map& map, const std::string& replacement);
 Set UnicodeSet(std::uint16_t id);
 
 struct Result {
