@@ -1,8 +1,6 @@
 // Every member, copy, scan and conversion at every processor level against 256-bit arithmetic: all
 // widths, lengths around the groups of 64, odd addresses, nulls of every kind. Arrays have no byte
 // to spare, so that the address sanitizer sees a step too far.
-#include "number/kernels/ldsb_kernels.h"
-
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -107,23 +105,6 @@ TEST_P(LdsbKernels, MembersAgreeWithTheReference) {
   }
 }
 
-TEST_P(LdsbKernels, ResultsMayReplaceAnInput) {
-  ColumnSource source(2);
-  for (std::uint32_t in = 1; in <= 6; ++in) {
-    const std::size_t width = kElementWidths[in];
-    const Bytes left = source.Elements(200, width);
-    const Bytes nulls = source.Nulls(200, NullKind::kBytes);
-    const ldsboperation record = {nulls.data(), in, 0, nullptr, 0};
-    ldsbmember member = nullptr;
-    ASSERT_EQ(ldsbget_operation(nullptr, KES_DSB_SUBTRACT, in, in, in, &member), KES_DSB_OK);
-    Bytes fresh = left;
-    Bytes same = left;
-    ASSERT_EQ(member(200, left.data(), left.data(), fresh.data(), &record), KES_DSB_OK);
-    ASSERT_EQ(member(200, same.data(), left.data(), same.data(), &record), KES_DSB_OK);
-    EXPECT_EQ(fresh, same) << in;
-  }
-}
-
 TEST(LdsbMembers, OtherOutputPrecisionsAreRefused) {
   std::uint8_t bytes[24] = {};
   for (std::uint32_t operation = 0; operation <= 6; ++operation) {
@@ -136,141 +117,6 @@ TEST(LdsbMembers, OtherOutputPrecisionsAreRefused) {
         EXPECT_EQ(member(0, bytes, bytes, bytes, &record),
                   allowed ? KES_DSB_OK : KES_DSB_NO_MEMBER);
       }
-    }
-  }
-}
-
-TEST_P(LdsbKernels, ConversionsKeepTheLowBytesAndTheSign) {
-  ColumnSource source(4);
-  for (std::size_t in = 1; in <= 6; ++in) {
-    for (std::size_t out = 1; out <= 6; ++out) {
-      if (in == out) continue;
-      for (const std::size_t count : kCounts) {
-        for (const NullKind kind : kNullKinds) {
-          SCOPED_TRACE(testing::Message() << in << "->" << out << " count " << count);
-          const Bytes data = source.Elements(count, kElementWidths[in]);
-          const Bytes nulls = source.Nulls(count, kind);
-          Bytes output(count * kElementWidths[out], 0xA5);
-          kestra::number::dsb::FindKernel([&](const kestra::number::dsb::Kernels& k) {
-            return k.convert[in - 1][out - 1];
-          })(count, data.data(), output.data(), OrNone(nulls));
-          for (std::size_t i = 0; i < count; ++i) {
-            Bytes wanted(kElementWidths[out], 0xA5);
-            if (!IsNull(nulls, i))
-              ElementAt(data, i, kElementWidths[in]).ToBytes(wanted.data(), wanted.size());
-            ASSERT_EQ(std::memcmp(output.data() + i * wanted.size(), wanted.data(), wanted.size()),
-                      0);
-          }
-        }
-      }
-    }
-  }
-}
-
-TEST_P(LdsbKernels, ScansCopiesAndComparisons) {
-  ColumnSource source(5);
-  for (std::uint32_t precision = 1; precision <= 6; ++precision) {
-    const std::size_t width = kElementWidths[precision];
-    for (const std::size_t count : kCounts) {
-      for (const NullKind kind : kNullKinds) {
-        SCOPED_TRACE(testing::Message() << "precision " << precision << " count " << count);
-        const Bytes data = source.Elements(count, width);
-        Bytes other = source.Elements(count, width);
-        for (std::size_t i = 0; i < count; i += 3) {
-          std::memcpy(other.data() + i * width, data.data() + i * width, width);
-        }
-        const Bytes nulls = source.Nulls(count, kind);
-        ldsbminmax minmax = {};
-        ldsbminmax copied = {};
-        Bytes output(count * width, 0xA5);
-        ASSERT_EQ(ldsbminmaxdsbs(width, count, data.data(), OrNone(nulls), &minmax), KES_DSB_OK);
-        ASSERT_EQ(ldsbcopydsbs(width, count, data.data(), output.data(), OrNone(nulls), &copied),
-                  KES_DSB_OK);
-        for (std::uint32_t relation = 0; relation < 8; ++relation) {
-          Bytes matches((count + 7) / 8, 0xA5);
-          const bool one = relation == 5 && count != 0;
-          kestra::number::dsb::FindKernel([&](const kestra::number::dsb::Kernels& k) {
-            return k.compare[precision - 1];
-          })(count, data.data(), other.data(), one, relation, OrNone(nulls), matches.data());
-          for (std::size_t i = 0; i < 8 * matches.size(); ++i) {
-            bool wanted = false;
-            if (i < count && !IsNull(nulls, i)) {
-              const Wide x = ElementAt(data, i, width);
-              const Wide y = ElementAt(other, one ? 0 : i, width);
-              wanted = (relation & (x < y ? 1u : y < x ? 4u : 2u)) != 0;
-            }
-            ASSERT_EQ(IsNull(matches, i), wanted) << i;
-          }
-        }
-        Extremes extremes;
-        for (std::size_t i = 0; i < count; ++i) {
-          const Wide x = ElementAt(data, i, width);
-          if (!IsNull(nulls, i)) extremes.Add(x);
-          Bytes wanted(width, 0xA5);
-          if (!IsNull(nulls, i)) x.ToBytes(wanted.data(), width);
-          ASSERT_EQ(std::memcmp(output.data() + i * width, wanted.data(), width), 0);
-        }
-        extremes.Expect(minmax);
-        extremes.Expect(copied);
-      }
-    }
-  }
-}
-
-// Element numbers reach elements in any order, more than once, and only where no null is.
-TEST(LdsbIndexed, GatherAndScatter) {
-  ColumnSource source(7);
-  constexpr std::size_t kLimit = 50;
-  for (std::uint32_t precision = 1; precision <= 6; ++precision) {
-    const std::size_t width = kElementWidths[precision];
-    for (const NullKind kind : kNullKinds) {
-      const std::size_t count = 100;
-      const Bytes nulls = source.Nulls(count, kind);
-      std::vector<std::uint32_t> index(count);
-      for (std::size_t i = 0; i < count; ++i) {
-        index[i] = IsNull(nulls, i) ? 0xFFFFFFFF : static_cast<std::uint32_t>(source.Below(kLimit));
-      }
-      const Bytes few = source.Elements(kLimit, width);
-      const Bytes many = source.Elements(count, width);
-      Bytes gathered(count * width, 0xA5), wanted_gathered = gathered;
-      Bytes scattered(kLimit * width, 0xA5), wanted_scattered = scattered;
-      Extremes extremes;
-      for (std::size_t i = 0; i < count; ++i) {
-        if (IsNull(nulls, i)) continue;
-        std::memcpy(wanted_gathered.data() + i * width, few.data() + index[i] * width, width);
-        std::memcpy(wanted_scattered.data() + index[i] * width, many.data() + i * width, width);
-        extremes.Add(ElementAt(few, index[i], width));
-      }
-      ldsbminmax minmax[2] = {};
-      ASSERT_EQ(ldsbcopydsbs_gather(width, count, index.data(), few.data(), kLimit, gathered.data(),
-                                    OrNone(nulls), &minmax[0]),
-                KES_DSB_OK);
-      ASSERT_EQ(ldsbminmaxdsbs_gather(width, count, index.data(), few.data(), kLimit, OrNone(nulls),
-                                      &minmax[1]),
-                KES_DSB_OK);
-      ASSERT_EQ(ldsbcopydsbs_scatter(width, count, index.data(), many.data(), scattered.data(),
-                                     kLimit, OrNone(nulls), nullptr),
-                KES_DSB_OK);
-      EXPECT_EQ(gathered, wanted_gathered);
-      EXPECT_EQ(scattered, wanted_scattered);
-      extremes.Expect(minmax[0]);
-      extremes.Expect(minmax[1]);
-      if (kind == NullKind::kAll) continue;
-      // One number past the end: nothing is touched.
-      std::size_t alive = 0;
-      while (IsNull(nulls, alive)) ++alive;
-      index[alive] = kLimit;
-      Bytes untouched(count * width, 0x5A);
-      EXPECT_EQ(ldsbcopydsbs_gather(width, count, index.data(), few.data(), kLimit,
-                                    untouched.data(), OrNone(nulls), nullptr),
-                KES_DSB_BOUNDS);
-      EXPECT_EQ(ldsbcopydsbs_scatter(width, count, index.data(), many.data(), untouched.data(),
-                                     kLimit, OrNone(nulls), nullptr),
-                KES_DSB_BOUNDS);
-      EXPECT_EQ(ldsbminmaxdsbs_gather(width, count, index.data(), few.data(), kLimit, OrNone(nulls),
-                                      &minmax[1]),
-                KES_DSB_BOUNDS);
-      EXPECT_EQ(untouched, Bytes(count * width, 0x5A));
     }
   }
 }

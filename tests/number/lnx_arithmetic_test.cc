@@ -4,32 +4,17 @@
 #include "kestra/number.h"
 #include "kestra/number_tables.h"
 #include "tests/support/hex.h"
+#include "tests/support/number_call.h"
 
 namespace kestra::number {
 namespace {
 
 using Number = std::vector<std::uint8_t>;
+using test::Apply;
 using test::Bytes;
 using test::Hex;
 
 using Binary = void(const uint8_t*, size_t, const uint8_t*, size_t, uint8_t*, size_t*) noexcept;
-using Unary = void(const uint8_t*, size_t, uint8_t*, size_t*) noexcept;
-
-Number Apply(Binary* function, const Number& x, const Number& y) {
-  Number out(KES_NUMBER_BYTES);
-  std::size_t length = 0;
-  function(x.data(), x.size(), y.data(), y.size(), out.data(), &length);
-  out.resize(length);
-  return out;
-}
-
-Number Apply(Unary* function, const Number& x) {
-  Number out(KES_NUMBER_BYTES);
-  std::size_t length = 0;
-  function(x.data(), x.size(), out.data(), &length);
-  out.resize(length);
-  return out;
-}
 
 struct BinaryCase {
   const char* what;
@@ -41,36 +26,24 @@ struct BinaryCase {
 
 constexpr BinaryCase kBinaryCases[] = {
     {"opposites leave the one-byte zero", lnxadd, "C1 02", "3E 64 66", "80"},
-    {"equal fractions subtract to zero", lnxsub, "C0 33", "C0 33", "80"},
     {"a carry through 38 nines adds a digit", lnxadd, "D3 64*19", "C1 02", "D4 02"},
-    {"a carry through 40 nines rounds to one digit", lnxadd, "C1 64*20", "AD 33", "C2 02"},
     {"digit 21 is 50: away from zero", lnxadd, "D4 02 01*18 02", "C0 33", "D4 02 01*18 03"},
-    {"digit 21 is 50, negative: away from zero", lnxsub, "2B 64 65*18 64", "C0 33",
-     "2B 64 65*18 63"},
     {"digit 21 is 49: cut off", lnxadd, "D4 02 01*18 02", "C0 32 64*10", "D4 02 01*18 02"},
-    {"a borrow from far below leaves 99s that round back", lnxsub, "C1 02", "80 02", "C1 02"},
-    {"cancellation is exact", lnxsub, "C1 02 01*18 02", "C1 02", "AE 02"},
     {"of unlike infinities added the first decides", lnxadd, "FF 65", "00", "FF 65"},
-    {"infinity decides", lnxsub, "C1 02", "FF 65", "00"},
     {"like infinities subtract to zero", lnxsub, "FF 65", "FF 65", "80"},
     {"unlike infinities: the first decides", lnxsub, "00", "FF 65", "00"},
     {"like infinities add", lnxadd, "00", "00", "00"},
     {"too large is infinity", lnxmul, "FF 64", "C2 02", "FF 65"},
-    {"too large and negative", lnxmul, "FF 64", "3D 64 66", "00"},
     {"a rounded-up sum may be too large", lnxadd, "FF 64*20", "EB 64", "FF 65"},
     {"too small is zero", lnxdiv, "80 02", "C1 0B", "80"},
     {"the smallest number", lnxdiv, "80 0B", "C1 0B", "80 02"},
     {"zero times infinity, zero being positive", lnxmul, "80", "00", "00"},
     {"a number over zero", lnxdiv, "C1 06", "80", "FF 65"},
-    {"a negative number over zero", lnxdiv, "3E 60 66", "80", "00"},
     {"zero over zero", lnxdiv, "80", "80", "FF 65"},
     {"zero over infinity", lnxdiv, "80", "00", "80"},
     {"infinity over infinity", lnxdiv, "FF 65", "00", "00"},
     {"a number over infinity", lnxdiv, "C1 06", "FF 65", "80"},
-    {"two thirds round up", lnxdiv, "C1 03", "C1 04", "C0 43*19 44"},
-    {"one third is cut", lnxdiv, "3E 64 66", "C1 04", "3F 44*20"},
     {"a remainder has the sign of the dividend", lnxmod, "3E 5E 66", "C1 04", "3E 64 66"},
-    {"a remainder of numbers far apart is exact", lnxmod, "FF 02", "C1 08", "C1 05"},
     {"the nearest quotient rounds its half away", lnxrem, "C1 06", "C1 03", "3E 64 66"},
     {"modulo zero", lnxmod, "C1 06", "80", "C1 06"},
     {"infinity modulo a number", lnxrem, "00", "C1 06", "00"},
@@ -111,21 +84,12 @@ constexpr RoundCase kRoundCases[] = {
     {"infinity", "FF 65", 0, "FF 65", "FF 65", "FF 65"},
 };
 
-Number ApplyRound(void (*function)(const uint8_t*, size_t, uint8_t*, size_t*, int) noexcept,
-                  const Number& x, int places) {
-  Number out(KES_NUMBER_BYTES);
-  std::size_t length = 0;
-  function(x.data(), x.size(), out.data(), &length, places);
-  out.resize(length);
-  return out;
-}
-
 TEST(LnxRound, HandWorkedCases) {
   for (const RoundCase& c : kRoundCases) {
     SCOPED_TRACE(c.what);
-    EXPECT_EQ(Hex(ApplyRound(lnxrou, Bytes(c.x), c.places)), Hex(Bytes(c.away)));
-    EXPECT_EQ(Hex(ApplyRound(lnxrou2e, Bytes(c.x), c.places)), Hex(Bytes(c.even)));
-    EXPECT_EQ(Hex(ApplyRound(lnxtru, Bytes(c.x), c.places)), Hex(Bytes(c.cut)));
+    EXPECT_EQ(Hex(Apply(lnxrou, Bytes(c.x), c.places)), Hex(Bytes(c.away)));
+    EXPECT_EQ(Hex(Apply(lnxrou2e, Bytes(c.x), c.places)), Hex(Bytes(c.even)));
+    EXPECT_EQ(Hex(Apply(lnxtru, Bytes(c.x), c.places)), Hex(Bytes(c.cut)));
   }
 }
 
@@ -196,35 +160,6 @@ TEST(LnxCheck, WellFormedOrNot) {
   EXPECT_EQ(lnxchk(none, 0), 0);
   EXPECT_EQ(lnxchk(nullptr, 5), 0);
   EXPECT_EQ(lnxqchk(nullptr, 0, 1), 0);
-}
-
-TEST(LnxIncrement, CountsThroughEveryCarry) {
-  std::uint8_t counter[KES_NUMBER_PREFIXED_BYTES] = {1, 0x80};
-  Number sum = {0x80};
-  for (int i = 0; i < 20'000; ++i) {
-    lnxinc(counter, nullptr);
-    sum = Apply(lnxadd, sum, {0xC1, 2});
-    ASSERT_EQ(Hex(counter + 1, counter[0]), Hex(sum));
-  }
-  EXPECT_EQ(Hex(sum), Hex(Bytes("C3 03")));  // 20000
-  std::size_t length = counter[0];
-  for (int i = 0; i < 20'000; ++i) lnxdec(counter + 1, &length);
-  EXPECT_EQ(Hex(counter + 1, length), "80");
-}
-
-// Malformed numbers: the answer is a well-formed number, the same with both stored forms.
-TEST(LnxMalformed, EveryThreeByteInputGivesAWellFormedResult) {
-  const Number other = Bytes("C1 0A 33");
-  Binary* const functions[] = {lnxadd, lnxsub, lnxmul, lnxdiv, lnxmod, lnxrem};
-  for (unsigned bits = 0; bits < 1u << 24; bits += 37) {  // odd: all low bytes in turn
-    const Number x = {static_cast<std::uint8_t>(bits >> 16), static_cast<std::uint8_t>(bits >> 8),
-                      static_cast<std::uint8_t>(bits)};
-    Binary* function = functions[bits % std::size(functions)];
-    Number result = Apply(function, x, other);
-    ASSERT_EQ(lnxchk(result.data(), result.size()), 1) << Hex(x);
-    result = Apply(function, other, x);
-    ASSERT_EQ(lnxchk(result.data(), result.size()), 1) << Hex(x);
-  }
 }
 
 TEST(LnxMalformed, LengthsOutOfRangeAreCut) {

@@ -4,11 +4,12 @@
 #include <bit>
 #include <cstring>
 
-#include "core/os/cpu.h"
 #include "kestra/number.h"
 #include "kestra/number_array.h"
 #include "number/kernels/number_kernels.h"
+#include "tests/support/cpu_level_test.h"
 #include "tests/support/hex.h"
+#include "tests/support/number_call.h"
 #include "tests/support/number_random.h"
 
 namespace kestra::number {
@@ -29,11 +30,7 @@ Number ShortNumber(NumberSource& source) {
                                                        : 2 + source.Below(99)));
   }
   if (source.Below(3) == 0) {
-    Number negative(KES_NUMBER_BYTES);
-    std::size_t length = 0;
-    lnxneg(number.data(), number.size(), negative.data(), &length);
-    negative.resize(length);
-    return negative;
+    return test::Apply(lnxneg, number);
   }
   return number;
 }
@@ -71,10 +68,12 @@ struct Output {
   Number area;
 };
 
-class LnxArray : public testing::TestWithParam<os::CpuLevel> {};
+using LnxArray = test::CpuLevelTest;
+INSTANTIATE_TEST_SUITE_P(Kernels, LnxArray,
+                         testing::Values(os::CpuLevel::kBaseline, os::CpuLevel::kAvx512),
+                         test::LevelName);
 
 TEST_P(LnxArray, EqualsTheScalarFormForEachElement) {
-  if (os::GetCpuLevel() < GetParam()) GTEST_SKIP() << "not on this machine";
   const Kernels& k = KernelsFor(GetParam());
   struct Case {
     BinaryArrayFunction* binary;
@@ -137,15 +136,13 @@ TEST_P(LnxArray, EqualsTheScalarFormForEachElement) {
           continue;
         }
         ASSERT_EQ(out.pointer[i], next);
-        Number wanted(KES_NUMBER_BYTES);
-        std::size_t length = 0;
-        if (c.binary != nullptr) {
-          c.scalar_binary(x.pointer[i], x.length[i], y.pointer[i], y.length[i], wanted.data(),
-                          &length);
-        } else {
-          c.scalar_unary(x.pointer[i], x.length[i], wanted.data(), &length);
-        }
-        wanted.resize(length);
+        const Number wanted = test::Output([&](auto* to, auto* length) {
+          if (c.binary != nullptr) {
+            c.scalar_binary(x.pointer[i], x.length[i], y.pointer[i], y.length[i], to, length);
+          } else {
+            c.scalar_unary(x.pointer[i], x.length[i], to, length);
+          }
+        });
         ASSERT_EQ(Hex(out.At(i)), Hex(wanted)) << Hex(x.numbers[i]) << " " << Hex(y.numbers[i]);
         next += out.length[i];
       }
@@ -154,7 +151,6 @@ TEST_P(LnxArray, EqualsTheScalarFormForEachElement) {
 }
 
 TEST_P(LnxArray, AnAreaTooSmallZeroesEverything) {
-  if (os::GetCpuLevel() < GetParam()) GTEST_SKIP() << "not on this machine";
   const Kernels& k = KernelsFor(GetParam());
   NumberSource source(5);
   const std::size_t n = 19;
@@ -185,7 +181,6 @@ TEST_P(LnxArray, AnAreaTooSmallZeroesEverything) {
 }
 
 TEST_P(LnxArray, ComparesLikeTheScalarForm) {
-  if (os::GetCpuLevel() < GetParam()) GTEST_SKIP() << "not on this machine";
   NumberSource source(9);
   const std::size_t n = 999;
   const Column x(source, n);
@@ -201,12 +196,6 @@ TEST_P(LnxArray, ComparesLikeTheScalarForm) {
     EXPECT_EQ(result[i], null ? 0 : lnxcmp(x.pointer[i], x.length[i], y.pointer[i], y.length[i]));
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Kernels, LnxArray,
-                         testing::Values(os::CpuLevel::kBaseline, os::CpuLevel::kAvx512),
-                         [](const testing::TestParamInfo<os::CpuLevel>& level) {
-                           return level.param == os::CpuLevel::kBaseline ? "Scalar" : "Avx512";
-                         });
 
 TEST(LnxCheckArray, StopsAtTheFirstOrCountsAll) {
   const Number good = {0xC1, 2};

@@ -9,8 +9,8 @@
 #include "kestra/number.h"
 #include "kestra/number_native.h"
 #include "tests/support/hex.h"
+#include "tests/support/number_call.h"
 #include "tests/support/number_random.h"
-#include "tests/support/number_reference.h"
 
 namespace kestra::number {
 namespace {
@@ -18,15 +18,8 @@ namespace {
 using Number = std::vector<std::uint8_t>;
 using test::Bytes;
 using test::Hex;
+using test::Output;
 namespace ref = test::ref;
-
-Number FromInteger(std::int64_t value) {
-  Number out(KES_NUMBER_BYTES);
-  std::size_t length = 0;
-  lnxmin(value, out.data(), &length);
-  out.resize(length);
-  return out;
-}
 
 std::string Shown(const Number& number) {  // digits and exponent, as strtod reads them
   const ref::Exact exact = ref::Read(number);
@@ -38,11 +31,8 @@ std::string Shown(const Number& number) {  // digits and exponent, as strtod rea
 
 template <typename Function, typename Value>
 Number FromFloat(Function function, Value value, int status) {
-  Number out(KES_NUMBER_BYTES);
-  std::size_t length = 0;
-  EXPECT_EQ(function(value, out.data(), &length), status) << value;
-  out.resize(length);
-  return out;
+  return Output(
+      [&](auto* out, auto* length) { EXPECT_EQ(function(value, out, length), status) << value; });
 }
 
 TEST(LnxNative, IntegersGoThereAndBack) {
@@ -50,7 +40,7 @@ TEST(LnxNative, IntegersGoThereAndBack) {
   for (int i = 0; i < 100'000; ++i) {
     const auto bits = source.Below(~std::uint64_t{0}) >> source.Below(64);
     const auto value = static_cast<std::int64_t>(source.Below(2) != 0 ? bits : 0 - bits);
-    const Number number = FromInteger(value);
+    const Number number = Output([&](auto* out, auto* length) { lnxmin(value, out, length); });
     ASSERT_EQ(lnxchk(number.data(), number.size()), 1);
     ASSERT_EQ(Hex(number),
               Hex(ref::Write({false, value < 0, std::to_string(value).substr(value < 0), 0})));
@@ -111,16 +101,15 @@ TEST(LnxNative, LimitsOfEveryWidth) {
       continue;
     }
     if (limit.size == 16) {
-      Number back(KES_NUMBER_BYTES);
-      std::size_t length = 0;
       const auto high = static_cast<std::uint64_t>(value >> 64);
       const auto low = static_cast<std::uint64_t>(value);
-      if (limit.is_signed) {
-        lnxmiq(static_cast<std::int64_t>(high), low, back.data(), &length);
-      } else {
-        lnxmuq(high, low, back.data(), &length);
-      }
-      back.resize(length);
+      const Number back = Output([&](auto* out, auto* length) {
+        if (limit.is_signed) {
+          lnxmiq(static_cast<std::int64_t>(high), low, out, length);
+        } else {
+          lnxmuq(high, low, out, length);
+        }
+      });
       EXPECT_EQ(Hex(back), Hex(number));
     }
   }

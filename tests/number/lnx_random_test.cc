@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/os/cpu.h"
 #include "kestra/number.h"
 #include "number/kernels/number_kernels.h"
+#include "tests/support/cpu_level_test.h"
 #include "tests/support/hex.h"
 #include "tests/support/number_random.h"
 #include "tests/support/number_reference.h"
@@ -108,13 +108,12 @@ constexpr RoundCase kRoundCases[] = {
     {"truncated", &Kernels::truncate, ref::Mode::kTruncate},
 };
 
-class LnxRandom : public testing::TestWithParam<os::CpuLevel> {
+class LnxRandom : public test::CpuLevelTest {
  protected:
   const Kernels& kernels() const { return KernelsFor(GetParam()); }
 };
 
 TEST_P(LnxRandom, BinaryOperationsAgreeWithExactArithmetic) {
-  if (os::GetCpuLevel() < GetParam()) GTEST_SKIP() << "not on this machine";
   NumberSource source(20261122);
   const std::uint64_t rounds = OperationCount() / 2;
   std::uint64_t done = 0;
@@ -145,7 +144,6 @@ TEST_P(LnxRandom, BinaryOperationsAgreeWithExactArithmetic) {
 }
 
 TEST_P(LnxRandom, RoundingAgreesWithExactArithmetic) {
-  if (os::GetCpuLevel() < GetParam()) GTEST_SKIP() << "not on this machine";
   NumberSource source(7);
   const std::uint64_t rounds = OperationCount() / 4;
   for (std::uint64_t round = 0; round < rounds; ++round) {
@@ -163,58 +161,9 @@ TEST_P(LnxRandom, RoundingAgreesWithExactArithmetic) {
   }
 }
 
-TEST_P(LnxRandom, ComparisonIsTheOrderOfTheValues) {
-  if (os::GetCpuLevel() < GetParam()) GTEST_SKIP() << "not on this machine";
-  NumberSource source(11);
-  const std::uint64_t rounds = OperationCount() / 8;
-  const auto sign = [](int value) { return (value > 0) - (value < 0); };
-  for (std::uint64_t round = 0; round < rounds; ++round) {
-    const Number x = source.Next();
-    const Number y = source.Below(4) == 0 ? x : source.Next();
-    Arena arena(source);
-    const Arena::Input a = arena.Place(x, 0);
-    const Arena::Input b = arena.Place(y, 32);
-    const int order = kernels().compare(a.pointer, a.length, b.pointer, b.length);
-    ASSERT_EQ(sign(order), ref::Compare(x, y)) << Hex(x) << " " << Hex(y);
-    ASSERT_EQ(order, scalar::Compare(a.pointer, a.length, b.pointer, b.length));
-  }
-}
-
 INSTANTIATE_TEST_SUITE_P(Kernels, LnxRandom,
                          testing::Values(os::CpuLevel::kBaseline, os::CpuLevel::kAvx512),
-                         [](const testing::TestParamInfo<os::CpuLevel>& level) {
-                           return level.param == os::CpuLevel::kBaseline ? "Words" : "Avx512";
-                         });
-
-TEST(LnxRandom, SignsCopiesAndStepsAgreeWithExactArithmetic) {
-  NumberSource source(13);
-  const Number one = {0xC1, 2};
-  for (std::uint64_t round = 0; round < OperationCount() / 8; ++round) {
-    const Number x = source.Next();
-    Arena arena(source);
-    const Arena::Input a = arena.Place(x, 8);
-    Number wanted;
-    const std::uint64_t which = round % 3;
-    const Number result = arena.Run([&](std::uint8_t* out, std::size_t* outlen) {
-      if (which == 0) lnxneg(a.pointer, a.length, out, outlen);
-      if (which == 1) lnxabs(a.pointer, a.length, out, outlen);
-      if (which == 2) lnxcopy(a.pointer, a.length, out, outlen);
-    });
-    wanted = which == 0 ? ref::Negate(x) : which == 1 ? ref::Absolute(x) : x;
-    ASSERT_EQ(Hex(result), Hex(wanted)) << Hex(x);
-
-    std::uint8_t bytes[KES_NUMBER_PREFIXED_BYTES];
-    bytes[0] = static_cast<std::uint8_t>(x.size());
-    std::copy(x.begin(), x.end(), bytes + 1);
-    if (which == 0) {
-      lnxinc(bytes, nullptr);
-    } else {
-      lnxdec(bytes, nullptr);
-    }
-    wanted = which == 0 ? ref::Add(x, one) : ref::Subtract(x, one);
-    ASSERT_EQ(Hex(Number(bytes + 1, bytes + 1 + bytes[0])), Hex(wanted)) << Hex(x);
-  }
-}
+                         test::LevelName);
 
 }  // namespace
 }  // namespace kestra::number

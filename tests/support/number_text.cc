@@ -39,39 +39,15 @@ lnxspan Span(std::string_view bytes) { return {Data(bytes), bytes.size()}; }
 namespace ref {
 
 NumberBytes NumberOfDigits(std::string_view text) {
-  const bool negative = text.starts_with('-');
-  if (negative) text.remove_prefix(1);
-  const std::size_t point = text.find('.');
-  std::string integers(text.substr(0, point));
-  std::string fraction(point == std::string_view::npos ? "" : text.substr(point + 1));
-  if (integers.size() % 2 == 1) integers.insert(0, "0");
-  if (fraction.size() % 2 == 1) fraction += "0";
-  std::string digits = integers + fraction;
-  int exponent = static_cast<int>(integers.size() / 2);
-  while (digits.starts_with("00")) {
-    digits.erase(0, 2);
-    --exponent;
+  Exact value;
+  value.negative = text.starts_with('-');
+  value.digits = text.substr(value.negative ? 1 : 0);
+  const std::size_t point = value.digits.find('.');
+  if (point != std::string::npos) {
+    value.digits.erase(point, 1);
+    value.scale = -static_cast<int>(value.digits.size() - point);
   }
-  if (digits.empty()) return {0x80};
-  if (digits.size() > 40) {
-    const bool up = digits[40] >= '5';
-    digits.resize(40);
-    std::size_t i = 40;
-    while (up && i > 0 && digits[i - 1] == '9') digits[--i] = '0';
-    if (up && i > 0) ++digits[i - 1];
-    if (up && i == 0) {
-      digits.insert(0, "01");
-      ++exponent;
-    }
-  }
-  while (digits.ends_with("00")) digits.resize(digits.size() - 2);
-  NumberBytes number = {static_cast<std::uint8_t>(negative ? 63 - exponent : 192 + exponent)};
-  for (std::size_t i = 0; i < digits.size(); i += 2) {
-    const int pair = std::stoi(digits.substr(i, 2));
-    number.push_back(static_cast<std::uint8_t>(negative ? 101 - pair : 1 + pair));
-  }
-  if (negative && number.size() < 21) number.push_back(102);
-  return number;
+  return Write(value);
 }
 
 }  // namespace ref

@@ -1,17 +1,16 @@
-// Numbers as text in tests: short ways to call the library, and a slow reading of digits to
-// compare.
+// Numbers as text in tests: short ways to call the library, and the reference's reading.
 #pragma once
-#include <cstdint>
+#include <gtest/gtest.h>
+
 #include <random>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "kestra/number_text.h"
+#include "tests/support/number_reference.h"
 
 namespace kestra::test {
 
-using NumberBytes = std::vector<std::uint8_t>;
+using ref::NumberBytes;
 
 // The number that the library reads from text; ends the program when it does not.
 NumberBytes Number(std::string_view text);
@@ -23,10 +22,24 @@ std::string Text(const NumberBytes& number, const lnxtextform* form = nullptr,
 lnxspan Span(std::string_view bytes);
 
 namespace ref {
-// [-]digits[.digits] as a number, by string surgery: pads to whole pairs, cuts 20 of them, rounds
-// by counting up in decimal.
-NumberBytes NumberOfDigits(std::string_view text);
-}  // namespace ref
+NumberBytes NumberOfDigits(std::string_view text);  // [-]digits[.digits]
+}
+
+// Calls write(out, room, length) with every room up to more than enough for the whole text: too
+// little is LNX_FULL with the length that is needed, and nothing is written.
+template <typename Write>
+void ExpectEveryRoom(const std::string& whole, const Write& write) {
+  for (std::size_t room = 0; room <= whole.size() + 8; ++room) {
+    std::vector<std::uint8_t> out(room, 0xEE);  // the sanitizer guards its end
+    std::size_t length = 0;
+    const bool enough = room >= whole.size();
+    ASSERT_EQ(write(out.data(), room, &length), enough ? LNX_OK : LNX_FULL) << room;
+    ASSERT_EQ(length, whole.size());
+    std::string wanted(room, '\xEE');
+    if (enough) wanted.replace(0, whole.size(), whole);
+    ASSERT_EQ(std::string(out.begin(), out.end()), wanted);
+  }
+}
 
 // [-]digits[.digits] with up to the given number of digits, often with runs of 0 and 9.
 std::string RandomDigits(std::mt19937_64& random, int max_digits);
