@@ -13,27 +13,27 @@ namespace {
 namespace fs = std::filesystem;
 
 TEST(NlscBuild, EqualInputGivesEqualBytesInAnyEnvironment) {
-  const TemporaryFolder one, two;
+  const ScratchDirectory one, two;
   fs::create_directories(two / "somewhere/else");
   fs::copy(TestSources(), two / "copy", fs::copy_options::recursive);
-  const NlscResult first = RunNlsc(BuildArguments(TestSources(), one / "data"));
-  ASSERT_EQ(first.status, 0) << first.text;
-  const NlscResult second =
-      RunNlsc(BuildArguments(two / "copy", two / "somewhere/else/data"),
-              {{"TZ", "Pacific/Kiritimati"}, {"LC_ALL", "C.UTF-8"}, {"LANG", "tr_TR"}}, 077);
-  ASSERT_EQ(second.status, 0) << second.text;
+  const ChildResult first = RunTool("nlsc", BuildArguments(TestSources(), one / "data"));
+  ASSERT_EQ(first.exit_code, 0) << first.err;
+  const ChildResult second =
+      RunTool("nlsc", BuildArguments(two / "copy", two / "somewhere/else/data"), "",
+              {{"TZ", "Pacific/Kiritimati"}, {"LC_ALL", "C.UTF-8"}, {"LANG", "tr_TR"}});
+  ASSERT_EQ(second.exit_code, 0) << second.err;
   EXPECT_EQ(ReadFolder(one / "data"), ReadFolder(two / "somewhere/else/data"));
   EXPECT_EQ(ReadFolder(one / "data"), ReadFolder(TestObjects()));
   EXPECT_EQ(fs::status(two / "somewhere/else/data/lx1boot.nlb").permissions(), fs::perms(0644));
 }
 
 TEST(NlscBuild, ReplacesTheWholeDirectoryAndLeavesNothingBehind) {
-  const TemporaryFolder folder;
+  const ScratchDirectory folder;
   fs::create_directories(folder / "data");
   WriteFile(folder / "data/stale.nlb", "old");
   fs::create_directories(folder / ".data.new/deep");  // what a killed run left
   WriteFile(folder / ".data.new/deep/file", "half");
-  ASSERT_EQ(RunNlsc(BuildArguments(TestSources(), folder / "data")).status, 0);
+  ASSERT_EQ(RunTool("nlsc", BuildArguments(TestSources(), folder / "data")).exit_code, 0);
   EXPECT_FALSE(fs::exists(folder / "data/stale.nlb"));
   EXPECT_FALSE(fs::exists(folder / ".data.new"));
   EXPECT_TRUE(nlsc::CheckDirectory(folder / "data").empty());
@@ -42,21 +42,22 @@ TEST(NlscBuild, ReplacesTheWholeDirectoryAndLeavesNothingBehind) {
 // A run that is killed at any time leaves the old set or the new one, each of them whole. The two
 // sets differ in byte order.
 TEST(NlscBuild, KilledAtAnyTimeItLeavesAWholeSet) {
-  const TemporaryFolder folder;
-  ASSERT_EQ(RunNlsc(BuildArguments(TestSources(), folder / "data")).status, 0);
+  const ScratchDirectory folder;
+  ASSERT_EQ(RunTool("nlsc", BuildArguments(TestSources(), folder / "data")).exit_code, 0);
   const auto little = ReadFolder(TestObjects()), big = ReadFolder(TestObjects("big"));
   std::mt19937 random(1);
   int killed = 0;
-  for (int round = 0; round < 60; ++round) {
+  for (int round = 0; round < 40; ++round) {
     std::vector<std::string> arguments = BuildArguments(TestSources(), folder / "data");
     if (round % 2 == 0) arguments.push_back("--byte-order=big");
-    if (RunNlsc(arguments, {}, 022, 1 + static_cast<unsigned>(random() % 60'000)).status < 0)
-      ++killed;
+    arguments.insert(arguments.begin(), {"-s", "KILL", "0.0" + std::to_string(100 + random() % 500),
+                                         KESTRA_BUILD_DIR "/bin/nlsc"});
+    killed += RunTool("/usr/bin/timeout", arguments).exit_code == 128 + 9;
     const auto now = ReadFolder(folder / "data");
     ASSERT_TRUE(now == little || now == big) << "round " << round;
   }
   EXPECT_GT(killed, 0);
-  ASSERT_EQ(RunNlsc(BuildArguments(TestSources(), folder / "data")).status, 0);
+  ASSERT_EQ(RunTool("nlsc", BuildArguments(TestSources(), folder / "data")).exit_code, 0);
   EXPECT_EQ(ReadFolder(folder / "data"), little);
 }
 
@@ -79,45 +80,45 @@ TEST(NlscBuild, NamesTheFileAndLineOfABadInputAndKeepsTheOldSet) {
   };
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.message);
-    const TemporaryFolder folder;
+    const ScratchDirectory folder;
     fs::copy(TestSources(), folder / "in", fs::copy_options::recursive);
     fs::create_directories(folder / "data");
     WriteFile(folder / "data/old", "old");
-    std::ofstream(folder / "in" / c.file, std::ios::app) << c.text;
-    const NlscResult result = RunNlsc(BuildArguments(folder / "in", folder / "data"));
-    EXPECT_EQ(result.status, 3);
-    EXPECT_NE(result.text.find(c.message), std::string::npos) << result.text;
+    std::ofstream(folder / std::string("in/") + c.file, std::ios::app) << c.text;
+    const ChildResult result = RunTool("nlsc", BuildArguments(folder / "in", folder / "data"));
+    EXPECT_EQ(result.exit_code, 3);
+    EXPECT_NE(result.err.find(c.message), std::string::npos) << result.err;
     EXPECT_EQ(ReadFile(folder / "data/old"), "old");
     EXPECT_FALSE(fs::exists(folder / ".data.new"));
   }
 }
 
 TEST(NlscBuild, TakesAChangedFileOnlyWhenAllowed) {
-  const TemporaryFolder folder;
+  const ScratchDirectory folder;
   fs::copy(TestSources(), folder / "in", fs::copy_options::recursive);
   std::ofstream(folder / "in/sources/usr/share/unicode/PropList.txt", std::ios::app) << "# more\n";
   std::vector<std::string> arguments = BuildArguments(folder / "in", folder / "data");
-  EXPECT_EQ(RunNlsc(arguments).status, 3);
+  EXPECT_EQ(RunTool("nlsc", arguments).exit_code, 3);
   arguments.push_back("--allow-version-change");
-  const NlscResult result = RunNlsc(arguments);
-  EXPECT_EQ(result.status, 0);
-  EXPECT_NE(result.text.find("PropList.txt: is not the file"), std::string::npos) << result.text;
+  const ChildResult result = RunTool("nlsc", arguments);
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_NE(result.err.find("PropList.txt: is not the file"), std::string::npos) << result.err;
   // Malformed XML is named by line once the manifest lets it through.
   std::ofstream(folder / "in/sources/usr/share/unicode/cldr/common/main/de.xml", std::ios::app)
       << "<";
-  const NlscResult bad = RunNlsc(arguments);
-  EXPECT_EQ(bad.status, 3);
-  EXPECT_TRUE(std::string(bad.text).find("de.xml:") != std::string::npos) << bad.text;
+  const ChildResult bad = RunTool("nlsc", arguments);
+  EXPECT_EQ(bad.exit_code, 3);
+  EXPECT_TRUE(std::string(bad.err).find("de.xml:") != std::string::npos) << bad.err;
 }
 
 TEST(NlscBuild, MakesAChosenSet) {
-  const TemporaryFolder folder;
+  const ScratchDirectory folder;
   WriteFile(folder / "list",
             "# a choice\nlanguage AMERICAN\nterritory AMERICA\ncharset US7ASCII\ncharset AL32UTF8\n"
             "calendar *\n");
   std::vector<std::string> arguments = BuildArguments(TestSources(), folder / "data");
   arguments.insert(arguments.end(), {"--only", folder / "list"});
-  ASSERT_EQ(RunNlsc(arguments).status, 0);
+  ASSERT_EQ(RunTool("nlsc", arguments).exit_code, 0);
   EXPECT_TRUE(nlsc::CheckDirectory(folder / "data").empty());
   EXPECT_EQ(ReadFolder(folder / "data").size(), 1u + 1 + 1 + 2 + 4 + 1);
   const struct {
@@ -133,40 +134,50 @@ TEST(NlscBuild, MakesAChosenSet) {
   };
   for (const auto& c : kFaults) {
     WriteFile(folder / "list", c.list);
-    const NlscResult result = RunNlsc(arguments);
-    EXPECT_EQ(result.status, 3);
-    EXPECT_NE(result.text.find(c.message), std::string::npos) << result.text;
+    const ChildResult result = RunTool("nlsc", arguments);
+    EXPECT_EQ(result.exit_code, 3);
+    EXPECT_NE(result.err.find(c.message), std::string::npos) << result.err;
   }
 }
 
 TEST(NlscBuild, ReportsATargetThatCannotBeWritten) {
-  const TemporaryFolder folder;
+  const ScratchDirectory folder;
   WriteFile(folder / "file", "");
-  EXPECT_EQ(RunNlsc(BuildArguments(TestSources(), folder / "file")).status, 4);
-  EXPECT_EQ(RunNlsc(BuildArguments(TestSources(), folder / "file/below")).status, 4);
+  EXPECT_EQ(RunTool("nlsc", BuildArguments(TestSources(), folder / "file")).exit_code, 4);
+  EXPECT_EQ(RunTool("nlsc", BuildArguments(TestSources(), folder / "file/below")).exit_code, 4);
 }
 
 TEST(NlscCheck, AnswersWithItsExitStatus) {
-  const TemporaryFolder folder;
-  EXPECT_EQ(RunNlsc({"check", TestObjects()}).status, 0);
-  EXPECT_EQ(RunNlsc({"check", TestObjects() / "lx1boot.nlb", TestObjects() / "lx20001.nlb"}).status,
+  const ScratchDirectory folder;
+  EXPECT_EQ(RunTool("nlsc", {"check", TestObjects()}).exit_code, 0);
+  EXPECT_EQ(RunTool("nlsc", {"check", TestObjects() / "lx1boot.nlb", TestObjects() / "lx20001.nlb"})
+                .exit_code,
             0);
   WriteFile(folder / "bad", "nothing of ours");
-  EXPECT_EQ(RunNlsc({"check", folder / "bad"}).status, 3);
-  EXPECT_EQ(RunNlsc({"check", folder / "missing"}).status, 4);
-  EXPECT_EQ(RunNlsc({"check", folder.path()}).status, 4);
-  EXPECT_EQ(RunNlsc({"dump", folder / "bad"}).status, 3);
+  EXPECT_EQ(RunTool("nlsc", {"check", folder / "bad"}).exit_code, 3);
+  EXPECT_EQ(RunTool("nlsc", {"check", folder / "missing"}).exit_code, 4);
+  EXPECT_EQ(RunTool("nlsc", {"check", folder.path()}).exit_code, 4);
+  EXPECT_EQ(RunTool("nlsc", {"dump", folder / "bad"}).exit_code, 3);
+}
+
+TEST(Nlsc, AnswersWrongUsageWithStatus2) {
+  const std::vector<std::string> wrong[] = {
+      {}, {"compile"}, {"build"}, {"build", "--output", "x", "--byte-order=middle"}, {"check"},
+  };
+  for (const std::vector<std::string>& arguments : wrong) {
+    EXPECT_EQ(RunTool("nlsc", arguments).exit_code, 2);
+  }
 }
 
 // Every file of the home directory lies in the archive under its path, unchanged and aligned.
 TEST(NlscPack, HoldsEveryFileByItsPath) {
-  const TemporaryFolder folder;
+  const ScratchDirectory folder;
   fs::create_directories(folder / "home/nls/data");
   fs::create_directories(folder / "home/.hidden");
   WriteFile(folder / "home/nls/data/b.nlb", "second");
   WriteFile(folder / "home/nls/data/a.nlb", std::string(17, 'x'));
   WriteFile(folder / "home/.hidden/c", "never");
-  ASSERT_EQ(RunNlsc({"pack", folder / "home", "-o", folder / "archive"}).status, 0);
+  ASSERT_EQ(RunTool("nlsc", {"pack", folder / "home", "-o", folder / "archive"}).exit_code, 0);
   const std::string archive = ReadFile(folder / "archive");
   const auto number = [&](std::size_t at) {
     std::uint32_t value = 0;

@@ -69,32 +69,6 @@ std::string FaultOf(const std::string& kind, std::uint32_t max_bytes, std::uint3
   return "";
 }
 
-TEST(NlscCharset, KnowsTheCharactersOfItsStandard) {
-  const struct {
-    std::uint32_t id, bytes, length, code;
-  } kCases[] = {
-      {1, 0x41, 1, 'A'},        {1, 0x80, 1, kNone},
-      {15, 0x5B, 1, 0xC4},      {101, 0xE9, 1, 0xE9},
-      {115, 0xA4, 1, 0x20AC},   {252, 0x80, 1, 0x20AC},
-      {252, 0x81, 1, kNone},    {251, 0xC0, 1, 0x410},
-      {410, 0xC1, 1, 0x430},    {516, 0xC1, 1, 'A'},
-      {543, 0x15, 1, 0x85},     {128, 0x00, 1, 0x2800},
-      {128, 0xFF, 1, 0x28FF},   {831, 0xA4A2, 2, 0x3042},
-      {831, 0x8EB1, 2, 0xFF71}, {831, 0x8FA2AF, 3, 0x2D8},
-      {831, 0x8FA2, 2, kNone},  {835, 0x5C, 1, 0xA5},
-      {835, 0x82A0, 2, 0x3042}, {837, 0x5C, 1, '\\'},
-      {837, 0x8260, 2, 0xFF21}, {862, 0x8EA2A1A1, 4, 0x4E42},
-      {862, 0xA4A1, 2, 0xFF10},
-  };
-  for (const auto& c : kCases) {
-    SCOPED_TRACE(c.id);
-    EXPECT_EQ(Loaded(c.id).Decode(c.bytes, c.length), c.code) << std::hex << c.bytes;
-    if (c.code != kNone) {
-      EXPECT_EQ(Loaded(c.id).Encode(c.code), c.bytes) << std::hex << c.bytes;
-    }
-  }
-}
-
 TEST(NlscCharset, TakesTheFirstOfTwoMappingsInEitherDirection) {
   const std::vector<std::uint8_t> bytes =
       MakeObject("single", 1, 5, "3F 003F\n41 0041\n41 0042\n42 0041\n!43 0043\n44 0043\n");

@@ -1,4 +1,5 @@
-// Languages, territories and calendars of the test data, against what CLDR publishes.
+// Languages, territories and calendars of the test data, against what CLDR publishes: what a handle
+// does not answer (tests/nls/lxh_query_test.cc asks for the rest).
 #include <gtest/gtest.h>
 
 #include <map>
@@ -21,52 +22,7 @@ struct Loaded {
   ObjectReader object;
 };
 
-enum Ids : std::uint32_t {
-  kAmerican = 1,
-  kGerman = 35,
-  kAustrian = 36,
-  kSpanish = 52,
-  kFrench = 64,
-  kJapanese = 91,
-  kRussian = 174
-};
-
-TEST(NlscLanguage, StringsAreThoseOfTheLocale) {
-  const struct {
-    std::uint32_t language;
-    std::size_t string;
-    const char* text;
-  } kCases[] = {
-      {kAmerican, 0, "Sunday"},
-      {kAmerican, 37, "Dec"},
-      {kAmerican, 38, "BINARY"},
-      {kAmerican, 60, "AMERICAN"},
-      {kAmerican, nlb::language::kLongDate, "FMDay, Month DD, YYYY"},
-      {kGerman, 6, "Samstag"},
-      {kGerman, 16, "M\xC3\xA4rz"},
-      {kGerman, 28, "M\xC3\xA4rz"},
-      {kAustrian, 14, "J\xC3\xA4nner"},  // its own
-      {kAustrian, 1, "Montag"},          // from the parent
-      {kAustrian, 58, "de-AT"},
-      {kAustrian, 59, "Austrian German"},
-      {kFrench, 15, "f\xC3\xA9vrier"},
-      {kFrench, 56, "oui"},
-      {kFrench, 61,
-       "fran\xC3\xA7"
-       "ais"},
-      // Russian: genitive in a date, nominative alone.
-      {kRussian, 14, "\xD1\x8F\xD0\xBD\xD0\xB2\xD0\xB0\xD1\x80\xD1\x8F"},
-      {kRussian, 44, "\xD1\x8F\xD0\xBD\xD0\xB2\xD0\xB0\xD1\x80\xD1\x8C"},
-      {kJapanese, 2, "\xE7\x81\xAB\xE6\x9B\x9C\xE6\x97\xA5"},
-      {kJapanese, 14, "1\xE6\x9C\x88"},
-      {kSpanish, 38, "SPANISH"},
-      {kSpanish, 39, "LTR"},
-  };
-  for (const auto& c : kCases) {
-    EXPECT_EQ(Loaded(kLanguageObject, c.language).String(c.string), c.text)
-        << c.language << " " << c.string;
-  }
-}
+enum Ids : std::uint32_t { kAmerican = 1, kFrench = 64, kJapanese = 91 };
 
 TEST(NlscLanguage, DefaultsAreIds) {
   const Loaded japanese(kLanguageObject, kJapanese), american(kLanguageObject, kAmerican);
@@ -77,21 +33,16 @@ TEST(NlscLanguage, DefaultsAreIds) {
             nlb::language::kLowerCaseNamesFlag);
 }
 
-TEST(NlscTerritory, FormatsAndFieldsAreThoseOfTheLocale) {
+TEST(NlscTerritory, FieldsAreThoseOfTheLocale) {
   namespace layout = nlb::territory;
   const Loaded america(kTerritoryObject, 1), germany(kTerritoryObject, 276),
       japan(kTerritoryObject, 392);
   EXPECT_EQ(america.object.U16(layout::kIsoNumberAt), 840);
-  EXPECT_EQ(america.String(layout::kDateFormat), "DD-MON-RR");
-  EXPECT_EQ(america.String(layout::kTimestampTz), "DD-MON-RR FMHH:FMMI:SSXFF AM TZR");
   EXPECT_EQ(america.object.U8(layout::kMinDaysAt), 1);
   EXPECT_EQ(germany.object.U8(layout::kMinDaysAt), 4);
   EXPECT_EQ(germany.object.U8(layout::kFirstDayAt), 1);
-  EXPECT_EQ(germany.String(layout::kNumeric), ",.");
-  EXPECT_EQ(germany.String(layout::kDualCurrency), "\xE2\x82\xAC");
   EXPECT_EQ(germany.String(layout::kNativeName), "Deutschland");
   EXPECT_EQ(japan.object.U8(layout::kCurrencyDigitsAt), 0);
-  EXPECT_EQ(japan.String(layout::kIsoCurrency), "JPY");
 }
 
 TEST(NlscCalendar, JapaneseErasAreListedByTheirStart) {

@@ -9,7 +9,7 @@
 namespace kestra::nlsc {
 namespace {
 
-using test::TemporaryFolder;
+using test::ScratchDirectory;
 
 // The message of the InputError that an action throws, or "" when it does not.
 template <typename Action>
@@ -100,7 +100,7 @@ TEST(NlscMap, ReadsAndRefuses) {
 }
 
 TEST(NlscSources, TakesCompressedAndPlainFilesAndComparesThemWithTheManifest) {
-  const TemporaryFolder folder;
+  const ScratchDirectory folder;
   const std::string text = "<U0041> /x41\n";
   const gzFile packed = gzopen((folder / "A.gz").c_str(), "wb");
   gzwrite(packed, text.data(), static_cast<unsigned>(text.size()));
@@ -125,7 +125,7 @@ TEST(NlscSources, TakesCompressedAndPlainFilesAndComparesThemWithTheManifest) {
 }
 
 TEST(NlscSources, ReportsACutCompressedFile) {
-  const TemporaryFolder folder;
+  const ScratchDirectory folder;
   const gzFile packed = gzopen((folder / "whole.gz").c_str(), "wb");
   for (int i = 0; i < 1000; ++i) gzprintf(packed, "<U%04X> /x41\n", i * 7919 % 50000);
   gzclose(packed);

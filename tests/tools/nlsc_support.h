@@ -1,37 +1,14 @@
-// Running the data compiler, and the objects that the build made of the test data.
+// The objects that the build made of the test data, and making them again.
 #pragma once
 
-#include <cstdint>
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "tests/support/child_process.h"
+
 namespace kestra::test {
-
-struct NlscResult {
-  int status = -1;   // exit status, or -1 when a signal ended it
-  std::string text;  // both outputs
-};
-
-// Runs build/<preset>/bin/nlsc. environment: variables to set; mask: umask of the child.
-// kill_after: microseconds after which the child is killed, 0 never.
-NlscResult RunNlsc(const std::vector<std::string>& arguments,
-                   const std::vector<std::pair<std::string, std::string>>& environment = {},
-                   unsigned mask = 022, unsigned kill_after = 0);
-
-// A folder that is removed with its content.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  const std::filesystem::path& path() const { return path_; }
-  std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-
- private:
-  std::filesystem::path path_;
-};
 
 inline std::filesystem::path TestObjects(const char* set = "home") {
   return std::filesystem::path(KESTRA_BUILD_DIR) / "testdata" / set / "nls/data";
@@ -40,12 +17,21 @@ inline std::filesystem::path TestSources() {
   return std::filesystem::path(KESTRA_SOURCE_DIR) / "tests/data/nlsc";
 }
 // Arguments that build the test data into a folder.
-std::vector<std::string> BuildArguments(const std::filesystem::path& inputs,
-                                        const std::filesystem::path& output);
+inline std::vector<std::string> BuildArguments(const std::filesystem::path& inputs,
+                                               const std::string& output) {
+  return {"build",    "--definitions", inputs / "definitions", "--sources", inputs / "sources",
+          "--output", output};
+}
 
-std::string ReadFile(const std::filesystem::path& path);
-void WriteFile(const std::filesystem::path& path, std::string_view text);
 // Names and contents of all files of a folder.
-std::vector<std::pair<std::string, std::string>> ReadFolder(const std::filesystem::path& path);
+inline std::vector<std::pair<std::string, std::string>> ReadFolder(
+    const std::filesystem::path& path) {
+  std::vector<std::pair<std::string, std::string>> files;
+  for (const auto& entry : std::filesystem::directory_iterator(path)) {
+    files.emplace_back(entry.path().filename().string(), ReadFile(entry.path()));
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
 
 }  // namespace kestra::test
