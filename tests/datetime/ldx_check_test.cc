@@ -148,33 +148,5 @@ TEST(LdxRepresent, StoredFormsByHand) {
   }
 }
 
-TEST(LdxRepresent, EveryYearThroughStoredForm) {
-  WeekContext ctx;
-  for (int year = -4712; year <= 9999; ++year) {
-    ldxdate date = Date("2019-06-15 01:02:03");
-    date.year = static_cast<std::int16_t>(year);
-    Stored bytes = {};
-    ldxdate back = {};
-    ldxite(ctx, bytes.data(), &date);
-    ASSERT_EQ(ldxchk(ctx, bytes.data(), KES_DATE_STORED), year == 0 ? 8192u : 0u) << year;
-    ldxeti(ctx, &back, bytes.data());
-    ASSERT_EQ(back, date);
-  }
-}
-
-TEST(LdxRepresent, JulianAndBack) {
-  WeekContext ctx;
-  std::mt19937_64 random(3);
-  for (int i = 0; i < 100'000; ++i) {
-    const ldxdate date = RandomDate(random);
-    ldxjdate julian = {};
-    ldxdate back = RandomParts(random);
-    ldxdtd(ctx, &julian, &date);
-    ASSERT_EQ(ldxchk(ctx, &julian, KES_DATE_JULIAN), 0u) << date;
-    ldxdfd(ctx, &back, &julian);
-    ASSERT_EQ(back, date);
-  }
-}
-
 }  // namespace
 }  // namespace kestra::test

@@ -124,20 +124,6 @@ TEST(LdxDayNumber, DaysOfTheYearThatThereAreNot) {
   }
 }
 
-// Bytes that are no date must not reach outside the tables.
-TEST(LdxDayNumber, AnyPartsGiveSomeNumber) {
-  WeekContext ctx;
-  std::mt19937_64 random(1);
-  for (int i = 0; i < 100'000; ++i) {
-    const ldxdate date = RandomParts(random);
-    ldxjdate julian = {};
-    ldxdtd(ctx, &julian, &date);
-    EXPECT_LT(std::abs(julian.day), 20'000'000);
-    ldxisw(ctx, &date);
-    ldxisy(ctx, &date);
-  }
-}
-
 TEST(LdxDayNumber, TableOfDaysBeforeMonths) {
   for (int month = 1; month <= 12; ++month) {
     EXPECT_EQ(ldxdom[month + 1] - ldxdom[month], ref::DaysOfMonth(2019, month));

@@ -162,24 +162,6 @@ TEST(LdxFormat, EveryByteOfADateIsChecked) {
   }
 }
 
-// Any bytes as a compiled format: text or 1801, 1821, 1822; nothing outside of the room.
-TEST(LdxFormat, DamagedFormatsAreFound) {
-  DateContext context;
-  std::mt19937 random(4711);
-  for (int round = 0; round < 20000; ++round) {
-    const std::size_t size = random() % 24;
-    GuardedBuffer format(size);
-    for (std::size_t i = 0; i < size; ++i) {
-      format.data()[i] = static_cast<std::uint8_t>(random() % (random() % 4 == 0 ? 256 : 50));
-    }
-    GuardedBuffer out(random() % 64);
-    std::size_t length = 0;
-    const std::uint32_t number =
-        ldxdtsint(context.get(), &kEvening, format.data(), size, out.data(), out.size(), &length);
-    ASSERT_TRUE(number == 0 || number == 1801 || number == 1821 || number == 1822) << number;
-  }
-}
-
 TEST(LdxFormat, ArrayFormDoesTheScalarOne) {
   DateContext context;
   std::mt19937 random(99);

@@ -235,24 +235,6 @@ TEST(LdxModel, LiteralsUpToTheLimit) {
   }
 }
 
-TEST(LdxModel, EveryRoomIsKept) {
-  DateContext context;
-  const std::string model = "FXDay, DD\"of\"Month YYYY";
-  const std::string full = context.Compile(model);
-  for (std::size_t room = 0; room <= full.size() + 2; ++room) {
-    GuardedBuffer out(room);
-    std::size_t length = 0;
-    const std::uint32_t number = context.ErrorOf(
-        [&] { length = ldxsti(context.get(), TextData(model), model.size(), out.data(), room); });
-    if (room < full.size()) {
-      EXPECT_TRUE(number == 1800 || number == 1801) << room << ' ' << number;
-    } else {
-      EXPECT_EQ(number, 0u);
-      EXPECT_EQ(HexOf({reinterpret_cast<char*>(out.data()), length}), HexOf(full));
-    }
-  }
-}
-
 TEST(LdxModel, ScansItemByItem) {
   DateContext context;
   const std::string model = "FMHH \"de\" DL";

@@ -1,7 +1,6 @@
 // Dates read in models.
 #include <gtest/gtest.h>
 
-#include <csetjmp>
 #include <cstring>
 #include <random>
 
@@ -199,47 +198,6 @@ TEST(LdxParse, FullYearRetryChangesTheFirstShortYear) {
   EXPECT_EQ(retry("DD RR", "01 18x"), "1830");
 }
 
-// Every model without names, and every form of error callback: number raised, context usable.
-std::jmp_buf g_frame;
-void Jump(ldxctx*, std::uint32_t number) { longjmp(g_frame, static_cast<int>(number)); }
-
-TEST(LdxParse, TheContextWorksAfterAnErrorThatJumped) {
-  ldxctx ctx;
-  ldxbegin(&ctx, nullptr, Jump, nullptr);
-  std::uint8_t format[64];
-  const std::size_t length = ldxsti(&ctx, TextData("DD-MON-YYYY"), 11, format, sizeof format);
-  ldxdate date{};
-  for (int round = 0; round < 3; ++round) {
-    const int number = setjmp(g_frame);
-    if (number == 0) {
-      ldxstd(&ctx, TextData("05-XXX-2019"), 11, format, length, &date);
-      ADD_FAILURE() << "not raised";
-    }
-    EXPECT_EQ(number, 1843);
-    EXPECT_EQ(ctx.error_offset, 3u);
-    EXPECT_EQ(ldxstd(&ctx, TextData("05-MAR-2019"), 11, format, length, &date), 0u);
-    EXPECT_EQ(DateContext::Show(date), "2019-03-05 00:00:00");
-  }
-  ldxend(&ctx);
-}
-
-TEST(LdxParse, TheContextWorksAfterAnErrorThatThrew) {
-  NlsSession session;
-  lxhandle handle = session.Handle("GERMAN_GERMANY.AL32UTF8");
-  ldxctx ctx;
-  ldxbegin(&ctx, &handle, ThrowDateError, nullptr);
-  std::uint8_t format[64];
-  for (int round = 0; round < 3; ++round) {
-    EXPECT_THROW(ldxsti(&ctx, TextData("DD DD"), 5, format, sizeof format), DateError);
-    std::uint8_t out[64];
-    const std::size_t length = ldxsti(&ctx, TextData("MONTH"), 5, format, sizeof format);
-    const ldxdate date = MakeDate(2019, 3, 5);
-    EXPECT_EQ(ldxdts(&ctx, &date, format, length, out, sizeof out), 10u);
-  }
-  ldxend(&ctx);
-  ldxend(&ctx);
-}
-
 TEST(LdxParse, WithoutACallbackTheNumberComesBack) {
   ldxctx ctx;
   ldxbegin(&ctx, nullptr, nullptr, nullptr);
@@ -315,26 +273,6 @@ TEST(LdxParse, PlanAndWalkAgreeOnEveryByte) {
   for (const char* day : {"0001-01-01", "9999-12-31", "1582-10-05", "1582-10-14", "1582-10-15",
                           "1900-02-29", "2000-02-29", "1500-02-29", "2019-04-31", "2019-06-30"}) {
     ASSERT_NO_FATAL_FAILURE(compare(std::string(day) + " 00:00:00"));
-  }
-}
-
-TEST(LdxParse, NothingIsReadPastTheText) {
-  DateContext context;
-  for (const char* model : {"YYYY-MM-DD HH24:MI:SS", "Day, DD Month YYYY \"x\" A.M. AD",
-                            "SY,YYY DDTH RM", "FXMonth DDth, YYYY"}) {
-    const std::string format = context.Compile(model);
-    const std::string text = context.Write(MakeDate(2019, 3, 5, 19, 4, 9), model);
-    for (std::size_t length = 0; length <= text.size(); ++length) {
-      GuardedBuffer guarded(length);
-      memcpy(guarded.data(), text.data(), length);
-      ldxdate date{};
-      const std::uint32_t number =
-          ldxstdnew(context.get(), guarded.data(), length, TextData(format), format.size(), &date,
-                    KES_DATE_QUIET, nullptr);
-      if (length == text.size()) {
-        EXPECT_EQ(number, 0u) << model;
-      }
-    }
   }
 }
 
