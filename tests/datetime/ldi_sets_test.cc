@@ -372,25 +372,19 @@ TEST(LdiSets, EverySetSaysTheSame) {
 }
 
 TEST(LdiSets, OffsetsOfErrorsInUnitsCountTheirBytes) {
-  LdiParseContext ctx;
-  ASSERT_EQ(LdiParseContextInit(&ctx, nullptr, nullptr, nullptr), 0u);
-  const std::u16string model = u"\"\u20AC\" YYYY-MM";
-  std::uint8_t format[64];
-  std::size_t length = 0;
-  ASSERT_EQ(
-      LdiParseForInputU(format, sizeof format, &length,
-                        reinterpret_cast<const std::uint16_t*>(model.data()), model.size(), &ctx),
-      0u);
+  NlsSession nls;
+  InSet set(nls, "AMERICAN_AMERICA.AL32UTF8", nullptr);
+  const Text format = set.Compile("\"\xE2\x82\xAC\" YYYY-MM", false);  // the euro sign
   const auto read = [&](const std::u16string& text) {
     LdiDate date;
     return LdiDateFromStringU(&date, reinterpret_cast<const std::uint16_t*>(text.data()),
-                              text.size(), format, length, KES_DATETIME_TIMESTAMP, 9, &ctx);
+                              text.size(), format.data(), format.size(), KES_DATETIME_TIMESTAMP, 9,
+                              set.ctx());
   };
   EXPECT_NE(read(u"\u20AC 2020-x1"), 0u);
-  EXPECT_EQ(ctx.date.error_offset, 2 * 7u);
+  EXPECT_EQ(set.ctx()->date.error_offset, 2 * 7u);
   EXPECT_EQ(read(std::u16string(1025, u' ')), 1830u);
-  EXPECT_EQ(ctx.date.error_offset, 0u);  // not that of the text before
-  LdiParseContextTerm(&ctx);
+  EXPECT_EQ(set.ctx()->date.error_offset, 0u);  // not that of the text before
 }
 
 }  // namespace
