@@ -17,6 +17,8 @@
  * (LdiZoneFromText and LdiZoneToText take those). The work area is the NLS context that memory comes from; null: the default
  * callbacks.
  *
+ * Work: what compares histories or abbreviations ends with status 2 in a file that was made to be
+ * slow; docs/formats/zone.md tells the limits.
  * Threads: a file is only read; any number of threads may share it. */
 #ifndef KESTRA_TIMEZONE_H
 #define KESTRA_TIMEZONE_H
