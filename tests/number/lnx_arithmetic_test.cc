@@ -3,6 +3,8 @@
 
 #include "kestra/number.h"
 #include "kestra/number_tables.h"
+#include "number/kernels/number_kernels.h"
+#include "tests/support/cpu_level_test.h"
 #include "tests/support/hex.h"
 #include "tests/support/number_call.h"
 
@@ -49,7 +51,23 @@ constexpr BinaryCase kBinaryCases[] = {
     {"infinity modulo a number", lnxrem, "00", "C1 06", "00"},
 };
 
-TEST(LnxArithmetic, HandWorkedCases) {
+// On every kernel of the machine.
+class LnxArithmetic : public test::CpuLevelTest {
+ protected:
+  void SetUp() override {
+    CpuLevelTest::SetUp();
+    ChooseKernels();
+  }
+  void TearDown() override {
+    CpuLevelTest::TearDown();
+    ChooseKernels();
+  }
+};
+INSTANTIATE_TEST_SUITE_P(Levels, LnxArithmetic,
+                         testing::Values(os::CpuLevel::kBaseline, os::CpuLevel::kAvx512),
+                         test::LevelName);
+
+TEST_P(LnxArithmetic, HandWorkedCases) {
   for (const BinaryCase& c : kBinaryCases) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(Hex(Apply(c.function, Bytes(c.x), Bytes(c.y))), Hex(Bytes(c.result)));
@@ -84,7 +102,7 @@ constexpr RoundCase kRoundCases[] = {
     {"infinity", "FF 65", 0, "FF 65", "FF 65", "FF 65"},
 };
 
-TEST(LnxRound, HandWorkedCases) {
+TEST_P(LnxArithmetic, HandWorkedRoundings) {
   for (const RoundCase& c : kRoundCases) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(Hex(Apply(lnxrou, Bytes(c.x), c.places)), Hex(Bytes(c.away)));
@@ -114,7 +132,7 @@ TEST(LnxSign, LooksAtTheFirstByteAlone) {
   EXPECT_EQ(lnxsgn(lnxqpi, 0), 1);
 }
 
-TEST(LnxCompare, GivesTheDifferenceOfTheFirstUnequalBytes) {
+TEST_P(LnxArithmetic, ComparisonGivesTheDifferenceOfTheFirstUnequalBytes) {
   const std::uint8_t minus_half[] = {0x3F, 0x33, 0x66};
   EXPECT_EQ(lnxcmp(lnxqneg1, 0, minus_half, 3), 0x3E - 0x3F);
   EXPECT_EQ(lnxcmp(lnxqpos1, 0, lnxqpi, 0), 2 - 4);
@@ -162,7 +180,7 @@ TEST(LnxCheck, WellFormedOrNot) {
   EXPECT_EQ(lnxqchk(nullptr, 0, 1), 0);
 }
 
-TEST(LnxMalformed, LengthsOutOfRangeAreCut) {
+TEST_P(LnxArithmetic, LengthsOutOfRangeAreCut) {
   // 255 as a length byte: 21 bytes are read, and the array has no more.
   Number x(22, 2);
   x[0] = 255;

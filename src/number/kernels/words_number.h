@@ -5,10 +5,9 @@
 // byte of it ever carries into the next but where it shall. Numbers of up to seven digits, as money
 // nearly always is, take a single word all the way.
 //
-// Lengths and signs of numbers in a column vary, and a branch that goes wrong costs more than all
-// the arithmetic on words. So short numbers are loaded and stored as four pairs of bytes that
-// overlap where there are fewer than eight bytes; signs are masks, 0 or all ones. No byte is read
-// or written that is not the number's own.
+// Signs are masks, 0 or all ones, since they come at random and a branch that goes wrong costs more
+// than all the arithmetic on a word. No byte is read or written that is not the number's own: words
+// that begin or end with it overlap.
 //
 // As the other kernels, these take well-formed finite numbers other than zero and hand everything
 // else to the scalar function.
