@@ -283,8 +283,9 @@ KES_API void ldxnxdarr(ldxctx *ctx, ldxdate *const *out, const ldxdate *const *i
  *    22, 23, 29 DD DDD J             day
  *    24, 25 HH24 HH12                hour
  *    26 MI                           minute
- * Another code raises 1899: also 11 (Y,YYY) and 13 (SY,YYY). Weeks count the days that there were:
- * October 1582 has 21. Rounding to IW, WW or W at the end of 9999 stays in the year. */
+ * Another code raises 1899: also 11 (Y,YYY) and 13 (SY,YYY). Weeks of the year count the days that
+ * there were (October 1582 has 21), those of the month begin on its days 1, 8, 15, 22 and 29.
+ * Rounding to IW, WW or W at the end of 9999 stays in the year. */
 KES_API void ldxtrn(ldxctx *ctx, ldxdate *out, const ldxdate *in, uint32_t unit);
 KES_API void ldxrnd(ldxctx *ctx, ldxdate *out, const ldxdate *in, uint32_t unit);
 KES_API void ldxtrnarr(ldxctx *ctx, ldxdate *const *out, const ldxdate *const *in, size_t count,

@@ -84,9 +84,12 @@ std::uint32_t TruncateWeekOfYear(Step& s) noexcept {
   return BackDays(s.date, number, (DayOfYear(s.date.year, number) - 1) % 7);
 }
 
+// By the day's number in its month, as the element W counts: weeks begin on days 1, 8, 15, 22, 29,
+// also in October 1582, which has no day of its second week.
 std::uint32_t TruncateWeekOfMonth(Step& s) noexcept {
-  const std::int32_t number = DayNumber(s.date);
-  return BackDays(s.date, number, (number - DayNumber(s.date.year, s.date.month, 1)) % 7);
+  ClearTime(s.date);
+  s.date.day = static_cast<std::uint8_t>(s.date.day - (s.date.day - 1) % 7);
+  return 0;
 }
 
 std::uint32_t TruncateWeek(Step& s) noexcept {
