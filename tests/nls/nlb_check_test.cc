@@ -116,6 +116,8 @@ constexpr FaultCase kFaults[] = {
     {"lx20001", 2476 + 3, 4, 1, "length of UTF-8"},
     {"lx50004", 98, 0xFFFF, 2, "too small"},
     {"lx50004", 100, 0xFFFF, 2, "too small"},
+    {"lx50004", 98, 8, 2, "string index too small"},
+    {"lx50004", 100, 2, 2, "era table too small"},
     {"lx50004", 102, 9, 2, "too many"},
     {"lx40011", 94, 0xFFFF, 2, "too small"},
     {"lx303e8", 96, 0x20, 4, "sort function"},

@@ -121,6 +121,94 @@ TEST(LdsbMembers, OtherOutputPrecisionsAreRefused) {
   }
 }
 
+TEST_P(LdsbKernels, ScansAndCopies) {
+  ColumnSource source(5);
+  for (std::uint32_t precision = 1; precision <= 6; ++precision) {
+    const std::size_t width = kElementWidths[precision];
+    for (const std::size_t count : kCounts) {
+      for (const NullKind kind : kNullKinds) {
+        SCOPED_TRACE(testing::Message() << "precision " << precision << " count " << count);
+        const Bytes data = source.Elements(count, width);
+        const Bytes nulls = source.Nulls(count, kind);
+        ldsbminmax minmax = {};
+        ldsbminmax copied = {};
+        Bytes output(count * width, 0xA5);
+        ASSERT_EQ(ldsbminmaxdsbs(width, count, data.data(), OrNone(nulls), &minmax), KES_DSB_OK);
+        ASSERT_EQ(ldsbcopydsbs(width, count, data.data(), output.data(), OrNone(nulls), &copied),
+                  KES_DSB_OK);
+        Extremes extremes;
+        for (std::size_t i = 0; i < count; ++i) {
+          const Wide x = ElementAt(data, i, width);
+          if (!IsNull(nulls, i)) extremes.Add(x);
+          Bytes wanted(width, 0xA5);
+          if (!IsNull(nulls, i)) x.ToBytes(wanted.data(), width);
+          ASSERT_EQ(std::memcmp(output.data() + i * width, wanted.data(), width), 0);
+        }
+        extremes.Expect(minmax);
+        extremes.Expect(copied);
+      }
+    }
+  }
+}
+
+// Element numbers reach elements in any order, more than once, and only where no null is.
+TEST(LdsbIndexed, GatherAndScatter) {
+  ColumnSource source(7);
+  constexpr std::size_t kLimit = 50;
+  for (std::uint32_t precision = 1; precision <= 6; ++precision) {
+    const std::size_t width = kElementWidths[precision];
+    for (const NullKind kind : kNullKinds) {
+      const std::size_t count = 100;
+      const Bytes nulls = source.Nulls(count, kind);
+      std::vector<std::uint32_t> index(count);
+      for (std::size_t i = 0; i < count; ++i) {
+        index[i] = IsNull(nulls, i) ? 0xFFFFFFFF : static_cast<std::uint32_t>(source.Below(kLimit));
+      }
+      const Bytes few = source.Elements(kLimit, width);
+      const Bytes many = source.Elements(count, width);
+      Bytes gathered(count * width, 0xA5), wanted_gathered = gathered;
+      Bytes scattered(kLimit * width, 0xA5), wanted_scattered = scattered;
+      Extremes extremes;
+      for (std::size_t i = 0; i < count; ++i) {
+        if (IsNull(nulls, i)) continue;
+        std::memcpy(wanted_gathered.data() + i * width, few.data() + index[i] * width, width);
+        std::memcpy(wanted_scattered.data() + index[i] * width, many.data() + i * width, width);
+        extremes.Add(ElementAt(few, index[i], width));
+      }
+      ldsbminmax minmax[2] = {};
+      ASSERT_EQ(ldsbcopydsbs_gather(width, count, index.data(), few.data(), kLimit, gathered.data(),
+                                    OrNone(nulls), &minmax[0]),
+                KES_DSB_OK);
+      ASSERT_EQ(ldsbminmaxdsbs_gather(width, count, index.data(), few.data(), kLimit, OrNone(nulls),
+                                      &minmax[1]),
+                KES_DSB_OK);
+      ASSERT_EQ(ldsbcopydsbs_scatter(width, count, index.data(), many.data(), scattered.data(),
+                                     kLimit, OrNone(nulls), nullptr),
+                KES_DSB_OK);
+      EXPECT_EQ(gathered, wanted_gathered);
+      EXPECT_EQ(scattered, wanted_scattered);
+      extremes.Expect(minmax[0]);
+      extremes.Expect(minmax[1]);
+      if (kind == NullKind::kAll) continue;
+      // One number past the end: nothing is touched.
+      std::size_t alive = 0;
+      while (IsNull(nulls, alive)) ++alive;
+      index[alive] = kLimit;
+      Bytes untouched(count * width, 0x5A);
+      EXPECT_EQ(ldsbcopydsbs_gather(width, count, index.data(), few.data(), kLimit,
+                                    untouched.data(), OrNone(nulls), nullptr),
+                KES_DSB_BOUNDS);
+      EXPECT_EQ(ldsbcopydsbs_scatter(width, count, index.data(), many.data(), untouched.data(),
+                                     kLimit, OrNone(nulls), nullptr),
+                KES_DSB_BOUNDS);
+      EXPECT_EQ(ldsbminmaxdsbs_gather(width, count, index.data(), few.data(), kLimit, OrNone(nulls),
+                                      &minmax[1]),
+                KES_DSB_BOUNDS);
+      EXPECT_EQ(untouched, Bytes(count * width, 0x5A));
+    }
+  }
+}
+
 TEST(LdsbIndexed, MembersOfTheTableAreTheSameFunctions) {
   const std::int32_t data[] = {5, -7, 9};
   const std::uint32_t index[] = {2, 0};
