@@ -153,8 +153,7 @@ KES_INLINE std::size_t FromShortPlain(const std::uint8_t* given, std::size_t siz
                          : after >> (128 - 8 * fraction) << (128 - 8 * fraction) >> (8 * integers));
   }
   const unsigned half = integers & 1;
-  if (half != 0 && (text & 0xFF) != 0) return 0;
-  text >>= 8 * half;
+  text >>= 8 * half;  // of 16 digits none, since those have no point
   std::size_t length = 0;
   const Row1 row{FromTens(High(text)) << 32 | FromTens(static_cast<Word>(text))};
   Finish(row, kExponentBias + (integers + 1) / 2, Word{0} - negative, PutNumber{bytes, length});
