@@ -105,6 +105,19 @@ TEST_P(LdsbKernels, MembersAgreeWithTheReference) {
   }
 }
 
+// 64-bit elements that are alike in their upper halves.
+TEST_P(LdsbKernels, ExtremesDecidedByTheLowerHalf) {
+  for (const std::int64_t middle : {INT64_C(0), INT64_C(1) << 31, INT64_C(1) << 32,
+                                    -INT64_C(1) << 31, INT64_MAX - 40, INT64_MIN + 40}) {
+    std::int64_t data[71];
+    for (int i = 0; i < 71; ++i) data[i] = middle + (i * 29 % 71 - 35);
+    ldsbminmax minmax = {};
+    ASSERT_EQ(ldsbminmaxdsbs(8, 71, data, nullptr, &minmax), KES_DSB_OK);
+    EXPECT_TRUE(Wide::FromBytes(minmax.min.word, 24) == Wide(middle - 35)) << middle;
+    EXPECT_TRUE(Wide::FromBytes(minmax.max.word, 24) == Wide(middle + 35)) << middle;
+  }
+}
+
 TEST(LdsbMembers, OtherOutputPrecisionsAreRefused) {
   std::uint8_t bytes[24] = {};
   for (std::uint32_t operation = 0; operation <= 6; ++operation) {

@@ -54,8 +54,8 @@ KES_DSB_LANE Vector<T> Spread(T x) noexcept {
   return x - Vector<T>{};
 }
 
-// What the lanes of a mask look at in the bits of a group. Row r: the r-th register of elements of
-// kElementBytes; those of more than 32 bits have several lanes, of one bit.
+// Which bits of a group the lanes of a mask look at; elements of more than 32 bits have several
+// lanes, of the same bit. Rows are for one register of elements after the other.
 template <std::size_t kElementBytes>
 struct MaskPlan {
   using Lane =
@@ -63,11 +63,12 @@ struct MaskPlan {
                          std::conditional_t<kElementBytes == 2, std::uint16_t, std::uint32_t>>;
   static constexpr std::size_t kElements = kLaneBytes / kElementBytes;
   static constexpr std::size_t kLanes = kLaneBytes / sizeof(Lane);
-  // Of bytes and words the bits are moved to their lanes first; 32 bits are where they are.
   static constexpr std::size_t kRows = 8 * sizeof(Lane) > kElements ? 8 * sizeof(Lane) / kElements
                                                                     : 1;
+  // Within the 8, 16 or 32 bits that lie in the lane; where rows repeat there are fewer.
   alignas(kLaneBytes) Lane own[kRows][kLanes];
-  alignas(kLaneBytes) std::uint8_t bytes[kGroup / kElements][kLaneBytes];  // where they come from
+  // 8- and 16-bit lanes: the byte of the group that each byte of the register takes.
+  alignas(kLaneBytes) std::uint8_t bytes[kGroup / kElements][kLaneBytes];
 };
 template <std::size_t kElementBytes>
 constexpr auto MakeMaskPlan() noexcept {
@@ -89,7 +90,7 @@ constexpr auto MakeMaskPlan() noexcept {
 template <std::size_t kElementBytes>
 constexpr auto kMaskPlan = MakeMaskPlan<kElementBytes>();
 
-// The bits of a group, from v on, spread over bytes or words.
+// The bits of a group that the 8- or 16-bit lanes of the elements from v on look at, in each lane.
 template <class Lane>
 KES_DSB_LANE Vector<Lane> SpreadBits(std::uint64_t bits, std::size_t v) noexcept {
 #if KES_DSB_LANE_BYTES == 32
@@ -121,8 +122,8 @@ KES_DSB_LANE auto MaskOfZeros(std::uint64_t bits, std::size_t v) noexcept {
   }
 }
 
-// x where the mask is set, else y. The lanes are those that the mask was made in: what it was made by
-// is then seen, and the blend needs no comparison of its own.
+// x where the mask is set, else y. In the lanes that the mask was made in the compiler sees that it
+// is a comparison, and the blend needs none of its own.
 template <class Mask, class V>
 KES_DSB_LANE V Select(Mask mask, V x, V y) noexcept {
   return BitCast<V>(mask ? BitCast<Mask>(x) : BitCast<Mask>(y));
