@@ -59,15 +59,27 @@ struct KnownDate {
   const char* text;  // era counted from the latest, then year, month, day
 };
 constexpr KnownDate kKnown[] = {
-    {"JAPANESE", "2019-05-01", "0 1-5-1"},     {"JAPANESE", "2019-04-30", "-1 31-4-30"},
-    {"JAPANESE", "1989-01-07", "-2 64-1-7"},   {"JAPANESE", "1989-01-08", "-1 1-1-8"},
-    {"JAPANESE", "1926-12-25", "-2 1-12-25"},  {"JAPANESE", "1912-07-30", "-3 1-7-30"},
-    {"JAPANESE", "1868-09-08", "-4 1-9-8"},    {"ROC", "1911-12-31", "-1 1-12-31"},
-    {"ISLAMIC CIVIL", "622-07-16", "0 1-1-1"}, {"ISLAMIC CIVIL", "622-07-15", "0 0-12-29"},
-    {"PERSIAN", "2019-03-21", "0 1398-1-1"},   {"PERSIAN", "2021-03-20", "0 1399-12-30"},
-    {"ETHIOPIC", "8-08-29", "0 1-1-1"},        {"ETHIOPIC", "8-08-28", "-1 5500-13-5"},
-    {"COPTIC", "284-08-29", "0 1-1-1"},        {"COPTIC", "284-08-28", "-1 1-13-5"},
-    {"HEBREW", "2019-02-06", "0 5779-6-1"},    {"HEBREW", "2019-03-08", "0 5779-7-1"},
+    {"ISLAMIC CIVIL", "1945-11-12", "0 1364-12-6"},
+    {"ISLAMIC CIVIL", "1819-08-02", "0 1234-10-10"},
+    {"ISLAMIC CIVIL", "2094-07-18", "0 1518-3-5"},
+    {"JAPANESE", "2019-05-01", "0 1-5-1"},
+    {"JAPANESE", "2019-04-30", "-1 31-4-30"},
+    {"JAPANESE", "1989-01-07", "-2 64-1-7"},
+    {"JAPANESE", "1989-01-08", "-1 1-1-8"},
+    {"JAPANESE", "1926-12-25", "-2 1-12-25"},
+    {"JAPANESE", "1912-07-30", "-3 1-7-30"},
+    {"JAPANESE", "1868-09-08", "-4 1-9-8"},
+    {"ROC", "1911-12-31", "-1 1-12-31"},
+    {"ISLAMIC CIVIL", "622-07-16", "0 1-1-1"},
+    {"ISLAMIC CIVIL", "622-07-15", "0 0-12-29"},
+    {"PERSIAN", "2019-03-21", "0 1398-1-1"},
+    {"PERSIAN", "2021-03-20", "0 1399-12-30"},
+    {"ETHIOPIC", "8-08-29", "0 1-1-1"},
+    {"ETHIOPIC", "8-08-28", "-1 5500-13-5"},
+    {"COPTIC", "284-08-29", "0 1-1-1"},
+    {"COPTIC", "284-08-28", "-1 1-13-5"},
+    {"HEBREW", "2019-02-06", "0 5779-6-1"},
+    {"HEBREW", "2019-03-08", "0 5779-7-1"},
     {"INDIAN", "1957-03-22", "0 1879-1-1"},
 };
 TEST(OtherCalendars, DatesKnownFromElsewhere) {
@@ -75,6 +87,40 @@ TEST(OtherCalendars, DatesKnownFromElsewhere) {
     SCOPED_TRACE(std::string(c.calendar) + " " + c.date);
     InCalendar in(c.calendar);
     EXPECT_EQ(in.TextOf(Date(c.date)), c.text);
+  }
+}
+
+// Each day follows the one before it, and goes back to the DATE it came from.
+TEST(OtherCalendars, DaysFollowEachOtherThroughAllYears) {
+  for (const char* name : kCalendars) {
+    SCOPED_TRACE(name);
+    InCalendar in(name);
+    const Calendar calendar = in.calendar();
+    for (std::int32_t start = 1; start < datetime::kMaxDay - 800; start += 90'001) {
+      CalendarDate before = {};
+      for (std::int32_t n = start; n < start + 800; ++n) {
+        const ldxjdate julian = {n, 0};
+        ldxdate date = {};
+        ldxdfd(in, &date, &julian);
+        if (date.year == 0) continue;
+        const CalendarDate here = in.Of(date);
+        ldxdate back = {};
+        ASSERT_EQ(calendar.ToDate(here, back), 0u) << date;
+        ASSERT_EQ(back, date);
+        ASSERT_LE(here.day, calendar.MonthLength(here.era, here.year, here.month)) << date;
+        const bool same_month = here.month == before.month && here.year == before.year;
+        // Days that DATE does not have lie before these: October 1582 among Gregorian months, the
+        // year 0, 29 February -4712.
+        const bool after_gap = (date.year == 1582 && date.month == 10) || n == 60 ||
+                               (date.year == 1 && date.month == 1 && date.day == 1);
+        if (n > start && here.era == before.era && !after_gap) {
+          const std::uint32_t end = calendar.MonthLength(before.era, before.year, before.month);
+          ASSERT_TRUE(same_month ? here.day == before.day + 1 : here.day == 1 && before.day == end)
+              << date;
+        }
+        before = here;
+      }
+    }
   }
 }
 
