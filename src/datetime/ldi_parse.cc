@@ -54,7 +54,13 @@ std::uint32_t ChooseReading(LdiDate& date, const Zone& zone, const std::int32_t*
     abbreviation_fits = abbreviation_fits || named;
     if (!named || (minutes != nullptr && *minutes != reading.offset / 60)) continue;
     if (answer.kind != KES_ZONE_TWICE) return AttachZone(date, zone);
-    SetZone(date, reading.offset / 60, zone.region);
+    // Whole minutes may show the instant that is meant on another clock than its seconds do.
+    const Moment shown = LocalMoment(date);
+    const std::int32_t whole = reading.offset / 60;
+    if (reading.offset % 60 != 0 && !HasOffsetAt(zone, {shown.seconds - whole * 60, 0}, whole)) {
+      return ShowInZone(date, {shown.seconds - reading.offset, shown.nanos}, zone);
+    }
+    SetZone(date, whole, zone.region);
     return InCalendar(UtcMoment(date).seconds) ? 0 : std::uint32_t{KES_DATETIME_BAD_YEAR};
   }
   return abbreviation_fits ? KES_DATETIME_NO_REGION : KES_DATETIME_BAD_NAME;

@@ -54,13 +54,20 @@ std::uint32_t RegionAtLocal(const Zone& zone, const LdiDate& date, Moment& local
   ltzlocal answer;
   const int status = ltzGetLocalA(zone.zones, zone.region, &timestamp, &answer);
   if (status != 0) return ZoneError(status);
-  if (answer.kind == KES_ZONE_GAP) {
-    // What the clock would have shown, had it not been put forward, and what it shows instead.
-    const std::int32_t after = answer.reading[1].offset / 60;
-    local.seconds += (after - answer.reading[0].offset / 60) * 60;
-    return WholeMinutes(answer.reading[1].offset, minutes);
+  const bool gap = answer.kind == KES_ZONE_GAP;
+  const std::int32_t offset = answer.reading[gap ? 0 : answer.chosen].offset;
+  if (!gap) {
+    const Moment utc{local.seconds - offset / 60 * 60, 0};
+    if (offset % 60 == 0 || HasOffsetAt(zone, utc, offset / 60)) {
+      return WholeMinutes(offset, minutes);
+    }
   }
-  return WholeMinutes(answer.reading[answer.chosen].offset, minutes);
+  // The instant that is meant as the clock shows it in whole minutes: in a gap what it would have been
+  // without the change; else the seconds that offsets lack would lead across a change.
+  const Moment utc{local.seconds - offset, 0};
+  if (const std::uint32_t error = RegionAtUtc(zone, utc, minutes)) return error;
+  local.seconds = utc.seconds + minutes * 60;
+  return 0;
 }
 
 }  // namespace

@@ -42,7 +42,8 @@ std::uint32_t OffsetAtUtc(const Zone& zone, const Moment& utc, std::int32_t& min
 bool HasOffsetAt(const Zone& zone, const Moment& utc, std::int32_t minutes) noexcept;
 
 // The offset of a zone at the local time of a dated value, of which local is the moment: moved
-// forward when it lies in a gap.
+// forward when it lies in a gap, and by the seconds that offsets lack where they would lead across a
+// change, so that the zone has this offset at this time.
 std::uint32_t OffsetAtLocal(const Zone& zone, const LdiDate& date, Moment& local,
                             std::int32_t& minutes) noexcept;
 

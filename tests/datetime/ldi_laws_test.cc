@@ -2,9 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <vector>
 
 #include "kestra/datetime_arithmetic.h"
+#include "kestra/datetime_zone.h"
 #include "tests/support/datetime_values.h"
+#include "tests/support/nls_fixture.h"
+#include "tests/support/record_laws.h"
+#include "tests/support/zone_builder.h"
+#include "tests/support/zone_fixture.h"
 
 namespace {
 
@@ -191,6 +197,105 @@ TEST(LdiLaws, SumsOfIntervals) {
     }
   }
   EXPECT_GT(summed, count / 8);
+}
+
+// The regions of a file and where they change.
+class Regions {
+ public:
+  explicit Regions(const ltzfile* file) {
+    ltzstep step{};
+    std::uint32_t id = 0;
+    char name[256];
+    while (ltzStep(nullptr, nullptr, file, &step, &id, name, sizeof name) == 0) {
+      ltztransition* array = nullptr;
+      std::size_t count = 0;
+      if (ltzGetTransArray(nullptr, file, id, &array, &count) != 0) continue;
+      Region region{static_cast<std::uint16_t>(id), {}};
+      for (std::size_t i = 1; i < count; ++i) region.changes.push_back(array[i].at);
+      ltzFreeTransArray(nullptr, array);
+      regions_.push_back(region);
+    }
+  }
+
+  // A region and a time, of which every other one is beside a change of it.
+  std::uint16_t Draw(DatetimeSource& source, LdiDate& time) const {
+    const Region& region = regions_[source.Below(regions_.size())];
+    time = source.Date(KES_DATETIME_TIMESTAMP);
+    if (source.Below(4) == 0) {
+      time.year = static_cast<std::int16_t>(1850 + source.Below(300));
+      if (time.day == 29) time.day = 28;
+    }
+    if (region.changes.empty() || source.Below(2) == 0) return region.id;
+    time = region.changes[source.Below(region.changes.size())];
+    time.region = 0;
+    const std::int64_t reach = source.Below(2) == 0 ? 120 : 90'000;
+    const auto seconds = static_cast<std::int32_t>(source.Below(2 * reach)) - reach;
+    const LdiInter inter{
+        {0, 0, 0, static_cast<std::int32_t>(seconds), 0}, KES_INTERVAL_SECOND, 0, 0};
+    EXPECT_EQ(LdiDateInterAdd(&time, &time, &inter), 0u);
+    return region.id;
+  }
+
+  std::size_t size() const { return regions_.size(); }
+
+ private:
+  struct Region {
+    std::uint16_t id;
+    std::vector<LdiDate> changes;  // in UTC
+  };
+  std::vector<Region> regions_;
+};
+
+// Values with regions, made of instants and of what the clock shows, and all that have none.
+void KeepRecords(const ltzfile* file, std::uint64_t seed, std::size_t count) {
+  LdiSession session;
+  ASSERT_EQ(LdiSessionInit(&session, file), 0u);
+  const LdiSession utc = session;
+  const Regions regions(file);
+  ASSERT_GT(regions.size(), 0u);
+  kestra::test::RecordLaws laws(session);
+  DatetimeSource source(seed);
+  std::size_t made = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    LdiDate time;
+    LdiDate date = source.Date();
+    session.region = regions.Draw(source, time);
+    const bool timestamp = date.type >= KES_DATETIME_TIMESTAMP_TZ;
+    if (timestamp && source.Below(8) != 0) {
+      const LdiZone zone{0, 0, session.region};
+      const std::uint32_t error =
+          source.Below(2) == 0
+              ? LdiTimeZoneAdjust(&date, &time, zone, &utc)
+              : LdiDateConstructN(&date, time.year, time.month, time.day, time.hour, time.minute,
+                                  time.second, time.fraction, 9, KES_DATETIME_TIMESTAMP_TZ, 0, 0,
+                                  zone.region, file);
+      if (error == KES_DATETIME_BAD_YEAR) continue;
+      ASSERT_EQ(error, 0u) << Show(time);
+      if (source.Below(2) == 0) date.type = KES_DATETIME_TIMESTAMP_LTZ;
+      ++made;
+    } else if (date.type == KES_DATETIME_TIMESTAMP_LTZ) {
+      if (LdiFixTSLTZ(&date, &date, &session) != 0) continue;
+    }
+    const char* broken = laws.Broken(date);
+    ASSERT_EQ(broken, nullptr) << Show(date) << ", from " << Show(time) << ": " << broken;
+  }
+  EXPECT_GT(made, count / 5);
+}
+
+TEST(LdiLaws, RecordsOfAllRegionsStayTheSame) {
+  const kestra::test::LoadedZones zones(kestra::test::TestHome(),
+                                        kestra::test::ZoneAccess::kIndexedNative);
+  KeepRecords(zones.file(), 7, LawCount(40'000));
+}
+
+TEST(LdiLaws, RecordsOfMeanTimesStayTheSame) {
+  std::vector<kestra::test::BuiltZone> built = kestra::test::SampleZones();
+  for (const kestra::test::BuiltZone& zone : kestra::test::MeanTimeZones()) built.push_back(zone);
+  const std::vector<std::uint8_t> bytes = kestra::test::BuildZones(built);
+  const ltzfile* zones = ltzReadMemory(bytes.data(), bytes.size(), nullptr, nullptr);
+  ASSERT_NE(zones, nullptr);
+  KeepRecords(zones, 8, LawCount(40'000));
+  ltzFree(zones);
 }
 
 }  // namespace

@@ -515,6 +515,11 @@ TEST(LdiDateFromString, OffsetsOfLocalMeanTimesComeBack) {
                               9, &ctx),
             0u);
   EXPECT_EQ(Show(other), "1970-01-01 19:40:00.000000000 -04:19 #2");
+  // Four seconds into the time left out: by the clock that knew no change it is 00:00:04 UTC.
+  ASSERT_EQ(LdiDateConstructN(&other, 1970, 1, 1, 19, 40, 20, 0, 9, KES_DATETIME_TIMESTAMP_TZ, 0, 0,
+                              2, zones),
+            0u);
+  EXPECT_EQ(Show(other), "1970-01-01 20:00:04.000000000 -04:00 #2");
   LdiParseContextTerm(&ctx);
   ltzFree(zones);
 }

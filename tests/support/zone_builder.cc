@@ -4,7 +4,7 @@
 #include <cctype>
 
 #include "datetime/zone_format.h"
-#include "tests/support/zone_fixture.h"
+#include "tests/support/zone_times.h"
 
 namespace kestra::test {
 
@@ -151,6 +151,36 @@ std::vector<BuiltZone> SampleZones() {
         {at("2000-01-01 00:00:00"), -43200, false, "LOW"},
         {at("2000-01-01 06:00:00"), 43200, true, "HIGH"},
         {at("2000-01-01 08:00:00"), 1815, false, "END"}}},
+  };
+}
+
+std::vector<BuiltZone> MeanTimeZones() {
+  const auto at = [](const char* text) { return ToSeconds(Timestamp(text)); };
+  return {
+      // The day line moves: a day comes twice.
+      {200,
+       "Mean/Far_East",
+       {{kLongAgo, 54822, false, "LMT"},
+        {at("1867-10-18 00:00:00"), -31578, false, "LMT"},
+        {at("1900-08-20 20:52:42"), -28800, false, "STD"}}},
+      {201,
+       "Mean/West",
+       {{kLongAgo, -15584, false, "LMT"}, {at("1890-01-01 04:19:44"), -14400, false, "STD"}}},
+      // From one mean time to another and to zones on either side.
+      {202,
+       "Mean/East",
+       {{kLongAgo, 1172, false, "LMT"},
+        {at("1835-01-01 00:00:00"), 1195, false, "AMT"},
+        {at("1916-04-30 23:40:25"), 4772, true, "SUM"},
+        {at("1916-09-30 22:40:28"), 1172, false, "AMT"},
+        {at("1937-07-01 00:00:00"), 1200, false, "STD"}}},
+      {203,
+       "Mean/Between",
+       {{kLongAgo, 55, false, "LMT"},
+        {at("1880-01-01 00:00:00"), -55, false, "MMT"},
+        {at("1890-01-01 00:00:00"), -1521, false, "DMT"},
+        {at("1916-05-21 02:25:21"), 2079, true, "IST"},
+        {at("1916-10-01 02:25:21"), 0, false, "GMT"}}},
   };
 }
 

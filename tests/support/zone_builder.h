@@ -30,4 +30,7 @@ std::vector<std::uint8_t> BuildZones(const std::vector<BuiltZone>& zones, bool b
 // A few zones with gaps, overlaps, links, a fixed one and changes of the abbreviation alone.
 std::vector<BuiltZone> SampleZones();
 
+// Zones whose first offsets have seconds, one of them beyond 15 hours.
+std::vector<BuiltZone> MeanTimeZones();
+
 }  // namespace kestra::test

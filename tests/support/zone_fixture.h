@@ -11,15 +11,9 @@
 #include <vector>
 
 #include "kestra/timezone.h"
+#include "tests/support/zone_times.h"
 
 namespace kestra::test {
-
-// "2026-03-08 07:00:00" or "2026-03-08"; a year may be negative.
-LdiDate Timestamp(std::string_view text);
-std::string ToText(const LdiDate& date);
-// Seconds since 1970 in the Gregorian calendar, and back. Years 1 to 9999.
-std::int64_t ToSeconds(const LdiDate& date);
-LdiDate FromSeconds(std::int64_t seconds);
 
 // The only file with a name like this below a home directory.
 std::vector<std::uint8_t> ReadZoneFile(const std::filesystem::path& home, std::string_view folder,
