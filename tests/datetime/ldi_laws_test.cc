@@ -228,10 +228,10 @@ class Regions {
     if (region.changes.empty() || source.Below(2) == 0) return region.id;
     time = region.changes[source.Below(region.changes.size())];
     time.region = 0;
-    const std::int64_t reach = source.Below(2) == 0 ? 120 : 90'000;
-    const auto seconds = static_cast<std::int32_t>(source.Below(2 * reach)) - reach;
-    const LdiInter inter{
-        {0, 0, 0, static_cast<std::int32_t>(seconds), 0}, KES_INTERVAL_SECOND, 0, 0};
+    const std::int32_t reach = source.Below(2) == 0 ? 120 : 90'000;
+    const auto width = static_cast<std::uint64_t>(2 * reach);
+    const std::int32_t seconds = static_cast<std::int32_t>(source.Below(width)) - reach;
+    const LdiInter inter{{0, 0, 0, seconds, 0}, KES_INTERVAL_SECOND, 0, 0};
     EXPECT_EQ(LdiDateInterAdd(&time, &time, &inter), 0u);
     return region.id;
   }
