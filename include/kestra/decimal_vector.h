@@ -292,7 +292,8 @@ enum { KES_DSB_FIXED_WIDTHS = 1, KES_DSB_CHECK_PRECISION = 32 };
  * result   any initialised descriptor, an operand included. A vector's own buffer and bitmap are
  *          used when it has them (a bitmap that the caller gave it must have room for the
  *          operands' count); else they come from the context (see ldsbvfree). Elements are null
- *          where one of the operands is null, and are not written there.
+ *          where one of the operands is null, and keep what they hold there, which may be read and
+ *          written back.
  * left, right  vectors of one count, or scalars. Two scalars make a scalar.
  * options  a precision named without KES_DSB_CHECK_PRECISION is the caller's promise that it holds
  *          the results, which are otherwise taken modulo its width.

@@ -1,5 +1,7 @@
 #include "datetime/datetime_plan.h"
 
+#include <bit>
+
 #include "datetime/date_model.h"
 #include "datetime/date_names.h"
 #include "datetime/date_read.h"
@@ -8,6 +10,8 @@
 
 namespace kestra::datetime {
 namespace {
+
+static_assert(std::endian::native == std::endian::little, "digits are taken eight at a time");
 
 constexpr std::size_t kTailSize = 8;
 constexpr std::uint64_t kHighBits = 0x8080808080808080;

@@ -7,7 +7,7 @@ int DetectLevel() noexcept {
 #if defined(__x86_64__) && defined(__GNUC__)
   __builtin_cpu_init();
   if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi") ||
-      !__builtin_cpu_supports("bmi2")) {
+      !__builtin_cpu_supports("bmi2") || !__builtin_cpu_supports("popcnt")) {
     return static_cast<int>(CpuLevel::kBaseline);
   }
   if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&

@@ -8,7 +8,7 @@ namespace kestra::os {
 // A level includes all lower ones.
 enum class CpuLevel : int {
   kBaseline = 0,  // what every x86-64 has, or another architecture
-  kAvx2 = 1,      // AVX2, BMI1, BMI2
+  kAvx2 = 1,      // AVX2, BMI1, BMI2, POPCNT
   kAvx512 = 2,    // AVX-512 F, BW, DQ, VL, VBMI, VBMI2
 };
 

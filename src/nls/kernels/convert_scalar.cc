@@ -15,6 +15,8 @@ using convert::kReplacementCharacter;
 // Pieces of loops. Called, they would pass the loop's pointers through memory.
 #define KES_INLINE [[gnu::always_inline]] inline
 
+static_assert(std::endian::native == std::endian::little, "units and bytes are put as words");
+
 constexpr std::uint64_t kHighBits = 0x8080808080808080;
 
 std::uint64_t LoadWord(const void* p) noexcept {

@@ -180,7 +180,7 @@ KES_INLINE std::size_t FromLongPlain(const std::uint8_t* given, std::size_t size
   char characters[kDigits + kWordBytes];
   std::memset(characters, '0', sizeof characters);
   CopyShort(characters + half, text + sign, integers);
-  CopyShort(characters + half + integers, text + after, fraction);
+  CopyShort(characters + half + integers, text + size - fraction, fraction);
   Row3 row;
   const auto* at = reinterpret_cast<const std::uint8_t*>(characters);
   for (Word* word : {&row.first, &row.second, &row.third}) {
