@@ -27,5 +27,5 @@ trap 'rm -f "$copy"' EXIT
 strip -o "$copy" "$shared"
 size=$(stat -c %s "$copy")
 echo "stripped size: $size bytes"
-[ "$size" -lt 1500000 ] || fail "larger than 1.5 MB"
+[ "$size" -lt 2000000 ] || fail "larger than 2 MB"
 exit $status
